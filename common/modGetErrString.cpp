@@ -1,0 +1,27 @@
+#include "common/modGetErrString.h"
+
+std::string SystemText(DWORD code, DWORD limit) {
+    std::string text(limit, '\0');
+    const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                                        nullptr, code, 0, text.data(), limit, nullptr);
+    text.resize(length < limit ? length : 0);
+    if (text.ends_with(kLineBreak)) {
+        text.resize(text.size() - kLineBreak.size());
+    }
+    return text;
+}
+
+std::string GetErrString(std::int32_t code, bool showCode, std::string_view label) {
+    constexpr DWORD kLimit = 4096;
+    if (code == 0) {
+        return {};
+    }
+    std::string text = SystemText(static_cast<DWORD>(code), kLimit);
+    if (!text.empty()) {
+        text.insert(0, kEmptyLine);
+    }
+    if (showCode) {
+        text.append(" (").append(label).append(" ").append(std::to_string(code)).append(")");
+    }
+    return text;
+}

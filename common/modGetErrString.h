@@ -1,0 +1,24 @@
+// The system's own texts for its error codes.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/win32.h"
+
+inline constexpr std::string_view kLineBreak = "\r\n";
+inline constexpr std::string_view kEmptyLine = "\r\n\r\n";
+
+// The system's text for a code, without its final line break (one is removed, not more);
+// empty when the system has none or it does not fit into limit characters. Insert
+// sequences such as %1 stay as they are: FormatMessageA would otherwise read arguments
+// that nobody gave.
+std::string SystemText(DWORD code, DWORD limit);
+
+// What a message appends for a system error code: an empty line and the system's text,
+// then, with showCode, the code in parentheses behind its label. Code 0 gives an empty
+// text; a code that the system does not know gives the parentheses alone. Raises nothing
+// of its own.
+std::string GetErrString(std::int32_t code, bool showCode, std::string_view label);

@@ -1,0 +1,21 @@
+#include "common/modGetShortPathAlways.h"
+
+#include "common/modGetErrString.h"
+#include "common/modRuntimeError.h"
+#include "platform/win32.h"
+
+std::string GetShortPathAlways(const std::string& longPath) {
+    // Without a buffer GetShortPathNameA returns the size it needs, its NUL included.
+    const DWORD size = GetShortPathNameA(longPath.c_str(), nullptr, 0);
+    if (size == 0) {
+        const DWORD code = GetLastError();
+        std::string description = "GetShortPathName failed for long path \"";
+        description.append(longPath).append("\".");
+        description += GetErrString(static_cast<std::int32_t>(code), true, "Error code");
+        throw RuntimeError{ErrorNumber::InvalidCall, std::move(description)};
+    }
+    std::string path(size, '\0');
+    const DWORD length = GetShortPathNameA(longPath.c_str(), path.data(), size);
+    path.resize(length < size ? length : 0);
+    return path;
+}

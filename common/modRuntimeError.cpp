@@ -1,0 +1,78 @@
+#include "common/modRuntimeError.h"
+
+#include <new>
+
+#include "common/modGetErrString.h"
+#include "platform/ansi.h"
+
+namespace {
+
+struct Meaning {
+    DWORD code;
+    std::int32_t number;
+    std::string_view text;
+};
+
+constexpr Meaning kMeanings[] = {
+    {ERROR_FILE_NOT_FOUND, 53, "Datei nicht gefunden"},
+    {ERROR_PATH_NOT_FOUND, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
+    {ERROR_DIRECTORY, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
+    {ERROR_TOO_MANY_OPEN_FILES, 67, "Zu viele Dateien"},
+    {ERROR_NOT_ENOUGH_MEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi},
+    {ERROR_OUTOFMEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi},
+    {ERROR_WRITE_PROTECT, 70, "Zugriff verweigert"},
+    {ERROR_SHARING_VIOLATION, 70, "Zugriff verweigert"},
+    {ERROR_LOCK_VIOLATION, 70, "Zugriff verweigert"},
+    {ERROR_NOT_READY, 71, "Datenträger nicht bereit"_ansi},
+    {ERROR_HANDLE_DISK_FULL, 61, "Datenträger voll"_ansi},
+    {ERROR_DISK_FULL, 61, "Datenträger voll"_ansi},
+    {ERROR_INVALID_NAME, 52, "Dateiname falsch"},
+    {ERROR_FILENAME_EXCED_RANGE, 52, "Dateiname falsch"},
+    {ERROR_FILE_EXISTS, ErrorNumber::FileExists, "Datei existiert bereits"},
+    {ERROR_ALREADY_EXISTS, ErrorNumber::FileExists, "Datei existiert bereits"},
+    {ERROR_RESOURCE_DATA_NOT_FOUND, 326, "Ressource nicht gefunden"},
+    {ERROR_RESOURCE_TYPE_NOT_FOUND, 326, "Ressource nicht gefunden"},
+    {ERROR_RESOURCE_NAME_NOT_FOUND, 326, "Ressource nicht gefunden"},
+};
+
+constexpr Meaning kOther{0, ErrorNumber::PathFileAccess, "Fehler beim Zugriff auf Pfad/Datei"};
+
+const Meaning& MeaningOf(DWORD code) noexcept {
+    for (const Meaning& meaning : kMeanings) {
+        if (meaning.code == code) {
+            return meaning;
+        }
+    }
+    return kOther;
+}
+
+}  // namespace
+
+RuntimeError& CurrentError() noexcept {
+    static RuntimeError pending;
+    return pending;
+}
+
+void RecordCurrentException() noexcept {
+    RuntimeError& pending = CurrentError();
+    try {
+        throw;
+    } catch (RuntimeError& error) {
+        pending.number = error.number;
+        pending.description.swap(error.description);  // no allocation while handling an error
+    } catch (const std::bad_alloc&) {
+        pending.number = ErrorNumber::OutOfMemory;
+        pending.description.clear();
+    } catch (...) {
+        pending.number = ErrorNumber::Internal;
+        pending.description.clear();
+    }
+}
+
+void RaiseSystemError(DWORD code, std::string_view object) {
+    const Meaning& meaning = MeaningOf(code);
+    std::string description(meaning.text);
+    description.append(": \"").append(object).append("\"");
+    description += GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode");
+    throw RuntimeError{meaning.number, std::move(description)};
+}

@@ -1,0 +1,50 @@
+// The program's start: tells the first run from the relaunched copy, hands over from the
+// one to the other, and shows the progress window in the copy.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/handles.h"
+#include "platform/win32.h"
+
+// The start procedure. Returns with no window open, which ends the program, or with the
+// progress window shown.
+void Main() noexcept;
+
+// The argument text of a command line: everything behind the program's name (in quotes or
+// up to the first blank) and the blanks that separate it, exactly as it stands.
+std::string_view CommandArguments(std::string_view commandLine);
+
+// The system folder with a backslash (GetSystemDirectoryA); empty if the system does not
+// tell or the path has more than 254 characters.
+std::string SystemFolderPath();
+
+// ---- modMain_Copy.cpp ------------------------------------------------------------------
+
+// True if the file can be opened for writing at this moment: not running, not held by
+// somebody else, not write-protected. Does not touch it.
+bool CanOpenForWriting(const std::string& path);
+
+// Copies a file; when that fails, shows the reason and asks Abort, Retry or Ignore. False
+// only for Abort. After a successful copy, held receives a handle through which nobody can
+// change or exchange the target; it stays empty after Ignore. Raises if the target is not
+// what has been copied.
+bool CopyFileWithRetry(const std::string& source, const std::string& target, bool failIfExists,
+                       handles::File& held);
+
+// ---- modMain_Script.cpp ----------------------------------------------------------------
+
+// The four lines of the self-removal script: texts in, bytes out. tempFolder and
+// shortTempFolder end in a backslash; ownFolder is as the system reports it. The folder
+// behind "/u=" goes to the command interpreter's code page, everything else stays.
+std::string BuildScript(std::string_view tempFolder, std::string_view shortTempFolder,
+                        std::string_view ownFolder);
+
+// Raises if the script's line for starting the copy cannot carry the two folders safely:
+// the interpreter would start another program, or hand over another existing folder.
+void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder);
+
+// Starts the script with a hidden window and the temporary folder as its current folder.
+// Does not wait. Raises if it cannot be started.
+void StartScript(const std::string& tempFolder, const std::string& scriptPath);

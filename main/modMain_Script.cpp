@@ -1,0 +1,96 @@
+#include "common/modGeneral.h"
+#include "common/modPath.h"
+#include "common/modRuntimeError.h"
+#include "common/modWinTextToDOSText.h"
+#include "main/modMain.h"
+#include "platform/ansi.h"
+
+namespace {
+
+// Unquoted, each of these ends a word, begins another command or is taken away.
+constexpr std::string_view kEndsAWord = " &|<>^%,;=";
+
+[[noreturn]] void Refuse(std::string_view reason, const std::string& folder) {
+    std::string description(reason);
+    description.append(": \"").append(folder).append("\"");
+    throw RuntimeError{ErrorNumber::InvalidCall, std::move(description)};
+}
+
+// What arrives at the copy when the interpreter has read an unquoted folder: everything
+// from "&" on is a command of its own, "^" only marks the next character, and text
+// between two "%" is the name of a variable, mostly one that does not exist.
+std::string AsInterpreterReads(const std::string& folder) {
+    std::string result;
+    bool inVariable = false;
+    for (std::size_t i = 0; i < folder.size(); ++i) {
+        if (folder[i] == '%') {
+            inVariable = !inVariable && folder.find('%', i + 1) != std::string::npos;
+        } else if (inVariable) {
+            continue;
+        } else if (folder[i] == '&') {
+            break;
+        } else if (folder[i] != '^') {
+            result += folder[i];
+        }
+    }
+    return result;
+}
+
+void SetInterpreter(const std::string& systemFolder) {
+    // The system takes the interpreter for a script from this variable or looks for it
+    // along the search path, the program's current folder included. Both lead to the
+    // system folder from here on, for this process and those that it starts.
+    SetEnvironmentVariableA("ComSpec", (systemFolder + "cmd.exe").c_str());
+    if (SetCurrentDirectoryA(systemFolder.c_str()) == FALSE) {
+        RaiseSystemError(GetLastError(), systemFolder);
+    }
+}
+
+}  // namespace
+
+std::string BuildScript(std::string_view tempFolder, std::string_view shortTempFolder,
+                        std::string_view ownFolder) {
+    const auto deletion = [&](std::string_view file) {
+        std::string line("del \"");
+        return line.append(tempFolder).append(file).append("\"");
+    };
+    std::string script = deletion("UnInstall.pif");
+    script.append("\r\nstart /wait ").append(shortTempFolder).append("UnInstall.exe /u=");
+    script += WinTextToDOSText(ownFolder);
+    script.append("\r\n").append(deletion("UnInstall.exe"));
+    script.append("\r\n").append(deletion("UnInstall.bat"));
+    return script;
+}
+
+void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {
+    if (!IsValidPath(shortTempFolder) ||
+        shortTempFolder.find_first_of(kEndsAWord) != std::string::npos) {
+        Refuse("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi, shortTempFolder);
+    }
+    const std::string arriving = AsInterpreterReads(ownFolder);
+    if (arriving != ownFolder && FolderExists(arriving)) {
+        Refuse("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi, arriving);
+    }
+}
+
+void StartScript(const std::string& tempFolder, const std::string& scriptPath) {
+    const std::string systemFolder = SystemFolderPath();
+    if (systemFolder.empty()) {
+        RaiseSystemError(ERROR_PATH_NOT_FOUND, "cmd.exe");
+    }
+    SetInterpreter(systemFolder);
+    STARTUPINFOA startup{};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESHOWWINDOW;
+    startup.wShowWindow = SW_HIDE;
+    PROCESS_INFORMATION process{};
+    std::string command = scriptPath;
+    // Named as the program as well, so that blanks in the path never make the system look
+    // for another one. The script must not stand in the folder that is to be removed.
+    if (CreateProcessA(scriptPath.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                       tempFolder.c_str(), &startup, &process) == FALSE) {
+        RaiseSystemError(GetLastError(), scriptPath);
+    }
+    const handles::Process processHandle(process.hProcess);
+    const handles::Process threadHandle(process.hThread);
+}

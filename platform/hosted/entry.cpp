@@ -1,0 +1,32 @@
+// Where the program starts on Linux: finds its machine, takes its place among that
+// machine's processes and runs WinMain.
+#include <csignal>
+#include <string>
+
+#include "platform/hosted/machine.h"
+#include "platform/hosted/process_table.h"
+#include "platform/hosted/start.h"
+
+namespace {
+
+std::string ArgumentsOf(int count, char** values) {
+    std::string text;
+    for (int i = 1; i < count; ++i) {
+        text += i > 1 ? " " : "";
+        text += values[i];
+    }
+    return hosted::FromUtf8(text);
+}
+
+}  // namespace
+
+int main(int count, char** values) {
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    hosted::Machine& machine = hosted::Machine::Current();
+    std::string arguments = ArgumentsOf(count, values);
+    machine.SetRole(arguments.empty() ? "first" : "copy");
+    hosted::SetArguments(arguments);
+    hosted::EnterProcess();
+    constexpr int kShowNormal = 1;
+    ExitProcess(static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal)));
+}

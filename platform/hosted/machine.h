@@ -1,0 +1,213 @@
+// The hosted machine: a folder that stands for a whole computer.
+//
+//   drives/C/...      the files of drive C:, names in UTF-8
+//   attributes.txt    read-only, hidden, system attributes ("RHS C:\path" a line)
+//   registry.reg      the registry, as regedit exports it (REGEDIT4, here in UTF-8)
+//   machine.ini       its folders, its user, its clock and what it refuses (Settings)
+//   answers.txt       answers to the next questions, one a line, taken from the top
+//   transcript.txt    what was shown and answered
+//   calls.txt         the platform calls made, when machine.ini asks for it
+//   log.txt           what the machine itself has to say
+//   clipboard.txt     the clipboard's text
+//   processes/        a file for each running process of this machine, locked while it runs
+//
+// A program is on the machine whose folder holds its file; a program elsewhere (a test)
+// says Machine::Use. Everything here is UTF-8 on disk and Windows-1252 in the program.
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <typeindex>
+#include <vector>
+
+#include "platform/hosted/win32.h"
+
+namespace hosted {
+
+namespace fs = std::filesystem;
+
+// ---- text ------------------------------------------------------------------------
+// Windows-1252 to UTF-8 and back. Codes without a character (129, 141, 143, 144, 157)
+// travel as the control characters of the same number, so every text survives the way
+// there and back. A character that Windows-1252 lacks becomes "?".
+std::string ToUtf8(std::string_view ansi);
+std::string FromUtf8(std::string_view utf8);
+// Upper case by the rules of Windows-1252 (umlauts included), byte by byte.
+std::string UpperCase(std::string_view ansi);
+bool EqualIgnoringCase(std::string_view left, std::string_view right);
+
+// ---- what machine.ini says ---------------------------------------------------------
+struct Denial {       // [denied]  HKEY_LOCAL_MACHINE\Software\X=set,delete
+    std::string key;  // full name, root first
+    bool query = false, set = false, create = false, enumerate = false, deleting = false;
+};
+struct Fault {             // [faults]  copy RegDeleteKeyA 2=5   (process function n-th-call = what)
+    std::string process;   // "first", "script", "copy" or "*"
+    std::string function;  // name of the call, or "*" for the n-th call of any function
+    unsigned call = 0;     // 1 is the first; 0 ("*") is every call
+    DWORD code = 0;        // the code it fails with
+    bool killBefore = false, killAfter = false;  // "kill-before", "kill-after": SIGKILL
+};
+struct Settings {
+    // [folders]  temp, system, windows, common-programs, programs; a folder that is not
+    // there is unavailable and its query fails. Windows-1252.
+    std::map<std::string, std::string> folders;
+    std::string user;           // [user] sid=S-1-5-21-...: HKEY_CURRENT_USER is HKEY_USERS\sid
+    bool virtualClock = false;  // [clock] virtual=1: Sleep moves the clock and does not wait
+    DWORD clockStart = 0;       // [clock] start=4294967200: first tick count of each process
+    std::map<std::string, unsigned> busy;  // [busy]  C:\path=3: so many deletions refused (32)
+    std::vector<Denial> denied;
+    std::vector<Fault> faults;
+    bool traceCalls = false;  // [trace] calls=1
+};
+// A line that a file of the machine should not have.
+struct Damage {
+    unsigned line;
+    std::string what;
+};
+// The settings in the text of a machine.ini (UTF-8). Throws Damage.
+Settings ReadSettings(std::string_view text);
+
+// ---- the machine -------------------------------------------------------------------
+class Machine {
+ public:
+    // The machine of this process. Where there is none, or it cannot be read, says so in
+    // one sentence on stderr (with the line number of a damaged file) and ends the
+    // process with exit status 2; nothing is written then.
+    static Machine& Current();
+    // Makes folder the machine of this process from now on and forgets everything about
+    // an earlier one. For programs that do not lie on the machine.
+    static void Use(const fs::path& folder);
+    // In a forked process that goes on without exec: lets go of all that belongs to the
+    // parent (every descriptor but the standard ones and keep) and starts on the same
+    // machine anew.
+    static void UseAfterFork(int keep);
+    // Forgets the machine of this process, for one that ends without its destructors.
+    static void Leave();
+
+    explicit Machine(const fs::path& folder);
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    [[nodiscard]] const fs::path& Folder() const;
+    [[nodiscard]] const Settings& GetSettings() const;
+    // The path of the running program on this machine ("C:\...\UnInstall.exe",
+    // Windows-1252), empty for a program that does not lie on it.
+    [[nodiscard]] std::string ModulePath() const;
+    // "first" (started without arguments), "copy" (with) or "script": for [faults].
+    [[nodiscard]] const std::string& Role() const;
+    void SetRole(std::string_view role);
+
+    // Appends one line (UTF-8, without its line feed) to a file of the machine folder.
+    void AppendLine(std::string_view file, std::string_view line);
+    // What a part of this layer remembers about the machine: made on first use, forgotten
+    // with the machine. One object for each type.
+    template <typename T>
+    T& Part() {
+        std::shared_ptr<void>& slot = Slot(typeid(T));
+        if (slot == nullptr) {
+            slot = std::make_shared<T>();
+        }
+        return *static_cast<T*>(slot.get());
+    }
+    // A damaged file: the sentence on stderr, exit status 2.
+    [[noreturn]] void Damaged(const fs::path& file, unsigned line, std::string_view what) const;
+
+ private:
+    std::shared_ptr<void>& Slot(std::type_index type);
+
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+// Holds the machine for this process alone while it changes something that other
+// processes read (flock on the machine folder's "lock" file). May be nested.
+class MachineLock {
+ public:
+    MachineLock();
+    ~MachineLock();
+    MachineLock(const MachineLock&) = delete;
+    MachineLock& operator=(const MachineLock&) = delete;
+};
+
+// Stands for something that another process does, for as long as it lives: an entry of its
+// own among the processes. Paths are machine paths, Windows-1252; what they name exists.
+class HeldItem {
+ public:
+    // Someone runs the program.
+    static HeldItem Program(std::string_view path);
+    // Someone has the file open: access of GENERIC_READ and GENERIC_WRITE, share as for
+    // CreateFileA.
+    static HeldItem File(std::string_view path, DWORD access, DWORD share);
+    // Someone has the folder as current folder.
+    static HeldItem CurrentFolder(std::string_view path);
+    HeldItem(HeldItem&& other) noexcept;
+    HeldItem& operator=(HeldItem&& other) noexcept;
+    HeldItem(const HeldItem&) = delete;
+    HeldItem& operator=(const HeldItem&) = delete;
+    ~HeldItem();
+
+ private:
+    HeldItem();
+    std::unique_ptr<class ProcessEntry> entry_;
+};
+
+// True while no process of the machine but this one is alive.
+bool Idle();
+// Waits for that; false when milliseconds of real time have passed before.
+bool WaitUntilIdle(unsigned milliseconds);
+
+// Every platform function starts with one of these. It counts and records the call,
+// obeys [faults] and, for functions that change something, the kill faults: before here,
+// after in the destructor.
+//
+//     Call call("CopyFileA", Call::Changes);
+//     if (call.Refused()) return FALSE;         // the last error code is set already
+//     ...
+//     return call.Fail(ERROR_ACCESS_DENIED);    // sets the last error code, gives FALSE
+class Call {
+ public:
+    enum Effect { Looks, Changes };
+    explicit Call(const char* function, Effect effect = Looks);
+    ~Call();
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    [[nodiscard]] bool Refused() const { return code_ != 0; }
+    [[nodiscard]] DWORD Code() const { return code_; }  // the code of a refused call
+    // Records how the call went (0: success) and, unless it is a registry call, leaves a
+    // failure as the last error code.
+    BOOL Fail(DWORD code);
+    LSTATUS Result(LSTATUS code);
+
+ private:
+    const char* function_;
+    Effect effect_;
+    unsigned number_ = 0;  // of this function's calls, where anybody counts them
+    DWORD code_ = 0;
+    DWORD result_ = 0;
+    bool killAfter_ = false;
+};
+
+// ---- the files of the machine, for the other parts of this layer --------------------
+// Where a path of the machine ("C:\x\y", "C:\PROGRA~1", relative ones against the
+// process's current folder) lies on the disk, each component matched without regard to
+// case and by short name. Nothing if a component is missing; missingLast allows the last
+// one to be.
+std::optional<fs::path> HostPath(std::string_view path, bool missingLast = false);
+// The machine path of a place on the disk, empty if it is not on a drive of the machine.
+std::string MachinePath(const fs::path& host);
+// Starts the program or script file of the machine as a real process, detached when it is
+// a script, current folder given as machine path; argument text handed on unchanged.
+// Returns 0 or a Win32 error code. pid receives the process id.
+DWORD StartProgram(std::string_view path, std::string_view arguments, std::string_view folder,
+                   int& pid);
+// Runs a batch file of the machine to its end, as the command interpreter does.
+int RunScript(std::string_view path);
+
+}  // namespace hosted

@@ -1,0 +1,318 @@
+// Forms as user32 dialogs: the dialog manager gives focus, tab order, the default and
+// cancel button and the access keys, and tells screen readers that the labels belong to
+// the window.
+#include "platform/forms.h"
+
+#include <algorithm>
+#include <exception>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/windows/form_layout.h"
+
+namespace forms {
+
+namespace {
+
+constexpr UINT_PTR kTimer = 1;
+constexpr WORD kProgramIcon = 1;
+
+// What the forms of this thread have in common.
+struct Shared {
+    std::vector<HWND> loaded;    // the one shown last at the end
+    std::exception_ptr escaped;  // what left an event handler, see Guarded
+};
+
+Shared& Windows() {
+    static Shared shared;
+    return shared;
+}
+
+// Wakes a GetMessage that waits: the handlers of sent messages run inside it.
+void WakeLoop() { PostMessageA(nullptr, WM_NULL, 0, 0); }
+
+// An exception must not pass through the frames of user32. It is kept and goes on from the
+// message loop that the event came from; of several the first.
+template <typename Event>
+void Guarded(Event&& event) {
+    try {
+        event();
+    } catch (...) {
+        if (!Windows().escaped) {
+            Windows().escaped = std::current_exception();
+        }
+        WakeLoop();
+    }
+}
+
+void RethrowEscaped() {
+    if (Windows().escaped) {
+        std::rethrow_exception(std::exchange(Windows().escaped, nullptr));
+    }
+}
+
+// Ctrl+A selects everything in a text box; edit controls learned it only in later systems.
+bool SelectedAll(const MSG& message) {
+    if (message.message != WM_KEYDOWN || message.wParam != 'A' || GetKeyState(VK_CONTROL) >= 0 ||
+        GetKeyState(VK_MENU) < 0 ||
+        (SendMessageA(message.hwnd, WM_GETDLGCODE, 0, 0) & DLGC_HASSETSEL) == 0) {
+        return false;
+    }
+    SendMessageA(message.hwnd, EM_SETSEL, 0, -1);
+    return true;
+}
+
+bool HandledByForm(MSG& message) {
+    const std::vector<HWND>& loaded = Windows().loaded;
+    const auto form = std::find_if(loaded.begin(), loaded.end(), [&](HWND window) {
+        return message.hwnd == window || IsChild(window, message.hwnd) != FALSE;
+    });
+    return form != loaded.end() &&
+           (SelectedAll(message) || IsDialogMessageA(*form, &message) != FALSE);
+}
+
+void Dispatch(MSG& message) {
+    if (!HandledByForm(message)) {
+        TranslateMessage(&message);
+        DispatchMessageA(&message);
+    }
+    RethrowEscaped();
+}
+
+void SetIcons(HWND form) {
+    const HINSTANCE program = GetModuleHandleA(nullptr);
+    const auto set = [&](WPARAM which, int width, int height) {
+        HANDLE icon = LoadImageA(program, MAKEINTRESOURCEA(kProgramIcon), IMAGE_ICON,
+                                 GetSystemMetrics(width), GetSystemMetrics(height), LR_SHARED);
+        SendMessageA(form, WM_SETICON, which, reinterpret_cast<LPARAM>(icon));
+    };
+    set(ICON_BIG, SM_CXICON, SM_CYICON);
+    set(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
+}
+
+// Labels and the read-only text box look like a part of the dialog. Both ask with the
+// same message.
+HBRUSH ColoursOfDialog(HDC context) {
+    SetTextColor(context, GetSysColor(COLOR_BTNTEXT));
+    SetBkColor(context, GetSysColor(COLOR_BTNFACE));
+    return GetSysColorBrush(COLOR_BTNFACE);
+}
+
+}  // namespace
+
+struct Form::Window {
+    explicit Window(Form& owner) : form(owner) {}
+    ~Window();
+    Window(const Window&) = delete;
+    Window& operator=(const Window&) = delete;
+
+    [[nodiscard]] bool Create();
+    void OnTimer();
+    // True if the message is dealt with; an event may have destroyed this object then.
+    bool OnMessage(UINT message, WPARAM wide, LPARAM& result);
+
+    static INT_PTR CALLBACK Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter);
+
+    Form& form;
+    HWND handle = nullptr;
+    std::vector<HWND> controls;
+    Font font;
+    bool timerRunning = false;
+};
+
+bool Form::Window::Create() {
+    handle = CreateFormWindow(form.layout_, Procedure, reinterpret_cast<LPARAM>(this));
+    if (handle == nullptr) {
+        return false;
+    }
+    Windows().loaded.push_back(handle);
+    controls = CreateControls(form.layout_, handle);
+    if (controls.size() != form.layout_.controls.size()) {
+        return false;
+    }
+    SetIcons(handle);
+    font = ApplyFont(form.layout_, controls);
+    if (HasButton(form.layout_)) {
+        SendMessageA(handle, DM_SETDEFID, kButtonId, 0);
+    }
+    return true;
+}
+
+Form::Window::~Window() {
+    if (handle == nullptr) {
+        return;
+    }
+    const DWORD code = GetLastError();
+    // No event reaches the form while its window goes away.
+    SetWindowLongPtrA(handle, DWLP_USER, 0);
+    DestroyWindow(handle);
+    std::erase(Windows().loaded, handle);
+    WakeLoop();
+    SetLastError(code);
+}
+
+void Form::Window::OnTimer() {
+    // Stopped before the event, which lasts long and handles messages itself; a message of
+    // the timer that was queued already finds it stopped.
+    if (std::exchange(timerRunning, false)) {
+        KillTimer(handle, kTimer);
+        Guarded([this] { form.Form_Timer(); });
+    }
+}
+
+bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
+    const bool closeBox = form.layout_.closeBox;
+    switch (message) {
+        case WM_TIMER:
+            OnTimer();
+            return true;
+        case WM_COMMAND:
+            // The button itself, Enter and its access key send its own number, Escape
+            // sends that of the cancel button.
+            if ((LOWORD(wide) == kButtonId || LOWORD(wide) == IDCANCEL) &&
+                HIWORD(wide) == BN_CLICKED && HasButton(form.layout_)) {
+                Guarded([this] { form.Button_Click(); });
+            }
+            return true;
+        case WM_CLOSE:
+            if (closeBox) {
+                Guarded([this] { form.Form_Close(); });
+            }
+            return true;
+        case WM_QUERYENDSESSION:
+            // A window that cannot be closed stands for work that must not stop half-way:
+            // the end of the session has to wait for it.
+            result = closeBox ? TRUE : FALSE;
+            return true;
+        default:
+            return false;
+    }
+}
+
+INT_PTR CALLBACK Form::Window::Procedure(HWND handle, UINT message, WPARAM wide,
+                                         LPARAM parameter) {
+    if (message == WM_INITDIALOG) {
+        SetWindowLongPtrA(handle, DWLP_USER, parameter);
+        return FALSE;  // the focus is set when the form is shown
+    }
+    if (message == WM_CTLCOLORSTATIC) {
+        // Of the few messages whose result is returned directly.
+        return reinterpret_cast<INT_PTR>(ColoursOfDialog(reinterpret_cast<HDC>(wide)));
+    }
+    auto* window = reinterpret_cast<Window*>(GetWindowLongPtrA(handle, DWLP_USER));
+    LPARAM result = 0;
+    if (window == nullptr || !window->OnMessage(message, wide, result)) {
+        return FALSE;
+    }
+    SetWindowLongPtrA(handle, DWLP_MSGRESULT, result);
+    return TRUE;
+}
+
+Form::Form(const Layout& layout) : layout_(layout) {}
+
+Form::~Form() { Unload(); }
+
+bool Form::Load() {
+    if (window_) {
+        return true;
+    }
+    auto window = std::make_unique<Window>(*this);
+    if (!window->Create()) {
+        return false;
+    }
+    window_ = std::move(window);
+    try {
+        Form_Load();
+    } catch (...) {
+        Unload();
+        throw;
+    }
+    if (window_ && layout_.timerInterval != 0) {
+        if (SetTimer(window_->handle, kTimer, layout_.timerInterval, nullptr) == 0) {
+            Unload();
+            return false;
+        }
+        window_->timerRunning = true;
+    }
+    return true;
+}
+
+bool Form::Show() {
+    if (!Load()) {
+        return false;
+    }
+    if (!window_) {
+        return true;  // unloaded by its own load event
+    }
+    HWND handle = window_->handle;
+    std::vector<HWND>& loaded = Windows().loaded;
+    std::erase(loaded, handle);
+    loaded.push_back(handle);
+    // Not ShowWindow: its first call obeys the way in which the process was started, and
+    // the script that starts the copy is hidden.
+    SetWindowPos(handle, HWND_TOP, 0, 0, 0, 0, SWP_SHOWWINDOW | SWP_NOMOVE | SWP_NOSIZE);
+    SetForegroundWindow(handle);
+    if (HWND first = GetNextDlgTabItem(handle, nullptr, FALSE)) {
+        SetFocus(first);
+    }
+    UpdateWindow(handle);
+    return true;
+}
+
+void Form::Refresh() {
+    if (window_) {
+        RedrawWindow(window_->handle, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    }
+}
+
+void Form::Unload() {
+    // Not loaded any more from here on, also for what its end sets off.
+    const std::unique_ptr<Window> window = std::move(window_);
+}
+
+bool Form::IsLoaded() const { return window_ != nullptr; }
+
+bool Form::SetText(std::size_t control, std::string_view text) {
+    if (!Load() || !window_ || control >= window_->controls.size()) {
+        return false;
+    }
+    HWND target = window_->controls[control];
+    if (SetWindowTextA(target, std::string(text).c_str()) == FALSE) {
+        return false;
+    }
+    const ControlKind kind = layout_.controls[control].kind;
+    if (kind == ControlKind::Label || kind == ControlKind::CentredLabel) {
+        window_->font = ApplyFont(layout_, window_->controls);
+    }
+    return true;
+}
+
+void ProcessMessages() {
+    MSG message;
+    while (PeekMessageA(&message, nullptr, 0, 0, PM_REMOVE) != FALSE) {
+        if (message.message == WM_QUIT) {
+            // Meant for the outermost loop.
+            PostQuitMessage(static_cast<int>(message.wParam));
+            break;
+        }
+        Dispatch(message);
+    }
+    RethrowEscaped();
+}
+
+void RunMessageLoop() {
+    MSG message;
+    while (!Windows().loaded.empty() && GetMessageA(&message, nullptr, 0, 0) > 0) {
+        Dispatch(message);
+    }
+    RethrowEscaped();
+}
+
+HWND OwnerWindow() {
+    const std::vector<HWND>& loaded = Windows().loaded;
+    return loaded.empty() ? nullptr : loaded.back();
+}
+
+}  // namespace forms

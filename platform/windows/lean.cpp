@@ -1,0 +1,29 @@
+// Keeps the exe small: the C++ library's own versions of these functions bring a
+// formatter of messages and a demangler of type names (some 60 KB) that nobody would see.
+// Exceptions work as ever; only their texts are plain.
+#include <windows.h>
+
+#include <exception>
+#include <new>
+
+// Referenced by the library's code for texts and containers, which is linked against
+// these names. What they report is a fault of the program: error number 51 to whoever
+// records it, whatever its type.
+namespace std {
+void __throw_bad_alloc() { throw bad_alloc(); }
+void __throw_bad_array_new_length() { throw bad_array_new_length(); }
+void __throw_logic_error(const char* /*text*/) { throw exception(); }
+void __throw_length_error(const char* /*text*/) { throw exception(); }
+void __throw_out_of_range_fmt(const char* /*format*/, ...) { throw exception(); }
+void __throw_bad_optional_access() { throw exception(); }
+void __throw_bad_function_call() { throw exception(); }
+}  // namespace std
+
+namespace __gnu_cxx {
+// Called when an exception finds no handler or leaves a function that promised none.
+void __verbose_terminate_handler() {
+    // Not exit: nothing of a program in this state should run any more.
+    TerminateProcess(GetCurrentProcess(), 3);
+    __builtin_unreachable();
+}
+}  // namespace __gnu_cxx

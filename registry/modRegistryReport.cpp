@@ -1,0 +1,121 @@
+#include "common/modGeneral.h"
+#include "common/modGetErrString.h"
+#include "platform/ansi.h"
+#include "registry/modRegistry.h"
+
+namespace modRegistry {
+
+namespace {
+
+// The pieces that the reports are put together from, under their short keys. Leading
+// blanks belong to them, and so does the "n" that turns "konnte" into "konnten".
+namespace Piece {
+constexpr std::string_view Val = "Der Registrierungswert";
+constexpr std::string_view Default = "(Standard)";
+constexpr std::string_view InKey = "im Schlüssel"_ansi;
+constexpr std::string_view Key = "Der Registrierungsschlüssel"_ansi;
+constexpr std::string_view Subkeys = "Die Unterschlüssel des Registrierungsschlüssels"_ansi;
+constexpr std::string_view Could = "konnte";
+constexpr std::string_view Read = " nicht gelesen";
+constexpr std::string_view Written = " nicht geschrieben";
+constexpr std::string_view Deleted = " nicht gelöscht"_ansi;
+constexpr std::string_view Created = " nicht erstellt";
+constexpr std::string_view Enumed = "n nicht aufgelistet";
+constexpr std::string_view OpenRead = " nicht mit Lesezugriffsrechten geöffnet"_ansi;
+constexpr std::string_view OpenWrite = " nicht mit Schreibzugriffsrechten geöffnet"_ansi;
+constexpr std::string_view Be = " werden.";
+constexpr std::string_view NotFound = "Der Registrierungsschlüssel ist nicht vorhanden."_ansi;
+constexpr std::string_view AccessDenied = "Zugriff verweigert";
+constexpr std::string_view Error = "Fehler";
+constexpr std::string_view AbortWarn =
+    "Wenn Sie auf \"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. Nicht "
+    "gespeicherte Daten gehen dabei verloren.";
+constexpr std::string_view IgnoreWarn =
+    "Wenn Sie auf \"Ignorieren\" klicken, könnte dies zu Fehlfunktionen des Programms führen."_ansi;
+}  // namespace Piece
+
+struct Wording {
+    std::string_view subject;
+    std::string_view verb;
+    bool reads;  // a failed read takes the stop icon and the warning about ignoring it
+};
+
+Wording WordingOf(RegOp operation) {
+    switch (operation) {
+        case RegOpRead:
+            return {Piece::Val, Piece::Read, true};
+        case RegOpWrite:
+            return {Piece::Val, Piece::Written, false};
+        case RegOpDeleteValue:
+            return {Piece::Val, Piece::Deleted, false};
+        case RegOpCreateKey:
+            return {Piece::Key, Piece::Created, false};
+        case RegOpDeleteKey:
+            return {Piece::Key, Piece::Deleted, false};
+        case RegOpEnumSubkeys:
+            return {Piece::Subkeys, Piece::Enumed, true};
+        case RegOpOpenForReading:
+            return {Piece::Key, Piece::OpenRead, true};
+        case RegOpOpenForWriting:
+            break;
+    }
+    return {Piece::Key, Piece::OpenWrite, false};
+}
+
+std::string Subject(const Wording& wording, const std::string& valueName) {
+    std::string subject(wording.subject);
+    if (wording.subject != Piece::Val) {
+        return subject;
+    }
+    if (valueName.empty()) {
+        subject.append(" ").append(Piece::Default).append(" ");
+    } else {
+        subject.append(" \"").append(valueName).append("\" ");
+    }
+    return subject.append(Piece::InKey);
+}
+
+std::string Reason(LONG code) {
+    constexpr DWORD kLimit = 2048;
+    if (code == ERROR_FILE_NOT_FOUND) {
+        return std::string(Piece::NotFound);
+    }
+    if (code == ERROR_ACCESS_DENIED) {
+        return std::string(Piece::AccessDenied);
+    }
+    return SystemText(static_cast<DWORD>(code), kLimit);
+}
+
+std::string Message(const Wording& wording, const std::string& valueName, HKEY root,
+                    const std::string& key, LONG code) {
+    std::string message = Subject(wording, valueName);
+    message.append(" \"").append(RootKeyName(root)).append("\\").append(key).append("\" ");
+    message.append(Piece::Could).append(wording.verb).append(Piece::Be);
+    const std::string reason = Reason(code);
+    if (!reason.empty()) {
+        message.append(kEmptyLine).append(reason);
+    }
+    message.append(" (").append(Piece::Error).append(" ").append(std::to_string(code)).append(")");
+    message.append(kEmptyLine).append(Piece::AbortWarn);
+    if (wording.reads) {
+        message.append(kEmptyLine).append(Piece::IgnoreWarn);
+    }
+    return message;
+}
+
+}  // namespace
+
+bool ReportRegError(RegOp operation, const std::string& valueName, HKEY root,
+                    const std::string& key, LONG code) {
+    const Wording wording = WordingOf(operation);
+    const UINT icon = wording.reads ? MB_ICONHAND : MB_ICONEXCLAMATION;
+    const int answer = ShowMessage(Message(wording, valueName, root, key, code),
+                                   MB_ABORTRETRYIGNORE | MB_DEFBUTTON2 | icon);
+    if (answer == IDABORT) {
+        EndProgram();
+    }
+    // A box that could not be shown counts as Ignore: asking again might never end.
+    return answer == IDRETRY;
+}
+
+}  // namespace modRegistry

@@ -1,0 +1,87 @@
+// Texts of the system's errors, and the reports that no flow of the program shows.
+#include <gtest/gtest.h>
+
+#include "common/modGeneral.h"
+#include "common/modGetErrString.h"
+#include "common/modRuntimeError.h"
+#include "platform/ansi.h"
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+class Reports : public testing::Test {
+ protected:
+    Reports() { machine_.Enter(); }
+    // Shows a report that does not end the program.
+    std::string Show(std::uint8_t place, std::int32_t number, bool shortForm,
+                     const std::string& answer) {
+        machine_.Answer({answer});
+        ReportError(8, place, number, false, shortForm);
+        EXPECT_EQ(CurrentError().number, 0);
+        EXPECT_EQ(machine_.Shown().size(), 1U);
+        return machine_.Shown().empty() ? "" : machine_.Shown()[0];
+    }
+    static void Pend(std::int32_t number, std::string_view description) {
+        CurrentError() = {number, std::string(description)};
+    }
+    Machine machine_;
+};
+
+TEST_F(Reports, SystemTextsComeWithTheirCode) {
+    EXPECT_EQ(GetErrString(0, true, "Fehlercode"), "");
+    const std::string text = GetErrString(5, false, "x");
+    EXPECT_TRUE(text.starts_with("\r\n\r\n")) << text;
+    EXPECT_GT(text.size(), 10U);
+    EXPECT_NE(text.back(), '\n');
+    EXPECT_EQ(GetErrString(5, true, "Fehlercode"), text + " (Fehlercode 5)");
+    EXPECT_EQ(GetErrString(-7, true, "Error code"), " (Error code -7)");
+    EXPECT_EQ(GetErrString(-7, false, "Error code"), "");
+    // Insert sequences stay as they are.
+    EXPECT_NE(GetErrString(34, false, "x").find("%2"), std::string::npos);
+}
+
+std::string Request(const std::string& place) {
+    const std::string fatal = FatalMessage("", place);
+    return fatal.substr(fatal.find("Falls Sie"));
+}
+
+TEST_F(Reports, OpenWithWhatIsKnown) {
+    const std::string plain = "Ein Fehler ist aufgetreten.\\n\\n";
+    const std::string question = "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?";
+    const std::string box = "[!] *Yes No -> No: ";
+    Pend(53, "");
+    EXPECT_EQ(Show(1, 53, true, "no"), box + plain + Request("8:1:53") + question);
+    Pend(52, "eine andere");
+    EXPECT_EQ(Show(255, -53, true, "no"), box + plain + Request("8:255:-53") + question);
+    Pend(53, "eins\r\nzwei\nfür drei"_ansi);
+    EXPECT_EQ(Show(0, 53, true, "no"),
+              box + "Der folgende Fehler ist aufgetreten:\\n\\teins\\n\\tzwei\\l\\tfür drei\\n\\n" +
+                  Request("8:0:53") + question);
+    Pend(7, "Speicher");
+    EXPECT_EQ(Show(1, 7, false, "no"), box +
+                                           "Der folgende Fehler ist aufgetreten:\\n\\tSpeicher"
+                                           "\\n\\n" +
+                                           Request("8:1:7") + question);
+    EXPECT_EQ(machine_.Clipboard(), "");
+}
+
+TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
+    Pend(53, "\n" + std::string(1000, 'x'));
+    const std::string shown = Show(1, 53, true, "yes");
+    EXPECT_NE(shown.find("\\t" + std::string(478, 'x') + "\\n\\nFalls"), std::string::npos)
+        << shown;
+    const std::string copied = machine_.Clipboard();
+    EXPECT_TRUE(copied.ends_with("aufgetreten ist.\r\n")) << copied;
+    EXPECT_EQ(copied.find("Zwischenablage"), std::string::npos);
+}
+
+TEST_F(Reports, OfferNothingWhenMemoryIsShort) {
+    Pend(7, "Speicher");
+    EXPECT_EQ(Show(1, 7, true, "ok"),
+              "[x] *OK -> OK: Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar. "
+              "(Fehlerkennung \"UnInstaller:2:0:33:8:1:7\")");
+}
+
+}  // namespace
+}  // namespace support

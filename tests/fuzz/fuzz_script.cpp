@@ -1,0 +1,110 @@
+// Any folder through the script and the command interpreter: what can be carried arrives
+// unchanged, what cannot never becomes another existing folder, and nothing but the three
+// deletions and the start of the copy happens.
+#include <fstream>
+#include <vector>
+
+#include "common/modPath.h"
+#include "common/modRuntimeError.h"
+#include "main/modMain.h"
+#include "platform/hosted/script.h"
+#include "tests/fuzz/support.h"
+
+namespace {
+
+using fuzz::Require;
+
+const std::string kTemp = "C:\\windows\\Temp\\";
+const std::string kCopy = kTemp + "UnInstall.exe";
+const std::string kOption = "/u=";
+
+struct Actions : hosted::ScriptActions {
+    std::vector<std::string> deleted, started, arguments, unknown;
+
+    void Delete(const std::string& path) override { deleted.push_back(path); }
+    void StartAndWait(const std::string& program, const std::string& line) override {
+        started.push_back(program);
+        arguments.emplace_back(CommandArguments(line));
+    }
+    void Unknown(std::string_view text) override { unknown.emplace_back(text); }
+};
+
+// A file system has folders of this name: they are absolute, and no name has one of these.
+bool IsPossible(const std::string& folder) {
+    constexpr std::string_view kNever = "\"*/:<>?|";
+    const auto impossible = [](char character) {
+        return static_cast<unsigned char>(character) < 0x20 ||
+               kNever.find(character) != std::string_view::npos;
+    };
+    return folder.size() >= 3 && folder.compare(1, 2, ":\\") == 0 &&
+           std::isalpha(static_cast<unsigned char>(folder[0])) != 0 &&
+           std::none_of(folder.begin() + 3, folder.end(), impossible);
+}
+
+// The interpreter's code page has all of its characters: ASCII, the florin sign and all
+// above the no-break space, which arrives as a blank.
+bool HasDosForm(const std::string& folder) {
+    return std::all_of(folder.begin(), folder.end(), [](char character) {
+        const auto code = static_cast<unsigned char>(character);
+        return code < 0x80 || code == 0x83 || code > 0xA0;
+    });
+}
+
+Actions Interpret(const std::string& script) {
+    const std::filesystem::path drives = fuzz::MachineFolder() / "drives";
+    std::ofstream(drives / "C/windows/Temp/UnInstall.bat", std::ios::binary) << script;
+    Actions actions;
+    hosted::InterpretScript(kTemp + "UnInstall.bat", actions);
+    return actions;
+}
+
+void CheckPlain(const std::string& folder, const Actions& actions) {
+    Require(actions.deleted ==
+                std::vector<std::string>{kTemp + "UnInstall.pif", kCopy, kTemp + "UnInstall.bat"},
+            "three files are deleted", folder);
+    Require(actions.started == std::vector<std::string>{kCopy}, "the copy is started", folder);
+    Require(actions.unknown.empty(), "nothing else is done", folder);
+    Require(!HasDosForm(folder) || actions.arguments.front() == kOption + folder,
+            "the folder arrives unchanged", folder);
+}
+
+void CheckSpecial(const std::string& folder, const Actions& actions) {
+    Require(!actions.started.empty() && actions.started.front() == kCopy,
+            "the copy is started before anything that the folder says", folder);
+    Require(actions.arguments.front().starts_with(kOption), "it knows what it is", folder);
+    const std::string arrived = actions.arguments.front().substr(kOption.size());
+    Require(arrived == folder || !HasDosForm(folder) || !FolderExists(arrived),
+            "no other existing folder arrives", folder + " -> " + arrived);
+    if (folder.find('&') == std::string::npos) {
+        Require(actions.started.size() == 1 && actions.unknown.empty(), "one start only", folder);
+        for (const std::string& path : actions.deleted) {
+            Require(
+                path == kCopy || path == kTemp + "UnInstall.pif" || path == kTemp + "UnInstall.bat",
+                "nothing else is deleted", path);
+        }
+    }
+}
+
+}  // namespace
+
+// NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's name for it
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::MachineFolder();
+    const std::string folder(reinterpret_cast<const char*>(data), size);
+    if (!IsPossible(folder)) {
+        return 0;
+    }
+    try {
+        CheckScriptFolders(kTemp, folder);
+    } catch (const RuntimeError&) {
+        Require(folder.find_first_of("&%^") != std::string::npos, "it can be carried", folder);
+        return 0;  // refused: no script is started
+    }
+    const Actions actions = Interpret(BuildScript(kTemp, kTemp, folder));
+    if (folder.find_first_of("&%^") == std::string::npos) {
+        CheckPlain(folder, actions);
+    } else {
+        CheckSpecial(folder, actions);
+    }
+    return 0;
+}

@@ -1,0 +1,223 @@
+// From the program folder to the end: the first run, the script, the copy.
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
+                   Success()};
+const std::string kCopy = kTempFolder + "\\UnInstall.exe";
+const std::string kScript = kTempFolder + "\\UnInstall.bat";
+const std::string kRecord = kTempFolder + "\\UnInstall.pif";
+
+// Moves the product to another folder; the staged settings keep naming the old one.
+void InstallInto(Machine& machine, const std::string& folder) {
+    machine.Program(folder + (folder.ends_with('\\') ? "UnInstall.exe" : "\\UnInstall.exe"));
+}
+
+// A run from another folder: nothing of the shell's settings is the product's then except
+// what it removes unconditionally.
+void ExpectRemovedFrom(const std::string& folder, const std::string& normalForm) {
+    SCOPED_TRACE(folder);
+    Machine machine;
+    InstallInto(machine, folder);
+    const Outcome outcome = machine.Run(folder + "\\UnInstall.exe", "", {"yes", "no"});
+    ExpectOutcome(
+        outcome, {Confirmation(), Progress(), ResetQuestion("No"), Success()},
+        With(Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder}),
+             {"- folder " + normalForm}));
+}
+
+TEST(HandOver, RemovesTheProductAndItsOwnTraces) {
+    Machine machine;
+    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+}
+
+TEST(HandOver, ChangesNothingOnNo) {
+    Machine machine;
+    ExpectOutcome(machine.RunFirst({"no"}), {Confirmation("No")}, {});
+}
+
+TEST(HandOver, CarriesEveryKindOfFolderName) {
+    for (const std::string& folder : Lines{
+             "C:\\Tessorin",
+             "C:\\Mein  Programm mit Blanks",
+             "C:\\Programme\\ÄÖÜ äöüß é ñ",
+             "C:\\a=b;c,d(e)f!g'h+i~j#k$l@m[n]{o}`p",
+             "C:\\" + std::string(100, 'x') + "\\" + std::string(100, 'y'),
+         }) {
+        ExpectRemovedFrom(folder, folder);
+    }
+}
+
+// What the four unquoted words cannot carry: the folder stays, and so does all else.
+TEST(HandOver, HarmsNothingWhenTheFolderDoesNotArrive) {
+    for (const auto& [name, arrives] :
+         std::vector<std::pair<std::string, std::string>>{{"C:\\Text & Bild", "C:\\Text "},
+                                                          {"C:\\100%Text%Bild", "C:\\100Bild"},
+                                                          {"C:\\Text^Bild", "C:\\TextBild"},
+                                                          {"C:\\Euro €", ""}}) {
+        SCOPED_TRACE(name);
+        Machine machine;
+        InstallInto(machine, name);
+        const Outcome outcome = machine.Run(name + "\\UnInstall.exe", "", {});
+        EXPECT_TRUE(SameChanges({}, outcome.difference));
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_EQ(outcome.shown[0], Confirmation());
+        if (!arrives.empty()) {
+            EXPECT_EQ(outcome.shown[1], UnknownArgument("/u=" + arrives));
+        }
+    }
+}
+
+TEST(HandOver, RunsFromADriveRoot) {
+    Machine machine;
+    machine.Program("D:\\UnInstall.exe").File("D:\\Brief.txt", "x");
+    ExpectOutcome(
+        machine.Run("D:\\UnInstall.exe", "", {"yes", "no", "no"}),
+        {Confirmation(), Progress(), FolderNotEmpty("D:\\", "No"), ResetQuestion("No"),
+         Problems({"Das Verzeichnis \"D:\\\" konnte nicht gelöscht werden."})},
+        With(Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder}),
+             {"- file D:\\UnInstall.exe"}));
+}
+
+TEST(HandOver, WorksThroughATemporaryFolderWithBlanks) {
+    Machine machine;
+    machine.Setting("folders", "temp=C:\\windows\\Temp von Clara")
+        .Folder("C:\\windows\\Temp von Clara");
+    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+}
+
+TEST(HandOver, NamesTheCopyAlwaysTheSame) {
+    Machine machine;
+    machine.Remove(kProgramFolder + "\\UnInstall.exe").Program(kProgramFolder + "\\Remove.exe");
+    ExpectOutcome(machine.Run(kProgramFolder + "\\Remove.exe", "", {}), kShown, CompleteRemoval());
+}
+
+TEST(HandOver, WaitsForTheEditor) {
+    Machine machine;
+    machine.Setting("faults", "first OpenFile 1=32").Setting("faults", "first OpenFile 2=5");
+    Lines shown = kShown;
+    shown.insert(shown.begin() + 1, {InUse("Retry"), InUse("Retry")});
+    ExpectOutcome(machine.RunFirst({"yes", "retry"}), shown, CompleteRemoval());
+}
+
+TEST(HandOver, StopsAtAnEditorThatIsNotFree) {
+    const std::string editor = kProgramFolder + "\\Tessorin.exe";
+    const Lines shown{Confirmation(), InUse("Retry"), InUse("Cancel")};
+    Machine readOnly;
+    readOnly.Attributes(editor, "R");
+    ExpectOutcome(readOnly.RunFirst({"yes", "retry", "cancel"}), shown, {});
+    Machine held;
+    held.HoldOpen(editor, 1000);
+    ExpectOutcome(held.RunFirst({"yes", "retry", "cancel"}), shown, {});
+    // Hidden, it is still there; gone, there is nothing to wait for.
+    Machine hidden;
+    hidden.Attributes(editor, "RHS");
+    ExpectOutcome(hidden.RunFirst({"yes", "retry", "cancel"}), shown, {});
+    Machine gone;
+    gone.Remove(editor);
+    ExpectOutcome(gone.RunFirst({}), kShown, CompleteRemoval());
+}
+
+std::string CopyFailed(const std::string& answer, const std::string& reason) {
+    return "[!] *Abort Retry Ignore -> " + answer + ": Beim Kopieren der Datei \"" +
+           kProgramFolder + "\\UnInstall.exe\" nach \"" + kCopy +
+           "\" ist der folgende Fehler aufgetreten:" + reason;
+}
+
+TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {
+    const std::string full =
+        "\\n\\nEs steht nicht genug Speicherplatz auf dem Datenträger zur Verfügung. (Fehlercode "
+        "112)";
+    Machine aborted;
+    aborted.Setting("faults", "first CopyFileA 1=112");
+    ExpectOutcome(aborted.RunFirst({"yes", "abort"}), {Confirmation(), CopyFailed("Abort", full)},
+                  {});
+    Machine retried;
+    retried.Setting("faults", "first CopyFileA 1=112");
+    retried.Setting("faults", "first CopyFileA 2=99999");
+    Lines shown = kShown;
+    shown.insert(shown.begin() + 1,
+                 {CopyFailed("Retry", full), CopyFailed("Retry", " (Fehlercode 99999)")});
+    ExpectOutcome(retried.RunFirst({"yes", "retry", "retry"}), shown, CompleteRemoval());
+    // Ignored, with no older copy there: the script finds nothing to start and tidies up.
+    Machine ignored;
+    ignored.Setting("faults", "first CopyFileA *=112");
+    ExpectOutcome(ignored.RunFirst({"yes", "ignore"}), {Confirmation(), CopyFailed("Ignore", full)},
+                  {});
+}
+
+TEST(HandOver, ReplacesWhatEarlierRunsHaveLeft) {
+    Machine machine;
+    machine.File(kScript, "del \"C:\\*.*\"\r\n" + std::string(5000, 'x'));
+    machine.File(kRecord, std::string(5000, 'x')).File(kCopy, "not a program");
+    ExpectOutcome(
+        machine.RunFirst({}), kShown,
+        With(CompleteRemoval(), {"- file " + kScript, "- file " + kRecord, "- file " + kCopy}));
+}
+
+TEST(HandOver, IsRefusedFromTheTemporaryFolderItself) {
+    Machine machine;
+    machine.Program(kCopy);
+    const Outcome outcome = machine.Run(kCopy, "", {"yes", "abort"});
+    ASSERT_EQ(outcome.shown.size(), 2U);
+    EXPECT_EQ(outcome.shown[1],
+              "[!] *Abort Retry Ignore -> Abort: Beim Kopieren der Datei \"" + kCopy +
+                  "\" nach \"" + kCopy +
+                  "\" ist der folgende Fehler aufgetreten:\\n\\nDer Prozess kann nicht auf die "
+                  "Datei zugreifen, da sie von einem anderen Prozess verwendet wird. (Fehlercode "
+                  "32)");
+    EXPECT_TRUE(SameChanges({}, outcome.difference));
+}
+
+TEST(HandOver, LeavesTheFirstRunTimeToEnd) {
+    Machine machine;
+    machine.HoldOpen(kProgramFolder + "\\UnInstall.exe", 300);
+    Lines shown = kShown;
+    ExpectOutcome(machine.RunFirst({}), shown, CompleteRemoval());
+}
+
+struct Failure {
+    const char* fault;
+    const char* description;
+    const char* place;
+    Lines left;  // in the temporary folder
+};
+
+TEST(HandOver, ReportsWhereItFailed) {
+    const std::string again = "\\n\\t\\n\\t";
+    const std::vector<Failure> failures{
+        {"first GetShortPathNameA *=3",
+         "GetShortPathName failed for long path \"C:\\windows\\Temp\\\".\\n\\t\\n\\tDas System "
+         "kann den angegebenen Pfad nicht finden. (Error code 3)",
+         "1:2:5",
+         {"+ file " + kScript, "+ file " + kCopy}},
+        {"first FindResourceA 1=1814", "", "1:3:326", {"+ file " + kScript, "+ file " + kCopy}},
+        {"first CreateProcessA *=2",
+         "",
+         "1:4:53",
+         {"+ file " + kScript, "+ file " + kCopy, "+ file " + kRecord}},
+    };
+    for (const Failure& failure : failures) {
+        SCOPED_TRACE(failure.fault);
+        Machine machine;
+        machine.Setting("faults", failure.fault);
+        const Outcome outcome = machine.RunFirst({"yes", "no"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(SameChanges(With({}, failure.left), outcome.difference));
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(
+            outcome.shown[1].find("\"UnInstaller:2:0:33:" + std::string(failure.place) + "\""),
+            std::string::npos)
+            << outcome.shown[1];
+        if (*failure.description != '\0') {
+            EXPECT_EQ(outcome.shown[1],
+                      Fatal(FatalMessage(failure.description, failure.place), "No"));
+            EXPECT_EQ(machine.Content(kScript), "");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace support

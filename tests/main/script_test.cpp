@@ -1,0 +1,94 @@
+// The bytes that the first run writes: the script's, and the program-information record's.
+#include <gtest/gtest.h>
+
+#include "common/modWinTextToDOSText.h"
+#include "main/modMain.h"
+#include "main/modResToFile.h"
+#include "platform/ansi.h"
+#include "tests/support/machine.h"
+
+namespace support {
+namespace {
+
+TEST(Script, IsFourLinesWithoutALastLineBreak) {
+    EXPECT_EQ(BuildScript("C:\\Temp von Jörg\\"_ansi, "C:\\TEMPVO~1\\", "C:\\Büro 1"_ansi),
+              "del \"C:\\Temp von J\xF6rg\\UnInstall.pif\"\r\n"
+              "start /wait C:\\TEMPVO~1\\UnInstall.exe /u=C:\\B\x81ro 1\r\n"
+              "del \"C:\\Temp von J\xF6rg\\UnInstall.exe\"\r\n"
+              "del \"C:\\Temp von J\xF6rg\\UnInstall.bat\"");
+    EXPECT_NE(BuildScript("C:\\", "C:\\", "D:\\").find("UnInstall.exe /u=D:\\\r\n"),
+              std::string::npos);
+}
+
+TEST(Script, ConvertsEveryCharacterThatTheDosCodePageHas) {
+    // Code page 850 from 160 on, as its characters are numbered in Windows-1252; the same
+    // characters lie at these numbers in code page 850.
+    EXPECT_EQ(WinTextToDOSText("ÄÖÜäöüßéñ§µ×÷ƒ"_ansi),
+              "\x8E\x99\x9A\x84\x94\x81\xE1\x82\xA4\xF5\xE6\x9E\xF6\x9F");
+    EXPECT_EQ(WinTextToDOSText("a\xA0z"), "a z");
+    std::string all;
+    for (int code = 0; code < 256; ++code) {
+        all += static_cast<char>(code);
+    }
+    const std::string converted = WinTextToDOSText(all);
+    ASSERT_EQ(converted.size(), all.size());
+    EXPECT_EQ(converted.substr(0, 131), all.substr(0, 131));
+    EXPECT_EQ(converted.substr(132, 28), all.substr(132, 28));
+    // No two characters from 161 on may become the same byte.
+    std::string upper = converted.substr(161);
+    std::sort(upper.begin(), upper.end());
+    EXPECT_EQ(std::adjacent_find(upper.begin(), upper.end()), upper.end());
+}
+
+TEST(CommandLine, GivesTheArgumentsAsTheyStand) {
+    const std::vector<std::pair<std::string_view, std::string_view>> lines{
+        {"C:\\UnInstall.exe", ""},
+        {"\"C:\\Mein Programm\\UnInstall.exe\"", ""},
+        {"\"C:\\Mein Programm\\UnInstall.exe\"  /u=C:\\a b ", "/u=C:\\a b "},
+        {"UnInstall.exe \t \"x\" y", "\"x\" y"},
+        {"UnInstall.exe   ", ""},
+        {"\"unfinished /u=C:\\", ""},
+        {"", ""},
+    };
+    for (const auto& [line, arguments] : lines) {
+        EXPECT_EQ(CommandArguments(line), arguments) << line;
+    }
+}
+
+class Record : public testing::Test {
+ protected:
+    Record() { machine_.Enter(); }
+    std::string Write() {
+        ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", true);
+        return machine_.Content(kTempFolder + "\\x.pif");
+    }
+    Machine machine_;
+};
+
+TEST_F(Record, HoldsTheBytesThatTheSystemReads) {
+    const std::string record = Write();
+    ASSERT_EQ(record.size(), 967U);
+    using namespace std::string_literals;
+    EXPECT_EQ(record.substr(0, 13), "\0\x78UnInstaller"s);
+    EXPECT_EQ(record.substr(0x24, 14), "UnInstall.bat\0"s);
+    EXPECT_EQ(record.substr(0x32, 15), "P\\UNINST~1.BAT\0"s);
+    EXPECT_EQ(record.substr(0x63, 2), "\x10\0"s);
+    EXPECT_EQ(record.substr(0x171, 22), "MICROSOFT PIFEX\0\x87\x01\0\0\x71\x01"s);
+    EXPECT_EQ(record.substr(0x187, 22), "WINDOWS 386 3.0\0\x05\x02\x9D\x01\x68\0"s);
+    EXPECT_EQ(record.substr(0x205, 22), "WINDOWS VMM 4.0\0\xFF\xFF\x1B\x02\xAC\x01"s);
+    EXPECT_EQ(record.substr(0x21B + 0x10A, 15), "Lucida Console\0"s);
+    EXPECT_EQ(Digest(record), 0x30294fa3bb255e55U);
+}
+
+TEST_F(Record, ReplacesAnOlderFileOnlyIfAsked) {
+    machine_.File(kTempFolder + "\\x.pif", std::string(3000, 'x'));
+    EXPECT_EQ(Write().size(), 967U);
+    machine_.File(kTempFolder + "\\x.pif", "older");
+    EXPECT_ANY_THROW(ResToFile("C:\\windows\\Temp\\x.pif", 101, "CUSTOM", false));
+    EXPECT_EQ(machine_.Content(kTempFolder + "\\x.pif"), "older");
+    EXPECT_ANY_THROW(ResToFile("C:\\windows\\Temp\\y.pif", 102, "CUSTOM", true));
+    EXPECT_FALSE(machine_.Look().files.contains(kTempFolder + "\\y.pif"));
+}
+
+}  // namespace
+}  // namespace support

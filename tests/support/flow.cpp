@@ -1,0 +1,173 @@
+#include "tests/support/flow.h"
+
+#include <algorithm>
+
+namespace support {
+namespace {
+
+const std::string kClassesHere = "HKLM\\Software\\Classes\\";
+const std::string kUserHere = "HKU\\S-1-5-21-1454471165-823518204-1801674531-1000\\";
+const std::string kEditor = R"(C:\\Programme\\Büro Tessorin\\Tessorin.exe)";
+const std::string kNotepad = R"("C:\\windows\\Notepad.exe %1")";
+
+// The line for a verb's command that becomes Notepad's.
+std::string Verb(const std::string& key, const std::string& old) {
+    return "~ value " + key + "\\command\\@: \"" + old + "\" -> " + kNotepad;
+}
+
+}  // namespace
+
+Lines ShellReset() {
+    return {
+        "- key " + kClassesHere + R"(*\Shell\Tessorin)",
+        "- value " + kClassesHere + R"(*\Shell\@)",
+        "- value " + kClassesHere + R"(*\DefaultIcon\@)",
+        "- key " + kClassesHere + R"(Unknown\Shell\Tessorin)",
+        "~ value " + kClassesHere + R"(Unknown\Shell\@: "TESSORIN" -> "openas")",
+        "- key " + kClassesHere + R"(.htm\OpenWithList\Tessorin)",
+        "- key " + kClassesHere + R"(.htm\OpenWithList\Tessorin.exe)",
+        R"(- key HKLM\Software\Microsoft\Internet Explorer\View Source Editor\Editor Name)",
+        "- value " + kUserHere +
+            R"(Software\Microsoft\Internet Explorer\Default HTML Editor\Description)",
+        "- key " + kUserHere + R"(Software\Microsoft\Internet Explorer\Default HTML Editor\shell)",
+        "- key " + kUserHere + R"(Software\Microsoft\Shared\HTML\Default Editor\shell)",
+        Verb(kClassesHere + R"(htmlfile\Shell\edit)",
+             R"(\"c:\\programme\\BÜRO TESSORIN\\tessorin.EXE\" %1)"),
+        Verb(kClassesHere + R"(Tessorin.Text\Shell\open)", kEditor + " %1"),
+        Verb(kClassesHere + R"(Tessorin.Vorlage\Shell\anzeigen)",
+             R"(C:\\PROGRAMME\\BÜRO TESSORIN\\TESSORIN.EXE %1)"),
+        Verb(kUserHere + R"(Software\Classes\Notiz\Shell\open)", "\\\"" + kEditor + "\\\" %1"),
+    };
+}
+
+Lines CompleteRemoval() {
+    const std::string shared =
+        R"(value HKLM\Software\Microsoft\Windows\CurrentVersion\SharedDLLs\C:\windows\system32\)";
+    const std::string hive = R"(HKU\S-1-5-21-1454471165-823518204-1801674531-)";
+    return With(ShellReset(),
+                {
+                    "- folder " + kProgramFolder,
+                    "- folder " + kGroupFolder,
+                    "~ " + shared + "Msvbvm60.dll: dword:00000005 -> dword:00000004",
+                    "- " + shared + "MSComCtl.ocx",
+                    R"(- key HKLM\Software\Verlonix)",
+                    R"(- key HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessorin)",
+                    "- key " + hive + R"(1000\Software\Verlonix)",
+                    "- key " + hive + R"(1001\Software\Verlonix\Tessorin)",
+                    R"(- key HKU\.DEFAULT\Software\Verlonix)",
+                });
+}
+
+Lines With(Lines lines, const Lines& more) {
+    lines.insert(lines.end(), more.begin(), more.end());
+    return lines;
+}
+
+Lines Without(Lines lines, std::string_view part) {
+    const std::size_t erased = std::erase_if(
+        lines, [part](const std::string& line) { return line.find(part) != std::string::npos; });
+    EXPECT_NE(erased, 0U) << part;
+    return lines;
+}
+
+Lines Without(Lines lines, const Lines& others) {
+    for (const std::string& other : others) {
+        EXPECT_EQ(std::erase(lines, other), 1U) << other;
+    }
+    return lines;
+}
+
+std::string Confirmation(const std::string& answer) {
+    return "[!] *Yes No -> " + answer +
+           ": Sind Sie sicher, dass Tessorin deinstalliert werden soll?";
+}
+
+std::string InUse(const std::string& answer) {
+    return "[!] *Retry Cancel -> " + answer +
+           ": Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm "
+           "noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu "
+           "deinstallieren.\\n\\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte "
+           "und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren.";
+}
+
+std::string FolderNotEmpty(const std::string& folder, const std::string& answer) {
+    return "[?] *Yes No -> " + answer + ": Das Verzeichnis \"" + folder +
+           "\" ist nicht leer. Soll es dennoch gelöscht werden?";
+}
+
+std::string ResetQuestion(const std::string& answer) {
+    return "[?] *Yes No -> " + answer +
+           ": Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden "
+           "(dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis "
+           "neuinstallieren)?";
+}
+
+std::string Success() {
+    return "[i] *OK -> OK: Die Deinstallation wurde erfolgreich abgeschlossen.";
+}
+
+std::string Progress() {
+    return "frmUnInstProc: Tessorin wird deinstalliert. Bitte warten Sie.";
+}
+
+std::string FatalMessage(const std::string& description, const std::string& place) {
+    return "Der folgende Fehler ist aufgetreten:\\n\\t" + description +
+           "\\n\\nDieser Fehler ist schwerwiegend; das Programm wird beendet.\\n\\nFalls Sie "
+           "mithelfen möchten, dieses Problem in zukünftigen Versionen von UnInstaller zu "
+           "beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf "
+           "https://www.verlonix.example/Kontakt) und geben Sie unbedingt die Fehlerkennung "
+           "\"UnInstaller:2:0:33:" +
+           place +
+           "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler "
+           "aufgetreten ist.";
+}
+
+std::string Fatal(const std::string& message, const std::string& answer) {
+    return "[x] *Yes No -> " + answer + ": " + message +
+           "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?";
+}
+
+std::string Unescaped(std::string text) {
+    for (const auto& [escape, meaning] :
+         {std::pair<std::string, std::string>{"\\n", "\r\n"}, {"\\t", "\t"}}) {
+        for (std::size_t i = text.find(escape); i != std::string::npos; i = text.find(escape)) {
+            text.replace(i, escape.size(), meaning);
+        }
+    }
+    return text;
+}
+
+std::string Problems(const Lines& problems, const std::string& way) {
+    std::string text = "frmUnInstDone -> " + way +
+                       ": Die Deinstallation von Tessorin ist abgeschlossen.\\nFolgende Probleme "
+                       "sind aufgetreten: | ";
+    for (const std::string& problem : problems) {
+        text += (&problem == &problems.front() ? "-> " : "\\n-> ") + problem;
+    }
+    return text;
+}
+
+std::string UnknownArgument(const std::string& arguments) {
+    return "[!] *OK -> OK: Unbekanntes Befehlszeilenargument (\"" + arguments + "\")";
+}
+
+testing::AssertionResult Same(const Lines& expected, const Lines& actual) {
+    const std::string mismatch = Mismatch(expected, actual);
+    return mismatch.empty() ? testing::AssertionSuccess() : testing::AssertionFailure() << mismatch;
+}
+
+testing::AssertionResult SameChanges(Lines expected, Lines actual) {
+    std::sort(expected.begin(), expected.end());
+    std::sort(actual.begin(), actual.end());
+    return Same(expected, actual);
+}
+
+void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
+                   int status) {
+    EXPECT_EQ(outcome.status, status);
+    EXPECT_TRUE(Same(shown, outcome.shown));
+    EXPECT_TRUE(SameChanges(difference, outcome.difference));
+    EXPECT_EQ(outcome.errors, "");
+}
+
+}  // namespace support

@@ -1,0 +1,54 @@
+// What the flow tests have in common: what a run is expected to show and to change.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/machine.h"
+
+namespace support {
+
+using Lines = std::vector<std::string>;
+
+// The whole difference that a complete removal with a reset of the shell's settings makes
+// to the staged machine.
+Lines CompleteRemoval();
+// The part of it that the reset makes.
+Lines ShellReset();
+// Lists of differences: one with more lines, one without the lines that contain a part.
+// There must be such lines.
+Lines With(Lines lines, const Lines& more);
+Lines Without(Lines lines, std::string_view part);
+Lines Without(Lines lines, const Lines& others);
+
+// What is shown, as transcript.h has it.
+std::string Confirmation(const std::string& answer = "Yes");
+std::string InUse(const std::string& answer);
+std::string FolderNotEmpty(const std::string& folder, const std::string& answer = "Yes");
+std::string ResetQuestion(const std::string& answer = "Yes");
+std::string Success();
+std::string Progress();  // the progress window
+// The completion dialog with these lines, closed that way.
+std::string Problems(const Lines& problems, const std::string& way = "click");
+// The report of an unexpected failure: its message, with the part of the identifier that
+// tells the place, and the box that asks whether to copy it.
+std::string FatalMessage(const std::string& description, const std::string& place);
+std::string Fatal(const std::string& message, const std::string& answer);
+// A text of a transcript with its line breaks and tabs.
+std::string Unescaped(std::string text);
+std::string UnknownArgument(const std::string& arguments);
+
+// Whether two lists hold the same lines in the same order, as what is shown must.
+testing::AssertionResult Same(const Lines& expected, const Lines& actual);
+// The same in any order, for differences.
+testing::AssertionResult SameChanges(Lines expected, Lines actual);
+
+// Compares everything a run did: exit status 0, what was shown, the whole difference, and
+// nothing on stderr.
+void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
+                   int status = 0);
+
+}  // namespace support

@@ -1,0 +1,119 @@
+// A staged machine on which the real program runs as a real process: stage, change, run,
+// compare. All texts are UTF-8. hosted/ makes it of a folder, windows/ of the Windows that
+// the tests run on.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/state.h"
+
+namespace support {
+
+// Paths of the staged machine.
+inline const std::string kProgramFolder = "C:\\Programme\\Büro Tessorin";
+inline const std::string kTempFolder = "C:\\windows\\Temp";
+inline const std::string kGroupFolder =
+    "C:\\Dokumente und Einstellungen\\All Users\\Startmenü\\Programme\\Tessorin";
+inline const std::string kHklm = "HKEY_LOCAL_MACHINE\\";
+inline const std::string kUser = "HKEY_USERS\\S-1-5-21-1454471165-823518204-1801674531-1000\\";
+inline const std::string kClasses = kHklm + "Software\\Classes\\";
+inline const std::string kSharedDlls =
+    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
+inline const std::string kMakerKey = "Software\\Verlonix";
+
+// What a run did.
+struct Outcome {
+    int status = -1;                      // exit status of the process that was started
+    std::vector<std::string> shown;       // what was shown and answered, see transcript.h
+    std::vector<std::string> difference;  // see state.h
+    std::string errors;                   // what any of the processes wrote to stderr
+};
+
+class Machine {
+ public:
+    static const bool kObeysSettings;  // whether Setting has any effect
+
+    // As tests/stage describes it.
+    Machine();
+    ~Machine();
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // ---- changes, before a run or between two ----
+    // Attributes are letters: R, H, S, or "" for none. The folders above are made as well.
+    Machine& File(const std::string& path, const std::string& content,
+                  const std::string& attributes = "");
+    Machine& Folder(const std::string& path);
+    Machine& Program(const std::string& path);  // a copy of the program that was built
+    Machine& Remove(const std::string& path);   // a file, or a folder with all it holds
+    Machine& Attributes(const std::string& path, const std::string& attributes);
+    Machine& Key(const std::string& key);
+    Machine& RemoveKey(const std::string& key);
+    // value as regedit writes it: "\"text\"", "dword:00000005", "hex:01,02"
+    Machine& Value(const std::string& key, const std::string& name, const std::string& value);
+    Machine& RemoveValue(const std::string& key, const std::string& name);
+    // A line of a section of machine.ini; replaces the line with the same left side. Only
+    // the hosted machine obeys it.
+    Machine& Setting(const std::string& section, const std::string& line);
+    Machine& NoSetting(const std::string& section, const std::string& left);
+    // A link to a file or folder of the machine.
+    Machine& Link(const std::string& path, const std::string& target);
+
+    // ---- runs ----
+    // Starts the program at that path with the argument text and waits until every process
+    // that came of it has ended, 30 seconds at most. The answers go to the questions in
+    // order; a question without one gets its default.
+    Outcome Run(const std::string& program, const std::string& arguments,
+                const std::vector<std::string>& answers);
+    // The same in steps, for several processes at a time: the state to compare with and
+    // the answers, any number of starts, and the end of all.
+    void Begin(const std::vector<std::string>& answers);
+    void Start(const std::string& program, const std::string& arguments);
+    void WaitUntilShown(const std::string& part);
+    Outcome Finish();
+
+    // The whole hand-over, from the program folder.
+    Outcome RunFirst(const std::vector<std::string>& answers);
+    // The relaunched copy alone, from the temporary folder, where it is left.
+    Outcome RunCopy(const std::vector<std::string>& answers);
+    Outcome RunCopy(const std::string& arguments, const std::vector<std::string>& answers);
+
+    // Opens a file in another process, for so many milliseconds from now, so that others
+    // can read it but neither write nor delete; returns when it is open. WaitUntilClosed waits for
+    // the end of it.
+    void HoldOpen(const std::string& path, unsigned milliseconds);
+    void WaitUntilClosed();
+
+    // Makes this the machine of the test process: Win32 calls of the test work on it. Again
+    // after a change of its settings.
+    void Enter();
+    // The answers to the next questions, in place of those that are left, and an empty
+    // transcript. Run does this itself.
+    void Answer(const std::vector<std::string>& answers);
+    [[nodiscard]] std::vector<std::string> Shown() const;  // since then
+
+    // ---- looks ----
+    [[nodiscard]] std::string HostFolder() const;  // of the hosted machine, else empty
+    [[nodiscard]] State Look() const;
+    [[nodiscard]] std::string Content(const std::string& path) const;  // a file's bytes
+    [[nodiscard]] std::string Clipboard() const;
+    // How often a platform function was called, if [trace] was set.
+    [[nodiscard]] unsigned Calls(const std::string& function) const;
+
+ private:
+    struct Host;
+    std::unique_ptr<Host> host_;
+};
+
+// A text of the program's, from Windows-1252.
+std::string AnsiToUtf8(std::string_view ansi);
+
+// The argument text of the relaunched copy.
+inline std::string CopyArguments() {
+    return "/u=" + kProgramFolder;
+}
+
+}  // namespace support

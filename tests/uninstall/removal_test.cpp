@@ -1,0 +1,185 @@
+// The relaunched copy on a staged machine: what goes, what stays, what is said about it.
+#include "platform/ansi.h"
+#include "platform/win32.h"
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
+
+std::string NotDeleted(const std::string& what, const std::string& path) {
+    return what + " \"" + path + "\" konnte nicht gelöscht werden.";
+}
+
+Lines ShownWith(const Lines& problems, const std::string& folderAnswer = "Yes") {
+    return {Progress(), FolderNotEmpty(kProgramFolder, folderAnswer), ResetQuestion(),
+            problems.empty() ? Success() : Problems(problems)};
+}
+
+TEST(Removal, TakesAllThatIsOursAndNothingElse) {
+    Machine machine;
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+}
+
+TEST(Removal, WithoutResetKeepsEveryShellSetting) {
+    Machine machine;
+    ExpectOutcome(machine.RunCopy({"yes", "no"}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"), Success()},
+                  Without(CompleteRemoval(), ShellReset()));
+}
+
+TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
+    Machine machine;
+    machine.File(kGroupFolder + "\\Meine Verknüpfung.lnk", "x", "H");
+    ExpectOutcome(
+        machine.RunCopy({"no", "no"}),
+        {Progress(), FolderNotEmpty(kProgramFolder, "No"), FolderNotEmpty(kGroupFolder, "No"),
+         ResetQuestion(),
+         Problems({NotDeleted("Das Verzeichnis", kProgramFolder),
+                   NotDeleted("Das Verzeichnis", kGroupFolder)})},
+        With(Without(Without(CompleteRemoval(), "- folder " + kProgramFolder), kGroupFolder),
+             {"- file " + kTessorin, "- file " + kProgramFolder + "\\UnInstall.exe",
+              "- file " + kGroupFolder + "\\Deinstallieren.lnk",
+              "- file " + kGroupFolder + "\\Tessorin-Website.lnk",
+              "- file " + kGroupFolder + "\\Tessorin Website.lnk",
+              "- file " + kGroupFolder + "\\Tessorin.lnk"}));
+}
+
+TEST(Removal, DoesNotTryWhatIsReadOnly) {
+    Machine machine;
+    machine.Attributes(kProgramFolder, "R").Attributes(kTessorin, "RH");
+    machine.Attributes(kGroupFolder + "\\Deinstallieren.lnk", "R");
+    machine.Setting("clock", "virtual=1");
+    ExpectOutcome(
+        machine.RunCopy({"no", "yes"}),
+        {Progress(), FolderNotEmpty(kGroupFolder, "No"), ResetQuestion(),
+         Problems({NotDeleted("Die Datei", kTessorin),
+                   NotDeleted("Das Verzeichnis", kProgramFolder),
+                   NotDeleted("Die Verknüpfung", kGroupFolder + "\\Deinstallieren.lnk"),
+                   NotDeleted("Das Verzeichnis", kGroupFolder)})},
+        With(Without(Without(CompleteRemoval(), "- folder " + kProgramFolder), kGroupFolder),
+             {"- file " + kProgramFolder + "\\UnInstall.exe",
+              "- file " + kGroupFolder + "\\Tessorin-Website.lnk",
+              "- file " + kGroupFolder + "\\Tessorin Website.lnk",
+              "- file " + kGroupFolder + "\\Tessorin.lnk"}));
+}
+
+// Read-only files inside go with their folder: only the folder's own attribute counts.
+TEST(Removal, FindsHiddenRemainsAndEmptyFolders) {
+    Machine machine;
+    machine.Remove(kProgramFolder).File(kProgramFolder + "\\nur dies.txt", "x", "RHS");
+    machine.Remove(kGroupFolder).Folder(kGroupFolder);
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+}
+
+TEST(Removal, FindsItsFolderUnderAnyNameOfIt) {
+    Machine machine;
+    machine.Enter();
+    char name[MAX_PATH];
+    const std::string folder("C:\\Programme\\Büro Tessorin"_ansi);
+    ASSERT_NE(GetShortPathNameA(folder.c_str(), name, MAX_PATH), 0U);
+    EXPECT_EQ(std::string(name).find(' '), std::string::npos) << name;
+    for (const std::string& spelling :
+         {std::string("c:\\programme\\BÜRO tessorin\\"_ansi), std::string(name)}) {
+        Machine one;
+        ExpectOutcome(one.RunCopy("/u=" + AnsiToUtf8(spelling), {}), ShownWith({}),
+                      CompleteRemoval());
+    }
+}
+
+TEST(Removal, HasNothingToSayWhenEverythingIsGoneAlready) {
+    Machine machine;
+    machine.RunCopy({});
+    ExpectOutcome(machine.RunCopy({}), {UnknownArgument(CopyArguments())}, {});
+    machine.Folder(kProgramFolder).RemoveKey(kSharedDlls);
+    ExpectOutcome(machine.RunCopy({}), {Progress(), ResetQuestion(), Success()},
+                  {"- folder " + kProgramFolder});
+}
+
+TEST(Removal, WaitsForAFileThatIsHeld) {
+    Machine machine;
+    machine.HoldOpen(kTessorin, 250);
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+}
+
+TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
+    Machine machine;
+    machine.HoldOpen(kTessorin, 2500);
+    const Lines rest = {"- file " + kProgramFolder + "\\UnInstall.exe"};
+    const Outcome outcome = machine.RunCopy({});
+    EXPECT_TRUE(Same(ShownWith({NotDeleted("Die Datei", kTessorin),
+                                NotDeleted("Das Verzeichnis", kProgramFolder)}),
+                     outcome.shown));
+    EXPECT_TRUE(machine.Look().files.contains(kTessorin));
+    EXPECT_TRUE(SameChanges(Without(CompleteRemoval(), "- folder " + kProgramFolder),
+                            Without(outcome.difference, kProgramFolder)));
+}
+
+// A deletion is tried once and then every 10 ms until more than 500 ms have passed, also
+// across the wrap of the tick count: 51 times for the file; the folder then goes at once.
+TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
+    for (const std::string& start : Lines{"start=0", "start=4294967200"}) {
+        SCOPED_TRACE(start);
+        Machine machine;
+        machine.Setting("clock", "virtual=1").Setting("clock", start).Setting("trace", "calls=1");
+        machine.Setting("busy", kTessorin + "=51");
+        ExpectOutcome(machine.RunCopy({}), ShownWith({NotDeleted("Die Datei", kTessorin)}),
+                      CompleteRemoval());
+        // 51 for the editor, one each for uninstaller, folder, four shortcuts and group
+        EXPECT_EQ(machine.Calls("SHFileOperationA"), 51U + 7U);
+
+        Machine another;
+        another.Setting("clock", "virtual=1").Setting("clock", start);
+        another.Setting("busy", kTessorin + "=50");
+        ExpectOutcome(another.RunCopy({}), ShownWith({}), CompleteRemoval());
+    }
+}
+
+TEST(Removal, DeletesALinkButNotWhereItLeads) {
+    Machine machine;
+    machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
+    machine.Link(kProgramFolder + "\\Vorlagen\\Brief.lnk",
+                 "C:\\Dokumente und Einstellungen\\Clara\\Eigene Dateien\\Brief an Jürgen.txt");
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+}
+
+TEST(Removal, FallsBackToTheUsersOwnMenu) {
+    const std::string own =
+        "C:\\Dokumente und Einstellungen\\Clara\\Startmenü\\Programme\\Tessorin";
+    const Lines others = Without(CompleteRemoval(), kGroupFolder);
+    Machine machine;
+    machine.NoSetting("folders", "common-programs");
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), With(others, {"- folder " + own}));
+
+    // Without any menu nothing may happen relative to the current folder.
+    Machine without;
+    without.NoSetting("folders", "common-programs").NoSetting("folders", "programs");
+    without.Folder("C:\\windows\\system32\\Tessorin");
+    ExpectOutcome(without.RunCopy({}), ShownWith({NotDeleted("Das Verzeichnis", "Tessorin")}),
+                  others);
+}
+
+TEST(Removal, NamesTheKeysThatItMayNotTouch) {
+    const std::string product = "Software\\Verlonix\\Tessorin";
+    const std::string uninstall =
+        "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessorin";
+    const std::string neighbour =
+        "HKEY_USERS\\S-1-5-21-1454471165-823518204-1801674531-1001\\" + product;
+    Machine machine;
+    machine.Setting("denied", kHklm + uninstall + "=delete");
+    machine.Setting("denied", kUser + product + "=enumerate");
+    machine.Setting("denied", neighbour + "\\Fenster=delete");
+    const std::string key = "Der Registrierungsschlüssel";
+    ExpectOutcome(
+        machine.RunCopy({}),
+        // The user's own hive is met again among all hives.
+        ShownWith({NotDeleted(key, "HKEY_CURRENT_USER\\" + product),
+                   NotDeleted(key, kUser + product), NotDeleted(key, neighbour),
+                   NotDeleted(key, kHklm + uninstall)}),
+        Without(Without(Without(CompleteRemoval(), "\\Uninstall\\"), "1000\\Software\\Verlonix"),
+                "1001\\Software\\Verlonix"));
+}
+
+}  // namespace
+}  // namespace support

@@ -1,0 +1,60 @@
+// How a run with problems ends: the completion dialog, and the report of what nobody
+// expected.
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
+
+TEST(CompletionDialog, EndsHoweverItIsClosed) {
+    for (const std::string& way : Lines{"ok", "enter", "escape", "alt+o", "close"}) {
+        SCOPED_TRACE(way);
+        Machine machine;
+        machine.Attributes(kTessorin, "R");
+        ExpectOutcome(machine.RunCopy({"yes", "yes", way}),
+                      {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
+                       Problems({"Die Datei \"" + kTessorin + "\" konnte nicht gelöscht werden."},
+                                way == "close" ? "close" : "click")},
+                      CompleteRemoval());
+    }
+}
+
+TEST(CompletionDialog, ShowsEveryLineOfALongList) {
+    // One line for each hive whose key is refused.
+    Machine machine;
+    Lines problems;
+    Lines expected = CompleteRemoval();
+    for (int i = 0; i < 300; ++i) {
+        const std::string key =
+            "HKEY_USERS\\S-1-5-21-9" + std::to_string(1000 + i) + "\\Software\\Verlonix\\Tessorin";
+        machine.Key(key).Setting("denied", key + "=delete");
+        problems.push_back("Der Registrierungsschlüssel \"" + key +
+                           "\" konnte nicht gelöscht werden.");
+    }
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Problems(problems)},
+                  expected);
+}
+
+// Where the drive fails in the middle of the sequence, nothing behind that step is done.
+TEST(FatalReport, EndsTheSequence) {
+    for (const std::string& answer : Lines{"yes", "no"}) {
+        SCOPED_TRACE(answer);
+        Machine machine;
+        // Both looks for the editor's file: in the wait, and the last one that decides. The
+        // first three belong to the long form of the program folder.
+        machine.Setting("faults", "copy FindFirstFileA 4=21");
+        machine.Setting("faults", "copy FindFirstFileA 5=21");
+        const std::string message =
+            FatalMessage("Datenträger nicht bereit: \"" + kTessorin +
+                             "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)",
+                         "6:1:71");
+        const Outcome outcome = machine.RunCopy({answer});
+        ExpectOutcome(outcome, {Progress(), Fatal(message, answer == "yes" ? "Yes" : "No")}, {}, 1);
+        EXPECT_EQ(machine.Clipboard(), answer == "yes" ? Unescaped(message) + "\r\n" : "");
+    }
+}
+
+}  // namespace
+}  // namespace support

@@ -1,0 +1,134 @@
+// The reset of the shell's settings: only what still points at the product.
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const std::string kInternetExplorer = "Software\\Microsoft\\Internet Explorer\\";
+const std::string kHtmlEditor = kUser + kInternetExplorer + "Default HTML Editor";
+const std::string kSharedEditor = kUser + "Software\\Microsoft\\Shared\\HTML\\Default Editor";
+
+const Lines kShown{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()};
+
+TEST(ShellReset, LeavesWhatOthersHaveTakenOver) {
+    const std::string textwerk = R"("C:\\Programme\\Textwerk\\Textwerk.exe %1")";
+    Machine machine;
+    machine.Value(kClasses + "*\\Shell", "", R"("Textwerk")");
+    machine.Value(kClasses + "Unknown\\Shell", "", R"("Tessorin2")");
+    machine.Value(kClasses + "*\\DefaultIcon", "", R"("Shell32.dll,0")");
+    machine.Value(kHtmlEditor + "\\shell\\edit\\command", "", textwerk);
+    machine.Value(kSharedEditor + "\\shell\\edit\\command", "",
+                  R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe %1")");
+    machine.Value(kHklm + kInternetExplorer + "View Source Editor\\Editor Name", "",
+                  R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe")");
+    machine.Value(kClasses + "htmlfile\\Shell\\edit\\command", "", textwerk);
+    Lines expected = CompleteRemoval();
+    for (const std::string& kept :
+         Lines{"*\\Shell\\@", "Unknown\\Shell\\@", "*\\DefaultIcon", "Default HTML Editor",
+               "Default Editor", "View Source Editor", "htmlfile"}) {
+        expected = Without(expected, kept);
+    }
+    ExpectOutcome(machine.RunCopy({}), kShown, expected);
+}
+
+TEST(ShellReset, PassesOverWhatIsMissing) {
+    Machine machine;
+    for (const std::string& gone : Lines{"*", "Unknown", ".htm", "htmlfile", "Tessorin.Text"}) {
+        machine.RemoveKey(kClasses + gone);
+    }
+    machine.RemoveKey(kHtmlEditor).RemoveKey(kSharedEditor);
+    machine.RemoveKey(kHklm + kInternetExplorer + "View Source Editor");
+    Lines expected = Without(CompleteRemoval(), ShellReset());
+    for (const std::string& line : ShellReset()) {
+        if (line.find("Tessorin.Vorlage") != std::string::npos ||
+            line.find("Notiz") != std::string::npos) {
+            expected = With(expected, {line});
+        }
+    }
+    ExpectOutcome(machine.RunCopy({}), kShown, expected);
+}
+
+// The classes root shows the user's keys over the machine's; both are ours.
+TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
+    const std::string own = kUser + "Software\\Classes\\";
+    Machine machine;
+    machine.Key(own + "*\\Shell\\Tessorin\\command").Key(own + "*\\Shell\\Textwerk");
+    const Outcome outcome = machine.RunCopy({});
+    ExpectOutcome(outcome, kShown,
+                  With(CompleteRemoval(),
+                       {"- key HKU\\S-1-5-21-1454471165-823518204-1801674531-1000\\Software\\"
+                        "Classes\\*\\Shell\\Tessorin"}));
+}
+
+TEST(ShellReset, NamesWhatItMayNotWrite) {
+    Machine machine;
+    machine.Setting("denied", kClasses + "Tessorin.Text\\Shell\\open\\command=set");
+    machine.Setting("denied", kClasses + "Unknown\\Shell=set");
+    machine.Setting("denied", kClasses + "*\\DefaultIcon=set");
+    const std::string value =
+        "Der Registrierungswert (Standard) im Schlüssel \"HKEY_CLASSES_ROOT\\";
+    Lines expected = CompleteRemoval();
+    for (const std::string& kept :
+         Lines{"Unknown\\Shell", "*\\DefaultIcon", "Tessorin.Text\\Shell\\open"}) {
+        expected = Without(expected, kept);
+    }
+    expected = With(expected, {"- key HKLM\\Software\\Classes\\Unknown\\Shell\\Tessorin\\command"});
+    // Writing fails for each of the extensions that share the type.
+    const std::string verb =
+        value + "Tessorin.Text\\Shell\\open\\command\" konnte nicht geschrieben werden.";
+    ExpectOutcome(
+        machine.RunCopy({}),
+        {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
+         Problems({"Der Registrierungsschlüssel \"HKEY_CLASSES_ROOT\\Unknown\\Shell\\Tessorin\" "
+                   "konnte nicht gelöscht werden.",
+                   value + "Unknown\\Shell\" konnte nicht geschrieben werden.",
+                   value + "*\\DefaultIcon\" konnte nicht gelöscht werden.", verb, verb})},
+        expected);
+}
+
+TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
+    Machine machine;
+    machine.Setting("denied", "HKEY_CLASSES_ROOT=enumerate");
+    ExpectOutcome(machine.RunCopy({}), kShown, Without(CompleteRemoval(), "Notepad"));
+}
+
+std::string ReadReport(const std::string& answer) {
+    return "[x] Abort *Retry Ignore -> " + answer +
+           ": Der Registrierungswert (Standard) im Schlüssel \"HKEY_CLASSES_ROOT\\*\\Shell\" "
+           "konnte nicht gelesen werden.\\n\\nZugriff verweigert (Fehler 5)\\n\\nWenn Sie auf "
+           "\"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. Nicht gespeicherte "
+           "Daten gehen dabei verloren.\\n\\nWenn Sie auf \"Ignorieren\" klicken, könnte dies zu "
+           "Fehlfunktionen des Programms führen.";
+}
+
+TEST(ShellReset, ReportsAReadThatIsRefused) {
+    const Lines before{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
+    const auto shown = [&before](const Lines& more) {
+        Lines lines = before;
+        lines.insert(lines.end(), more.begin(), more.end());
+        return lines;
+    };
+    Machine machine;
+    machine.Setting("denied", kClasses + "*\\Shell=query");
+    Lines expected = Without(CompleteRemoval(), "*\\Shell\\@");
+    {
+        Machine ignored;
+        ignored.Setting("denied", kClasses + "*\\Shell=query");
+        ExpectOutcome(
+            ignored.RunCopy({"yes", "yes", "retry", "retry", "ignore"}),
+            shown({ReadReport("Retry"), ReadReport("Retry"), ReadReport("Ignore"), Success()}),
+            expected);
+    }
+    // Abort: whatever comes behind it is not done, the uninstall entry above all.
+    for (const std::string& kept : ShellReset()) {
+        if (kept.find("*\\Shell\\Tessorin") == std::string::npos &&
+            kept.find("*\\Shell\\@") == std::string::npos) {
+            expected = Without(expected, Lines{kept});
+        }
+    }
+    ExpectOutcome(machine.RunCopy({"yes", "yes", "abort"}), shown({ReadReport("Abort")}),
+                  Without(expected, "\\Uninstall\\"), 1);
+}
+
+}  // namespace
+}  // namespace support

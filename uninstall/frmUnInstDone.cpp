@@ -1,0 +1,39 @@
+#include "uninstall/frmUnInstDone.h"
+
+#include <array>
+
+#include "common/modGeneral.h"
+#include "common/modRuntimeError.h"
+
+namespace {
+
+enum ControlIndex : std::size_t { cmdOK, lblMsg, txtErrLog };
+
+constexpr std::array<forms::Control, 3> kControls{{
+    {"cmdOK", forms::ControlKind::Button, {3600, 2940, 1215, 375}, "&OK"},
+    {"lblMsg", forms::ControlKind::Label, {120, 120, 4695, 435}, ""},
+    {"txtErrLog", forms::ControlKind::TextBox, {120, 660, 4695, 2115}, ""},
+}};
+
+constexpr forms::Layout kLayout{"frmUnInstDone", AppTitle, 4935, 3435, true, 0, kControls};
+
+}  // namespace
+
+frmUnInstDone::frmUnInstDone() : Form(kLayout) {}
+
+void frmUnInstDone::Form_Load() {
+    if (!SetText(lblMsg,
+                 "Die Deinstallation von Tessorin ist abgeschlossen.\r\n"
+                 "Folgende Probleme sind aufgetreten:")) {
+        RaiseSystemError(GetLastError(), "lblMsg");
+    }
+}
+
+bool frmUnInstDone::SetErrLog(std::string_view text) {
+    return SetText(txtErrLog, text);
+}
+
+void frmUnInstDone::cmdOK_Click() {
+    Acknowledged = true;
+    Unload();
+}
