@@ -101,8 +101,8 @@ bool EditorIsFree() {
 struct HandOver {
     std::string tempFolder;
     std::string script;
-    handles::File heldCopy;    // nobody may exchange the copy or the script
-    handles::File heldScript;  // before the script has been started
+    handles::File heldCopy;  // nobody may exchange the copy or the script
+    handles::File heldScript;
 
     std::string InTemp(std::string_view file) const {
         if (tempFolder.empty()) {
@@ -127,6 +127,14 @@ struct HandOver {
         WriteNewFile(path, script);
         heldScript = HoldUnchanged(path, script);
     }
+    void Start() {
+        const std::string path = InTemp("UnInstall.bat");
+        // Let go right before the start: the script must be able to delete both, and it
+        // may reach its end before this process does.
+        heldCopy.Close();
+        heldScript.Close();
+        StartScript(tempFolder, path);
+    }
 };
 
 void FirstRun(std::string tempFolder) {
@@ -147,7 +155,7 @@ void FirstRun(std::string tempFolder) {
     CheckPoint(2);
     RunStep([&] { ResToFile(handOver.InTemp("UnInstall.pif"), kRecordId, "Custom", true); });
     CheckPoint(3);
-    RunStep([&] { StartScript(handOver.tempFolder, handOver.InTemp("UnInstall.bat")); });
+    RunStep([&] { handOver.Start(); });
     CheckPoint(4);
 }
 

@@ -16,21 +16,47 @@ constexpr std::string_view kEndsAWord = " &|<>^%,;=";
     throw RuntimeError{ErrorNumber::InvalidCall, std::move(description)};
 }
 
-// What arrives at the copy when the interpreter has read an unquoted folder: everything
-// from "&" on is a command of its own, "^" only marks the next character, and text
-// between two "%" is the name of a variable, mostly one that does not exist.
-std::string AsInterpreterReads(const std::string& folder) {
+bool IsDigit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+// A line of a script once its variables are filled in: "%%" is a percent sign, "%1" and
+// "%~f1" an argument of the script, which has none, text between two "%" the name of a
+// variable, mostly one that does not exist. Any other "%" is taken away.
+std::string WithoutVariables(std::string_view line) {
     std::string result;
-    bool inVariable = false;
-    for (std::size_t i = 0; i < folder.size(); ++i) {
-        if (folder[i] == '%') {
-            inVariable = !inVariable && folder.find('%', i + 1) != std::string::npos;
-        } else if (inVariable) {
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] != '%') {
+            result += line[i];
             continue;
-        } else if (folder[i] == '&') {
-            break;
-        } else if (folder[i] != '^') {
-            result += folder[i];
+        }
+        const std::string_view behind = line.substr(i + 1);
+        const std::size_t modifiers = behind.starts_with('~') ? 1 : 0;
+        const std::size_t digit = behind.find_first_not_of("adfnpstxz", modifiers);
+        const std::size_t argument = modifiers == 0 ? 0 : digit;
+        const std::size_t end = behind.find('%');
+        if (end == 0) {
+            result += '%';
+            ++i;
+        } else if (argument < behind.size() && IsDigit(behind[argument])) {
+            i += argument + 1;
+        } else if (end != std::string_view::npos) {
+            i += end + 1;
+        }
+    }
+    return result;
+}
+
+// What arrives at the copy when the interpreter has read an unquoted folder: everything
+// from "&" on is a command of its own, "^" only marks the next character, and some
+// characters have no place in the interpreter's code page.
+std::string AsInterpreterReads(std::string_view folder) {
+    const std::string text = WithoutVariables(DOSTextToWinText(WinTextToDOSText(folder)));
+    std::string result;
+    for (std::size_t i = 0; i < text.size() && text[i] != '&'; ++i) {
+        i += text[i] == '^' ? 1 : 0;
+        if (i < text.size()) {
+            result += text[i];
         }
     }
     return result;

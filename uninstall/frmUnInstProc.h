@@ -41,13 +41,14 @@ class frmUnInstProc : public forms::Form {
     bool LowerSharedCount(HKEY reading, HKEY writing, const std::string& valueName);
 
     // frmUnInstProc_Removal.cpp: each removes one item; a failure becomes a line of
-    // ProblemLog, an item that is not there is success. Paths are absolute.
+    // ProblemLog, an item that is not there is success. Paths are absolute. RemoveRegValue
+    // tells whether it succeeded.
     void RemoveFile(const std::string& path);
     void RemoveFolder(const std::string& path);
     void RemoveShortcut(const std::string& path);
     void SetRegValue(HKEY root, const std::string& key, const std::string& name, DWORD type,
                      std::string_view text);
-    void RemoveRegValue(HKEY root, const std::string& key, const std::string& name);
+    bool RemoveRegValue(HKEY root, const std::string& key, const std::string& name);
     void RemoveRegKey(HKEY root, const std::string& key, bool withSubkeys);
     void Log(std::string_view line);
     void LogNotDeleted(std::string_view kind, const std::string& name);

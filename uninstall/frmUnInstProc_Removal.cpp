@@ -180,11 +180,13 @@ void frmUnInstProc::SetRegValue(HKEY root, const std::string& key, const std::st
     }
 }
 
-void frmUnInstProc::RemoveRegValue(HKEY root, const std::string& key, const std::string& name) {
+bool frmUnInstProc::RemoveRegValue(HKEY root, const std::string& key, const std::string& name) {
     const LONG code = modRegistry::DeleteValue(root, key, name, Silent);
-    if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
-        LogValue(root, key, name, NotDeleted());
+    if (code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND) {
+        return true;
     }
+    LogValue(root, key, name, NotDeleted());
+    return false;
 }
 
 void frmUnInstProc::RemoveRegKey(HKEY root, const std::string& key, bool withSubkeys) {

@@ -71,9 +71,9 @@ void frmUnInstProc::RemoveDefaultValueIf(HKEY root, const std::string& key,
     if (!isOurs(DefaultValue(root, key, ShowErrors))) {
         return;
     }
-    RemoveRegValue(root, key, {});
     // As with keys: the user's value may have covered one like it of the machine's.
-    if (root == HKEY_CLASSES_ROOT && isOurs(DefaultValue(root, key, Silent))) {
+    if (RemoveRegValue(root, key, {}) && root == HKEY_CLASSES_ROOT &&
+        isOurs(DefaultValue(root, key, Silent))) {
         RemoveRegValue(root, key, {});
     }
 }

@@ -8,11 +8,12 @@ namespace hosted {
 namespace {
 
 constexpr std::size_t kWidest = 76;     // longer lines read badly
-constexpr std::size_t kNarrowest = 12;  // below that a terminal is not usable anyway
+constexpr std::size_t kNarrowest = 15;  // the longest button; narrower ones are not usable
 constexpr std::size_t kSides = 4;       // the frame and a blank, left and right
 constexpr std::size_t kFieldSides = 4;
 constexpr std::size_t kSymbolWidth = 5;
 constexpr std::size_t kTabStop = 4;
+constexpr std::size_t kButtonSides = 4;
 constexpr std::size_t kGap = 3;  // between buttons
 
 constexpr std::string_view kBold = "\x1b[1m";
@@ -101,7 +102,7 @@ std::size_t Longest(const std::vector<std::string>& lines) {
 // ---- buttons ---------------------------------------------------------------------
 
 std::size_t WidthOf(const DialogButton& button) {
-    return button.label.size() + 4;
+    return button.label.size() + kButtonSides;
 }
 
 std::string Face(const DialogButton& button, bool focused, const Canvas& canvas) {

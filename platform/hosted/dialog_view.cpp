@@ -68,6 +68,11 @@ std::optional<DialogAction> DialogView::Poll(int milliseconds) {
     return action;
 }
 
+void DialogView::ShowChoice(std::size_t button) {
+    dialog_.focus = button;
+    Redraw();
+}
+
 std::optional<DialogAction> DialogView::Handle(const KeyPress& press) {
     using Kind = DialogAction::Kind;
     switch (press.key) {

@@ -27,6 +27,8 @@ class DialogView {
     void Redraw();
     // Handles one key, if it comes within so many milliseconds.
     std::optional<DialogAction> Poll(int milliseconds);
+    // Leaves the dialog on the screen with that button as the chosen one.
+    void ShowChoice(std::size_t button);
 
  private:
     std::optional<DialogAction> Handle(const KeyPress& press);

@@ -5,6 +5,7 @@
 
 #include "platform/hosted/machine.h"
 #include "platform/hosted/process_table.h"
+#include "platform/hosted/registry_store.h"
 #include "platform/hosted/start.h"
 
 namespace {
@@ -26,6 +27,7 @@ int main(int count, char** values) {
     std::string arguments = ArgumentsOf(count, values);
     machine.SetRole(arguments.empty() ? "first" : "copy");
     hosted::SetArguments(arguments);
+    hosted::LoadRegistry();  // a damaged one must end the process before anything changes
     hosted::EnterProcess();
     constexpr int kShowNormal = 1;
     ExitProcess(static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal)));

@@ -12,6 +12,7 @@
 #include <unordered_map>
 
 #include "platform/hosted/descriptor.h"
+#include "platform/hosted/registry_store.h"
 
 namespace hosted {
 namespace {
@@ -75,11 +76,14 @@ Machine& Machine::Current() {
 }
 
 void Machine::Use(const fs::path& folder) {
-    CurrentSlot().reset();
+    Leave();
     CurrentSlot() = std::make_unique<Machine>(folder);
 }
 
 void Machine::Leave() {
+    if (CurrentSlot()) {
+        LeaveRegistry();
+    }
     CurrentSlot().reset();
 }
 

@@ -133,7 +133,8 @@ std::optional<KeyPress> ReadAfterEscape() {
     if (next == 'O' && HasInput(kSequenceGap)) {
         return ReadSequence();
     }
-    return next == '\x1b' ? KeyPress{Key::Escape} : ReadCharacter(next);
+    // Alt with a key that is itself a sequence.
+    return next == '\x1b' ? ReadAfterEscape() : ReadCharacter(next);
 }
 
 bool IsSet(const char* variable) {

@@ -150,10 +150,11 @@ Reply FromTerminal(const Box& box) {
         if (!action) {
             continue;
         }
-        if (action->kind == DialogAction::Kind::Button) {
-            return ReplyOf(box.buttons[action->button]);
-        }
-        if (const BoxButton* const button = box.OnEscape()) {
+        const BoxButton* const button = action->kind == DialogAction::Kind::Button
+                                            ? &box.buttons[action->button]
+                                            : box.OnEscape();
+        if (button != nullptr) {
+            view.ShowChoice(static_cast<std::size_t>(button - box.buttons.data()));
             return ReplyOf(*button);
         }
     }

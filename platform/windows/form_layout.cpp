@@ -14,14 +14,14 @@ constexpr int kFirstPlainId = 100;
 
 // The screen's device context; it also measures texts.
 class ScreenContext {
-   public:
+ public:
     ScreenContext() : context_(GetDC(nullptr)) {}
     ScreenContext(const ScreenContext&) = delete;
     ScreenContext& operator=(const ScreenContext&) = delete;
     ~ScreenContext() { ReleaseDC(nullptr, context_); }
     [[nodiscard]] HDC Get() const { return context_; }
 
-   private:
+ private:
     HDC context_;
 };
 
@@ -65,10 +65,10 @@ ControlClass ClassOf(ControlKind kind) {
         case ControlKind::CentredLabel:
             return {"Static", SS_CENTER | SS_NOPREFIX | WS_GROUP, 0};
         case ControlKind::TextBox:
-            return {"Edit",
-                    ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL | WS_GROUP |
-                        WS_TABSTOP,
-                    WS_EX_CLIENTEDGE};
+            return {
+                "Edit",
+                ES_MULTILINE | ES_READONLY | ES_AUTOVSCROLL | WS_VSCROLL | WS_GROUP | WS_TABSTOP,
+                WS_EX_CLIENTEDGE};
         case ControlKind::Button:
             break;
     }
@@ -78,11 +78,11 @@ ControlClass ClassOf(ControlKind kind) {
 HWND CreateControl(const Control& control, int id, HWND form) {
     const ControlClass kind = ClassOf(control.kind);
     const RECT place = Pixels(control.place);
-    HWND window = CreateWindowExA(
-        kind.extendedStyle, kind.name, std::string(control.text).c_str(),
-        kind.style | WS_CHILD | WS_VISIBLE, place.left, place.top, place.right - place.left,
-        place.bottom - place.top, form, reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
-        GetModuleHandleA(nullptr), nullptr);
+    HWND window = CreateWindowExA(kind.extendedStyle, kind.name, std::string(control.text).c_str(),
+                                  kind.style | WS_CHILD | WS_VISIBLE, place.left, place.top,
+                                  place.right - place.left, place.bottom - place.top, form,
+                                  reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)),
+                                  GetModuleHandleA(nullptr), nullptr);
     if (window != nullptr && control.kind == ControlKind::TextBox) {
         // 0 stands for as much as the system can keep; without it 32 KB.
         SendMessageA(window, EM_SETLIMITTEXT, 0, 0);
@@ -135,9 +135,8 @@ bool LabelsFit(const Layout& layout, std::span<const HWND> controls, HFONT font)
 }  // namespace
 
 bool HasButton(const Layout& layout) {
-    return std::any_of(layout.controls.begin(), layout.controls.end(), [](const Control& control) {
-        return control.kind == ControlKind::Button;
-    });
+    return std::any_of(layout.controls.begin(), layout.controls.end(),
+                       [](const Control& control) { return control.kind == ControlKind::Button; });
 }
 
 HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter) {

@@ -4,7 +4,6 @@
 #include "platform/forms.h"
 
 #include <algorithm>
-#include <exception>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,38 +17,10 @@ namespace {
 constexpr UINT_PTR kTimer = 1;
 constexpr WORD kProgramIcon = 1;
 
-// What the forms of this thread have in common.
-struct Shared {
-    std::vector<HWND> loaded;    // the one shown last at the end
-    std::exception_ptr escaped;  // what left an event handler, see Guarded
-};
-
-Shared& Windows() {
-    static Shared shared;
-    return shared;
-}
-
-// Wakes a GetMessage that waits: the handlers of sent messages run inside it.
-void WakeLoop() { PostMessageA(nullptr, WM_NULL, 0, 0); }
-
-// An exception must not pass through the frames of user32. It is kept and goes on from the
-// message loop that the event came from; of several the first.
-template <typename Event>
-void Guarded(Event&& event) {
-    try {
-        event();
-    } catch (...) {
-        if (!Windows().escaped) {
-            Windows().escaped = std::current_exception();
-        }
-        WakeLoop();
-    }
-}
-
-void RethrowEscaped() {
-    if (Windows().escaped) {
-        std::rethrow_exception(std::exchange(Windows().escaped, nullptr));
-    }
+// The windows of the loaded forms, the one shown last at the end.
+std::vector<HWND>& LoadedWindows() {
+    static std::vector<HWND> loaded;
+    return loaded;
 }
 
 // Ctrl+A selects everything in a text box; edit controls learned it only in later systems.
@@ -64,7 +35,7 @@ bool SelectedAll(const MSG& message) {
 }
 
 bool HandledByForm(MSG& message) {
-    const std::vector<HWND>& loaded = Windows().loaded;
+    const std::vector<HWND>& loaded = LoadedWindows();
     const auto form = std::find_if(loaded.begin(), loaded.end(), [&](HWND window) {
         return message.hwnd == window || IsChild(window, message.hwnd) != FALSE;
     });
@@ -77,7 +48,6 @@ void Dispatch(MSG& message) {
         TranslateMessage(&message);
         DispatchMessageA(&message);
     }
-    RethrowEscaped();
 }
 
 void SetIcons(HWND form) {
@@ -108,9 +78,11 @@ struct Form::Window {
     Window& operator=(const Window&) = delete;
 
     [[nodiscard]] bool Create();
-    void OnTimer();
+    // The events of the form happen in these. An exception cannot pass through the frames
+    // of user32 below them; an event that lets one out is a fault that ends the program.
+    void OnTimer() noexcept;
     // True if the message is dealt with; an event may have destroyed this object then.
-    bool OnMessage(UINT message, WPARAM wide, LPARAM& result);
+    bool OnMessage(UINT message, WPARAM wide, LPARAM& result) noexcept;
 
     static INT_PTR CALLBACK Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter);
 
@@ -126,7 +98,7 @@ bool Form::Window::Create() {
     if (handle == nullptr) {
         return false;
     }
-    Windows().loaded.push_back(handle);
+    LoadedWindows().push_back(handle);
     controls = CreateControls(form.layout_, handle);
     if (controls.size() != form.layout_.controls.size()) {
         return false;
@@ -147,21 +119,22 @@ Form::Window::~Window() {
     // No event reaches the form while its window goes away.
     SetWindowLongPtrA(handle, DWLP_USER, 0);
     DestroyWindow(handle);
-    std::erase(Windows().loaded, handle);
-    WakeLoop();
+    std::erase(LoadedWindows(), handle);
+    // Wakes a loop that waits for a message: the handlers of sent messages run inside it.
+    PostMessageA(nullptr, WM_NULL, 0, 0);
     SetLastError(code);
 }
 
-void Form::Window::OnTimer() {
+void Form::Window::OnTimer() noexcept {
     // Stopped before the event, which lasts long and handles messages itself; a message of
     // the timer that was queued already finds it stopped.
     if (std::exchange(timerRunning, false)) {
         KillTimer(handle, kTimer);
-        Guarded([this] { form.Form_Timer(); });
+        form.Form_Timer();
     }
 }
 
-bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
+bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) noexcept {
     const bool closeBox = form.layout_.closeBox;
     switch (message) {
         case WM_TIMER:
@@ -172,12 +145,12 @@ bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
             // sends that of the cancel button.
             if ((LOWORD(wide) == kButtonId || LOWORD(wide) == IDCANCEL) &&
                 HIWORD(wide) == BN_CLICKED && HasButton(form.layout_)) {
-                Guarded([this] { form.Button_Click(); });
+                form.Button_Click();
             }
             return true;
         case WM_CLOSE:
             if (closeBox) {
-                Guarded([this] { form.Form_Close(); });
+                form.Form_Close();
             }
             return true;
         case WM_QUERYENDSESSION:
@@ -190,8 +163,7 @@ bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
     }
 }
 
-INT_PTR CALLBACK Form::Window::Procedure(HWND handle, UINT message, WPARAM wide,
-                                         LPARAM parameter) {
+INT_PTR CALLBACK Form::Window::Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter) {
     if (message == WM_INITDIALOG) {
         SetWindowLongPtrA(handle, DWLP_USER, parameter);
         return FALSE;  // the focus is set when the form is shown
@@ -211,7 +183,9 @@ INT_PTR CALLBACK Form::Window::Procedure(HWND handle, UINT message, WPARAM wide,
 
 Form::Form(const Layout& layout) : layout_(layout) {}
 
-Form::~Form() { Unload(); }
+Form::~Form() {
+    Unload();
+}
 
 bool Form::Load() {
     if (window_) {
@@ -246,7 +220,7 @@ bool Form::Show() {
         return true;  // unloaded by its own load event
     }
     HWND handle = window_->handle;
-    std::vector<HWND>& loaded = Windows().loaded;
+    std::vector<HWND>& loaded = LoadedWindows();
     std::erase(loaded, handle);
     loaded.push_back(handle);
     // Not ShowWindow: its first call obeys the way in which the process was started, and
@@ -272,7 +246,9 @@ void Form::Unload() {
     const std::unique_ptr<Window> window = std::move(window_);
 }
 
-bool Form::IsLoaded() const { return window_ != nullptr; }
+bool Form::IsLoaded() const {
+    return window_ != nullptr;
+}
 
 bool Form::SetText(std::size_t control, std::string_view text) {
     if (!Load() || !window_ || control >= window_->controls.size()) {
@@ -299,19 +275,17 @@ void ProcessMessages() {
         }
         Dispatch(message);
     }
-    RethrowEscaped();
 }
 
 void RunMessageLoop() {
     MSG message;
-    while (!Windows().loaded.empty() && GetMessageA(&message, nullptr, 0, 0) > 0) {
+    while (!LoadedWindows().empty() && GetMessageA(&message, nullptr, 0, 0) > 0) {
         Dispatch(message);
     }
-    RethrowEscaped();
 }
 
 HWND OwnerWindow() {
-    const std::vector<HWND>& loaded = Windows().loaded;
+    const std::vector<HWND>& loaded = LoadedWindows();
     return loaded.empty() ? nullptr : loaded.back();
 }
 

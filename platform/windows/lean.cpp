@@ -10,13 +10,27 @@
 // these names. What they report is a fault of the program: error number 51 to whoever
 // records it, whatever its type.
 namespace std {
-void __throw_bad_alloc() { throw bad_alloc(); }
-void __throw_bad_array_new_length() { throw bad_array_new_length(); }
-void __throw_logic_error(const char* /*text*/) { throw exception(); }
-void __throw_length_error(const char* /*text*/) { throw exception(); }
-void __throw_out_of_range_fmt(const char* /*format*/, ...) { throw exception(); }
-void __throw_bad_optional_access() { throw exception(); }
-void __throw_bad_function_call() { throw exception(); }
+void __throw_bad_alloc() {
+    throw bad_alloc();
+}
+void __throw_bad_array_new_length() {
+    throw bad_array_new_length();
+}
+void __throw_logic_error(const char* /*text*/) {
+    throw exception();
+}
+void __throw_length_error(const char* /*text*/) {
+    throw exception();
+}
+void __throw_out_of_range_fmt(const char* /*format*/, ...) {
+    throw exception();
+}
+void __throw_bad_optional_access() {
+    throw exception();
+}
+void __throw_bad_function_call() {
+    throw exception();
+}
 }  // namespace std
 
 namespace __gnu_cxx {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <set>
+#include <vector>
 
 #include "platform/hosted/registry_file.h"
 #include "tests/fuzz/support.h"

@@ -1,6 +1,8 @@
 // Any folder through the script and the command interpreter: what can be carried arrives
 // unchanged, what cannot never becomes another existing folder, and nothing but the three
 // deletions and the start of the copy happens.
+#include <algorithm>
+#include <cctype>
 #include <fstream>
 #include <vector>
 
@@ -29,9 +31,10 @@ struct Actions : hosted::ScriptActions {
     void Unknown(std::string_view text) override { unknown.emplace_back(text); }
 };
 
+constexpr std::string_view kNever = "\"*/:<>?|";
+
 // A file system has folders of this name: they are absolute, and no name has one of these.
 bool IsPossible(const std::string& folder) {
-    constexpr std::string_view kNever = "\"*/:<>?|";
     const auto impossible = [](char character) {
         return static_cast<unsigned char>(character) < 0x20 ||
                kNever.find(character) != std::string_view::npos;
@@ -50,12 +53,17 @@ bool HasDosForm(const std::string& folder) {
     });
 }
 
-Actions Interpret(const std::string& script) {
+void Interpret(const std::string& script, Actions& actions) {
     const std::filesystem::path drives = fuzz::MachineFolder() / "drives";
     std::ofstream(drives / "C/windows/Temp/UnInstall.bat", std::ios::binary) << script;
-    Actions actions;
     hosted::InterpretScript(kTemp + "UnInstall.bat", actions);
-    return actions;
+}
+
+void RequireNoOther(const std::string& folder, const std::string& argument) {
+    Require(argument.starts_with(kOption), "the copy knows what it is", folder);
+    const std::string arrived = argument.substr(kOption.size());
+    Require(arrived == folder || !FolderExists(arrived), "no other existing folder arrives",
+            folder + " -> " + arrived);
 }
 
 void CheckPlain(const std::string& folder, const Actions& actions) {
@@ -64,17 +72,15 @@ void CheckPlain(const std::string& folder, const Actions& actions) {
             "three files are deleted", folder);
     Require(actions.started == std::vector<std::string>{kCopy}, "the copy is started", folder);
     Require(actions.unknown.empty(), "nothing else is done", folder);
-    Require(!HasDosForm(folder) || actions.arguments.front() == kOption + folder,
-            "the folder arrives unchanged", folder);
+    const std::string& arrived = actions.arguments.front();
+    Require(!HasDosForm(folder) || arrived == kOption + folder, "it arrives unchanged", folder);
+    RequireNoOther(folder, arrived);
 }
 
 void CheckSpecial(const std::string& folder, const Actions& actions) {
     Require(!actions.started.empty() && actions.started.front() == kCopy,
             "the copy is started before anything that the folder says", folder);
-    Require(actions.arguments.front().starts_with(kOption), "it knows what it is", folder);
-    const std::string arrived = actions.arguments.front().substr(kOption.size());
-    Require(arrived == folder || !HasDosForm(folder) || !FolderExists(arrived),
-            "no other existing folder arrives", folder + " -> " + arrived);
+    RequireNoOther(folder, actions.arguments.front());
     if (folder.find('&') == std::string::npos) {
         Require(actions.started.size() == 1 && actions.unknown.empty(), "one start only", folder);
         for (const std::string& path : actions.deleted) {
@@ -97,10 +103,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         CheckScriptFolders(kTemp, folder);
     } catch (const RuntimeError&) {
-        Require(folder.find_first_of("&%^") != std::string::npos, "it can be carried", folder);
+        Require(folder.find_first_of("&%^") != std::string::npos || !HasDosForm(folder),
+                "what can be carried is not refused", folder);
         return 0;  // refused: no script is started
     }
-    const Actions actions = Interpret(BuildScript(kTemp, kTemp, folder));
+    Actions actions;
+    Interpret(BuildScript(kTemp, kTemp, folder), actions);
     if (folder.find_first_of("&%^") == std::string::npos) {
         CheckPlain(folder, actions);
     } else {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -26,12 +27,14 @@ constexpr const char* kItems[] = {
     "C/Programme/100%/",
     "C/Programme/A&B/Leer/",
     "C/Programme/A/Leer/",
+    "C/Programme/A B/",
+    "C/Programme/AÇ/",
     "C/ führend/x",
     "C/a/b/c/d/e/f/g",
     "C/Versteckt/x.txt",
     "C/windows/Temp/",
     "C/windows/system32/cmd.exe",
-    "D/",
+    "D/Daten/x",
 };
 
 constexpr std::string_view kSettings =

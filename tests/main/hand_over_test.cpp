@@ -144,8 +144,10 @@ TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {
     // Ignored, with no older copy there: the script finds nothing to start and tidies up.
     Machine ignored;
     ignored.Setting("faults", "first CopyFileA *=112");
-    ExpectOutcome(ignored.RunFirst({"yes", "ignore"}), {Confirmation(), CopyFailed("Ignore", full)},
-                  {});
+    Outcome outcome = ignored.RunFirst({"yes", "ignore"});
+    EXPECT_EQ(outcome.errors, "start \"" + kCopy + "\": error 2\n");  // the machine's log
+    outcome.errors.clear();
+    ExpectOutcome(outcome, {Confirmation(), CopyFailed("Ignore", full)}, {});
 }
 
 TEST(HandOver, ReplacesWhatEarlierRunsHaveLeft) {

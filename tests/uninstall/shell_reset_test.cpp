@@ -73,16 +73,16 @@ TEST(ShellReset, NamesWhatItMayNotWrite) {
         expected = Without(expected, kept);
     }
     expected = With(expected, {"- key HKLM\\Software\\Classes\\Unknown\\Shell\\Tessorin\\command"});
-    // Writing fails for each of the extensions that share the type.
-    const std::string verb =
-        value + "Tessorin.Text\\Shell\\open\\command\" konnte nicht geschrieben werden.";
+    // Writing fails for each of the extensions that share the type, as they name it.
+    const std::string verb = "\\Shell\\open\\command\" konnte nicht geschrieben werden.";
     ExpectOutcome(
         machine.RunCopy({}),
         {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
          Problems({"Der Registrierungsschlüssel \"HKEY_CLASSES_ROOT\\Unknown\\Shell\\Tessorin\" "
                    "konnte nicht gelöscht werden.",
                    value + "Unknown\\Shell\" konnte nicht geschrieben werden.",
-                   value + "*\\DefaultIcon\" konnte nicht gelöscht werden.", verb, verb})},
+                   value + "*\\DefaultIcon\" konnte nicht gelöscht werden.",
+                   value + "Tessorin.Text" + verb, value + "tessorin.TEXT" + verb})},
         expected);
 }
 

@@ -1,0 +1,159 @@
+// How the work grows with what there is to do. The rooms and the hosted machine in one
+// process; ./bench makes the table and knows the limits.
+#include <benchmark/benchmark.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <array>
+
+#include "benchmarks/staging.h"
+#include "main/modMain.h"
+#include "platform/hosted/registry_store.h"
+#include "registry/modRegistry.h"
+#include "uninstall/Globals.h"
+#include "uninstall/frmUnInstProc.h"
+
+namespace bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The relaunched copy's work from its timer on: the whole sequence, every question
+// answered with its default.
+class Sequence : public frmUnInstProc {
+ public:
+    void Run() {
+        Globals() = {"C:\\Programme\\Tessorin\\", "C:\\windows\\system32\\",
+                     "C:\\Programs\\Tessorin\\"};
+        if (Load()) {
+            Form_Timer();
+        }
+        hosted::FoldRegistry();
+    }
+};
+
+// The whole sequence where so many extensions start the editor.
+void VerbPass(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    StagedMachine machine;
+    machine.AddExtensions(count);
+    machine.Enter();
+    Sequence sequence;
+    for ([[maybe_unused]] auto _ : state) {
+        sequence.Run();
+    }
+    if (machine.CountNotepads() != count || fs::exists(machine.ProgramFolder())) {
+        state.SkipWithError("not all of the work has been done");
+    }
+}
+
+// The product's key with so many keys below it.
+void KeyDeletion(benchmark::State& state) {
+    StagedMachine machine;
+    machine.AddSettings(static_cast<std::size_t>(state.range(0)));
+    machine.Enter();
+    LONG code = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        code = modRegistry::DeleteKeyTree(HKEY_LOCAL_MACHINE, "Software\\Verlonix",
+                                          modRegistry::Silent);
+        hosted::FoldRegistry();
+    }
+    if (code != (state.range(0) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS)) {
+        state.SkipWithError("the key has not been deleted");
+    }
+}
+
+// The whole sequence with so many files in the program folder.
+void FileDeletion(benchmark::State& state) {
+    StagedMachine machine;
+    machine.AddFiles(static_cast<std::size_t>(state.range(0)));
+    machine.Enter();
+    Sequence sequence;
+    for ([[maybe_unused]] auto _ : state) {
+        sequence.Run();
+    }
+    if (fs::exists(machine.ProgramFolder())) {
+        state.SkipWithError("the folder is still there");
+    }
+}
+
+// What Linux itself needs for the same files.
+void FileDeletionByLibrary(benchmark::State& state) {
+    StagedMachine machine;
+    machine.AddFiles(static_cast<std::size_t>(state.range(0)));
+    for ([[maybe_unused]] auto _ : state) {
+        fs::remove_all(machine.ProgramFolder());
+    }
+}
+
+void ScriptBuilding(benchmark::State& state) {
+    const std::string folder(static_cast<std::size_t>(state.range(0)), 'x');
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(BuildScript("C:\\windows\\Temp\\", "C:\\windows\\Temp\\", folder));
+    }
+}
+
+bool RunAndWait(std::string program) {
+    std::string argument("/?");
+    const std::array<char*, 3> words{program.data(), argument.data(), nullptr};
+    pid_t child = 0;
+    int status = -1;
+    return posix_spawn(&child, program.c_str(), nullptr, nullptr, words.data(), environ) == 0 &&
+           waitpid(child, &status, 0) == child && status == 0;
+}
+
+// A process that finds its machine, refuses its argument and ends.
+void StartUp(benchmark::State& state) {
+    StagedMachine machine;
+    machine.AddSettings(static_cast<std::size_t>(state.range(0)));
+    const std::string program = machine.AddProgram(BENCH_PROGRAM);
+    machine.Enter();
+    for ([[maybe_unused]] auto _ : state) {
+        if (!RunAndWait(program)) {
+            state.SkipWithError("the program has failed");
+        }
+    }
+}
+
+// What a process of Linux needs anyway.
+void StartUpOfTrue(benchmark::State& state) {
+    for ([[maybe_unused]] auto _ : state) {
+        RunAndWait("/bin/true");
+    }
+}
+
+constexpr int kRepetitions = 5;  // of those that need a fresh machine for each run
+constexpr benchmark::TimeUnit kUnit = benchmark::kMillisecond;
+
+BENCHMARK(VerbPass)
+    ->Arg(0)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(1)
+    ->Repetitions(kRepetitions)
+    ->Unit(kUnit);
+BENCHMARK(KeyDeletion)
+    ->Arg(0)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(1)
+    ->Repetitions(kRepetitions)
+    ->Unit(kUnit);
+BENCHMARK(FileDeletion)
+    ->Arg(0)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Iterations(1)
+    ->Repetitions(kRepetitions)
+    ->Unit(kUnit);
+BENCHMARK(FileDeletionByLibrary)->Arg(10000)->Iterations(1)->Repetitions(kRepetitions)->Unit(kUnit);
+BENCHMARK(ScriptBuilding)->Arg(20)->Arg(250)->Repetitions(kRepetitions);
+BENCHMARK(StartUp)->Arg(0)->Arg(100000)->UseRealTime()->Repetitions(kRepetitions)->Unit(kUnit);
+BENCHMARK(StartUpOfTrue)->UseRealTime()->Repetitions(kRepetitions)->Unit(kUnit);
+
+}  // namespace
+}  // namespace bench
+
+BENCHMARK_MAIN();

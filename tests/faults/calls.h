@@ -1,0 +1,29 @@
+// The platform calls that a run has made.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/support/machine.h"
+
+namespace support {
+
+struct CallMade {
+    std::string role, function;
+    unsigned number = 0;  // 1 is the first of this function in this process
+    unsigned result = 0;  // its error code
+    bool changes = false;
+};
+
+// In the order in which they ended. The machine must have the setting that records them
+// ([trace] calls=1).
+std::vector<CallMade> CallsMade(const Machine& machine);
+
+// The platform calls of a function in one of the three processes.
+struct CallSite {
+    std::string role, function;
+
+    auto operator<=>(const CallSite&) const = default;
+};
+
+}  // namespace support
