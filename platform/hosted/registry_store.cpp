@@ -104,7 +104,12 @@ RegistryStore& RegistryStore::Current() {
     Machine& machine = Machine::Current();
     auto& store = machine.Part<RegistryStore>();
     if (!store.IsCurrent()) {
-        const MachineLock lock;
+        // Without a lock file nobody has been on this machine yet, and a damaged one is to
+        // be left exactly as it is.
+        std::optional<MachineLock> lock;
+        if (std::filesystem::exists(machine.Folder() / "lock")) {
+            lock.emplace();
+        }
         std::filesystem::path file;
         if (const std::optional<RegistryDamage> damage = store.Refresh(file)) {
             store.tree_ = nullptr;  // nothing of it is written

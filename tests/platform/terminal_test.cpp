@@ -123,7 +123,7 @@ TEST_F(InTerminal, QuestionsAreAnsweredByKeys) {
     run.Await("[ \x1b[4mN");  // the other button has the focus
     EXPECT_TRUE(run.IsChanged());
     run.Press(kEnter);
-    run.Await("zurückgesetzt werden");
+    run.Await("Windows-Integrationseinstellungen");
     run.Press("N");
     run.Await("Folgende Probleme sind aufgetreten:");
     run.Press(kPageDown + "x");
