@@ -15,12 +15,8 @@ constexpr std::string_view kContactPage = "https://www.verlonix.example/Kontakt"
 constexpr std::size_t kDescriptionLimit = 480;
 
 std::string ErrorIdentifier(std::uint8_t procedure, std::uint8_t place, std::int32_t number) {
-    std::string identifier(AppTitle);
-    identifier += kVersion;
-    for (const std::int32_t part : {std::int32_t{procedure}, std::int32_t{place}, number}) {
-        identifier.append(":").append(std::to_string(part));
-    }
-    return identifier;
+    return Joined({AppTitle, kVersion, ":", std::to_string(procedure), ":", std::to_string(place),
+                   ":", std::to_string(number)});
 }
 
 // The description with its further lines indented like the first one.
@@ -39,24 +35,19 @@ std::string Opening(const RuntimeError& error, std::int32_t number) {
     if (error.number != number || error.description.empty()) {
         return "Ein Fehler ist aufgetreten.\r\n\r\n";
     }
-    return "Der folgende Fehler ist aufgetreten:\r\n\t" + Indented(error.description) + "\r\n\r\n";
+    return Joined(
+        {"Der folgende Fehler ist aufgetreten:\r\n\t", Indented(error.description), "\r\n\r\n"});
 }
 
 std::string LongForm(const RuntimeError& error, std::int32_t number, bool fatal,
                      std::string_view identifier) {
-    std::string text = Opening(error, number);
-    if (fatal) {
-        text += "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n";
-    }
-    text += "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi;
-    text += AppTitle;
-    text += " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf ";
-    text += kContactPage;
-    text += ") und geben Sie unbedingt die Fehlerkennung \"";
-    text += identifier;
-    text +=
-        "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi;
-    return text;
+    return Joined(
+        {Opening(error, number),
+         fatal ? "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n" : "",
+         "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi, AppTitle,
+         " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf ",
+         kContactPage, ") und geben Sie unbedingt die Fehlerkennung \"", identifier,
+         "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi});
 }
 
 // SetClipboardData takes the memory over when it succeeds; until then it stays ours.
@@ -78,17 +69,16 @@ void CopyToClipboard(const std::string& text) {
 }
 
 void ShowShortForm(const std::string& identifier) {
-    std::string text;
-    text += "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."_ansi;
-    text.append(" (Fehlerkennung \"").append(identifier).append("\")");
-    ShowMessage(text, MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
+    ShowMessage(Joined({"Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."_ansi,
+                        " (Fehlerkennung \"", identifier, "\")"}),
+                MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
 }
 
 void ShowLongForm(const RuntimeError& error, std::int32_t number, bool fatal,
                   const std::string& identifier) {
     const std::string message = LongForm(error, number, fatal, identifier);
-    std::string question = message;
-    question += "\r\n\r\nMöchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi;
+    const std::string question =
+        Joined({message, "\r\n\r\nMöchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi});
     const UINT icon = fatal ? MB_ICONHAND : MB_ICONEXCLAMATION;
     if (ShowMessage(question, MB_YESNO | icon) == IDYES) {
         CopyToClipboard(message + "\r\n");
@@ -99,6 +89,14 @@ void ShowLongForm(const RuntimeError& error, std::int32_t number, bool fatal,
 
 int ShowMessage(const std::string& text, UINT style) {
     return MessageBoxA(forms::OwnerWindow(), text.c_str(), AppTitle, style);
+}
+
+std::string Joined(std::initializer_list<std::string_view> parts) {
+    std::string text;
+    for (const std::string_view part : parts) {
+        text += part;
+    }
+    return text;
 }
 
 std::string AddBackslash(std::string_view path) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,9 @@ inline constexpr char AppTitle[] = "UnInstaller";
 // window if there is one. style and result are those of MessageBoxA; 0 when the box
 // could not be shown.
 int ShowMessage(const std::string& text, UINT style);
+
+// The parts, one behind the other.
+std::string Joined(std::initializer_list<std::string_view> parts);
 
 // The path with a backslash at its end; an empty path stays empty.
 std::string AddBackslash(std::string_view path);

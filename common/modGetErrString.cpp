@@ -1,5 +1,7 @@
 #include "common/modGetErrString.h"
 
+#include "common/modGeneral.h"
+
 std::string SystemText(DWORD code, DWORD limit) {
     std::string text(limit, '\0');
     const DWORD length = FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
@@ -21,7 +23,7 @@ std::string GetErrString(std::int32_t code, bool showCode, std::string_view labe
         text.insert(0, kEmptyLine);
     }
     if (showCode) {
-        text.append(" (").append(label).append(" ").append(std::to_string(code)).append(")");
+        text += Joined({" (", label, " ", std::to_string(code), ")"});
     }
     return text;
 }

@@ -1,5 +1,6 @@
 #include "common/modGetShortPathAlways.h"
 
+#include "common/modGeneral.h"
 #include "common/modGetErrString.h"
 #include "common/modRuntimeError.h"
 #include "platform/win32.h"
@@ -9,10 +10,10 @@ std::string GetShortPathAlways(const std::string& longPath) {
     const DWORD size = GetShortPathNameA(longPath.c_str(), nullptr, 0);
     if (size == 0) {
         const DWORD code = GetLastError();
-        std::string description = "GetShortPathName failed for long path \"";
-        description.append(longPath).append("\".");
-        description += GetErrString(static_cast<std::int32_t>(code), true, "Error code");
-        throw RuntimeError{ErrorNumber::InvalidCall, std::move(description)};
+        throw RuntimeError{
+            ErrorNumber::InvalidCall,
+            Joined({"GetShortPathName failed for long path \"", longPath, "\".",
+                    GetErrString(static_cast<std::int32_t>(code), true, "Error code")})};
     }
     std::string path(size, '\0');
     const DWORD length = GetShortPathNameA(longPath.c_str(), path.data(), size);

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "common/FunctionRef.h"
 #include "common/modGeneral.h"
 #include "common/modRuntimeError.h"
 #include "platform/handles.h"
@@ -32,8 +33,7 @@ bool MeansNothingFound(DWORD code) {
 
 // Goes through the matching entries until visit returns true. Raises what the system
 // cannot tell.
-template <typename Visit>
-bool AnyEntry(std::string_view path, Visit visit) {
+bool AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> visit) {
     std::string pattern(path);
     if (pattern.ends_with('\\')) {
         pattern += '*';
@@ -94,7 +94,8 @@ bool HasEntries(std::string_view folder) {
 }
 
 bool IsFolderLink(std::string_view path) {
-    return !path.ends_with('\\') && AnyEntry(path, IsLink);
+    return !path.ends_with('\\') &&
+           AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
 }
 
 std::vector<std::string> ListFolders(std::string_view folder, FoldersIn what) {

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "common/modGeneral.h"
 #include "common/modGetErrString.h"
 #include "platform/ansi.h"
 
@@ -69,10 +70,19 @@ void RecordCurrentException() noexcept {
     }
 }
 
+bool RunStep(FunctionRef<void()> step) noexcept {
+    try {
+        step();
+        return true;
+    } catch (...) {
+        RecordCurrentException();
+        return false;
+    }
+}
+
 void RaiseSystemError(DWORD code, std::string_view object) {
     const Meaning& meaning = MeaningOf(code);
-    std::string description(meaning.text);
-    description.append(": \"").append(object).append("\"");
-    description += GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode");
-    throw RuntimeError{meaning.number, std::move(description)};
+    throw RuntimeError{meaning.number,
+                       Joined({meaning.text, ": \"", object, "\"",
+                               GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")})};
 }

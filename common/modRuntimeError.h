@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/FunctionRef.h"
 #include "platform/win32.h"
 
 // The numbers that the program itself raises or treats specially. The others come from
@@ -34,16 +35,7 @@ void RecordCurrentException() noexcept;
 
 // Runs one step of a procedure that defers its errors: a step that raises is abandoned,
 // its error becomes the current one, and the caller goes on. True if nothing was raised.
-template <typename Step>
-bool RunStep(Step&& step) noexcept {
-    try {
-        step();
-        return true;
-    } catch (...) {
-        RecordCurrentException();
-        return false;
-    }
-}
+bool RunStep(FunctionRef<void()> step) noexcept;
 
 // Raises the run-time error for a Win32 error code. The description names the object and
 // the system's own reason, in German.

@@ -23,15 +23,14 @@ constexpr DWORD kFolderBuffer = 255;
 
 // A folder from one of the system's queries, which return the length that they wrote, or
 // the length that they need when the buffer is too small. Empty if the query failed.
-template <typename Query>
-std::string QueriedFolder(Query query) {
+std::string QueriedFolder(FunctionRef<DWORD(char*)> query) {
     std::array<char, kFolderBuffer> buffer{};
-    const DWORD length = query(buffer);
+    const DWORD length = query(buffer.data());
     return AddBackslash(std::string_view(buffer.data(), length < buffer.size() ? length : 0));
 }
 
 std::string TempFolderPath() {
-    return QueriedFolder([](auto& buffer) { return GetTempPathA(kFolderBuffer, buffer.data()); });
+    return QueriedFolder([](char* buffer) { return GetTempPathA(kFolderBuffer, buffer); });
 }
 
 // The running program file: its folder as the system reports it, and its name without the
@@ -69,12 +68,9 @@ bool UserConfirms() {
 }
 
 bool UserRetries() {
-    std::string text;
-    text +=
-        "Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu deinstallieren."_ansi;
-    text +=
-        "\r\n\r\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren."_ansi;
-    return ShowMessage(text, MB_RETRYCANCEL | MB_ICONEXCLAMATION) == IDRETRY;
+    constexpr std::string_view kInUse =
+        "Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu deinstallieren.\r\n\r\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren."_ansi;
+    return ShowMessage(std::string(kInUse), MB_RETRYCANCEL | MB_ICONEXCLAMATION) == IDRETRY;
 }
 
 // Waits until the editor is not in use. False if the user gives up.
@@ -183,9 +179,8 @@ std::string GroupFolder() {
 }
 
 void ShowUnknownArgument(std::string_view arguments) {
-    std::string text("Unbekanntes Befehlszeilenargument (\"");
-    text.append(arguments).append("\")");
-    ShowMessage(text, MB_OK | MB_ICONEXCLAMATION);
+    ShowMessage(Joined({"Unbekanntes Befehlszeilenargument (\"", arguments, "\")"}),
+                MB_OK | MB_ICONEXCLAMATION);
 }
 
 void ShowProgressWindow() {
@@ -220,8 +215,7 @@ void RelaunchedCopy(std::string_view arguments) {
 }  // namespace
 
 std::string SystemFolderPath() {
-    return QueriedFolder(
-        [](auto& buffer) { return GetSystemDirectoryA(buffer.data(), kFolderBuffer); });
+    return QueriedFolder([](char* buffer) { return GetSystemDirectoryA(buffer, kFolderBuffer); });
 }
 
 std::string_view CommandArguments(std::string_view commandLine) {

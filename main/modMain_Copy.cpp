@@ -12,9 +12,10 @@ constexpr std::uint8_t kProcedure = 8;
 constexpr std::uint8_t kPlace = 1;
 
 int AskAboutFailedCopy(const std::string& source, const std::string& target, DWORD code) {
-    std::string text = "Beim Kopieren der Datei \"" + source + "\" nach \"" + target;
-    text += "\" ist der folgende Fehler aufgetreten:";
-    text += GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode");
+    const std::string text =
+        Joined({"Beim Kopieren der Datei \"", source, "\" nach \"", target,
+                "\" ist der folgende Fehler aufgetreten:",
+                GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")});
     return ShowMessage(text, MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
 }
 

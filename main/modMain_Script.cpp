@@ -11,9 +11,7 @@ namespace {
 constexpr std::string_view kEndsAWord = " &|<>^%,;=";
 
 [[noreturn]] void Refuse(std::string_view reason, const std::string& folder) {
-    std::string description(reason);
-    description.append(": \"").append(folder).append("\"");
-    throw RuntimeError{ErrorNumber::InvalidCall, std::move(description)};
+    throw RuntimeError{ErrorNumber::InvalidCall, Joined({reason, ": \"", folder, "\""})};
 }
 
 bool IsDigit(char character) {
@@ -66,8 +64,8 @@ void SetInterpreter(const std::string& systemFolder) {
     // The system takes the interpreter for a script from this variable or looks for it
     // along the search path, the program's current folder included. Both lead to the
     // system folder from here on, for this process and those that it starts.
-    SetEnvironmentVariableA("ComSpec", (systemFolder + "cmd.exe").c_str());
-    if (SetCurrentDirectoryA(systemFolder.c_str()) == FALSE) {
+    if (SetEnvironmentVariableA("ComSpec", (systemFolder + "cmd.exe").c_str()) == FALSE ||
+        SetCurrentDirectoryA(systemFolder.c_str()) == FALSE) {
         RaiseSystemError(GetLastError(), systemFolder);
     }
 }
@@ -76,16 +74,11 @@ void SetInterpreter(const std::string& systemFolder) {
 
 std::string BuildScript(std::string_view tempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder) {
-    const auto deletion = [&](std::string_view file) {
-        std::string line("del \"");
-        return line.append(tempFolder).append(file).append("\"");
-    };
-    std::string script = deletion("UnInstall.pif");
-    script.append("\r\nstart /wait ").append(shortTempFolder).append("UnInstall.exe /u=");
-    script += WinTextToDOSText(ownFolder);
-    script.append("\r\n").append(deletion("UnInstall.exe"));
-    script.append("\r\n").append(deletion("UnInstall.bat"));
-    return script;
+    return Joined({"del \"", tempFolder, "UnInstall.pif\"\r\n",           //
+                   "start /wait ", shortTempFolder, "UnInstall.exe /u=",  //
+                   WinTextToDOSText(ownFolder), "\r\n",                   //
+                   "del \"", tempFolder, "UnInstall.exe\"\r\n",           //
+                   "del \"", tempFolder, "UnInstall.bat\""});
 }
 
 void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {

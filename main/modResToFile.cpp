@@ -11,10 +11,11 @@ std::string_view StoredBytes(WORD id, const char* type) {
     const HRSRC resource = FindResourceA(nullptr, MAKEINTRESOURCEA(id), type);
     const HGLOBAL data = resource == nullptr ? nullptr : LoadResource(nullptr, resource);
     const void* const bytes = data == nullptr ? nullptr : LockResource(data);
-    if (bytes == nullptr) {
+    const DWORD size = bytes == nullptr ? 0 : SizeofResource(nullptr, resource);
+    if (size == 0) {
         RaiseSystemError(GetLastError(), std::string(type) + " " + std::to_string(id));
     }
-    return {static_cast<const char*>(bytes), SizeofResource(nullptr, resource)};
+    return {static_cast<const char*>(bytes), size};
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 
+#include "common/FunctionRef.h"
+#include "common/modGeneral.h"
+
 namespace modRegistry {
 
 namespace {
@@ -36,8 +39,7 @@ bool IsIgnored(LONG code, Options options) {
 // Runs an attempt until it succeeds, its failure is not to be reported, or the user
 // chooses to ignore it. Every operation that can report goes through here. options are
 // looked at after the attempt, which may change them.
-template <typename Attempt>
-LONG RunAttempts(const Subject& subject, const Options& options, Attempt attempt) {
+LONG RunAttempts(const Subject& subject, const Options& options, FunctionRef<LONG()> attempt) {
     for (;;) {
         const LONG code = attempt();
         if (code == ERROR_SUCCESS || !Has(options, ShowErrors) || IsIgnored(code, options) ||
@@ -136,7 +138,7 @@ LONG DeleteDepthFirst(HKEY root, const std::string& key) {
         Level& level = levels.back();
         path.resize(level.keyLength);
         if (level.next < level.subkeys.size()) {
-            path.append("\\").append(level.subkeys[level.next++]);
+            path += Joined({"\\", level.subkeys[level.next++]});
             code = Descend(root, path, levels);
         } else {
             code = DeleteLeaf(root, path);

@@ -63,16 +63,13 @@ Wording WordingOf(RegOp operation) {
 }
 
 std::string Subject(const Wording& wording, const std::string& valueName) {
-    std::string subject(wording.subject);
     if (wording.subject != Piece::Val) {
-        return subject;
+        return std::string(wording.subject);
     }
-    if (valueName.empty()) {
-        subject.append(" ").append(Piece::Default).append(" ");
-    } else {
-        subject.append(" \"").append(valueName).append("\" ");
-    }
-    return subject.append(Piece::InKey);
+    const std::string_view quote = valueName.empty() ? "" : "\"";
+    return Joined({wording.subject, " ", quote,
+                   valueName.empty() ? Piece::Default : std::string_view(valueName), quote, " ",
+                   Piece::InKey});
 }
 
 std::string Reason(LONG code) {
@@ -88,19 +85,27 @@ std::string Reason(LONG code) {
 
 std::string Message(const Wording& wording, const std::string& valueName, HKEY root,
                     const std::string& key, LONG code) {
-    std::string message = Subject(wording, valueName);
-    message.append(" \"").append(RootKeyName(root)).append("\\").append(key).append("\" ");
-    message.append(Piece::Could).append(wording.verb).append(Piece::Be);
     const std::string reason = Reason(code);
-    if (!reason.empty()) {
-        message.append(kEmptyLine).append(reason);
-    }
-    message.append(" (").append(Piece::Error).append(" ").append(std::to_string(code)).append(")");
-    message.append(kEmptyLine).append(Piece::AbortWarn);
-    if (wording.reads) {
-        message.append(kEmptyLine).append(Piece::IgnoreWarn);
-    }
-    return message;
+    return Joined({Subject(wording, valueName),
+                   " \"",
+                   RootKeyName(root),
+                   "\\",
+                   key,
+                   "\" ",
+                   Piece::Could,
+                   wording.verb,
+                   Piece::Be,
+                   reason.empty() ? "" : kEmptyLine,
+                   reason,
+                   " (",
+                   Piece::Error,
+                   " ",
+                   std::to_string(code),
+                   ")",
+                   kEmptyLine,
+                   Piece::AbortWarn,
+                   wording.reads ? kEmptyLine : "",
+                   wording.reads ? Piece::IgnoreWarn : ""});
 }
 
 }  // namespace

@@ -3,12 +3,16 @@
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR i686)
 
-set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-win32)
-set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-win32)
+# The tests need std::thread and take the other variant.
+set(UNINSTALL_THREADS win32 CACHE STRING "mingw-w64's thread variant: win32 or posix")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES UNINSTALL_THREADS)
+
+set(CMAKE_C_COMPILER i686-w64-mingw32-gcc-${UNINSTALL_THREADS})
+set(CMAKE_CXX_COMPILER i686-w64-mingw32-g++-${UNINSTALL_THREADS})
 set(CMAKE_RC_COMPILER i686-w64-mingw32-windres)
 # Plain ar would need its plugin named by hand for link-time optimised objects.
-set(CMAKE_AR i686-w64-mingw32-gcc-ar-win32)
-set(CMAKE_RANLIB i686-w64-mingw32-gcc-ranlib-win32)
+set(CMAKE_AR i686-w64-mingw32-gcc-ar-${UNINSTALL_THREADS})
+set(CMAKE_RANLIB i686-w64-mingw32-gcc-ranlib-${UNINSTALL_THREADS})
 
 set(CMAKE_FIND_ROOT_PATH /usr/i686-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -19,12 +19,11 @@ std::string_view NotDeleted() {
 }
 
 std::string Quoted(std::string_view text) {
-    std::string result("\"");
-    return result.append(text).append("\"");
+    return Joined({"\"", text, "\""});
 }
 
 std::string FullName(HKEY root, const std::string& key) {
-    return Quoted(modRegistry::RootKeyName(root) + "\\" + key);
+    return Joined({"\"", modRegistry::RootKeyName(root), "\\", key, "\""});
 }
 
 // Raises when the item is not there.
@@ -38,13 +37,13 @@ bool IsReadOnly(const std::string& path) {
 
 // Deletes a file, or a folder with everything in it, through the shell: no progress
 // dialog and no confirmation, but also no recycle bin.
-bool ShellDeleteItem(const std::string& path) {
+void ShellDeleteItem(const std::string& path) {
     const std::string list = path + '\0';  // and the NUL behind it: the list's empty entry
     SHFILEOPSTRUCTA request{};
     request.wFunc = FO_DELETE;
     request.pFrom = list.c_str();
     request.fFlags = FOF_SILENT | FOF_NOCONFIRMATION;
-    return SHFileOperationA(&request) == 0;
+    SHFileOperationA(&request);  // whether the item is gone is looked at, not believed
 }
 
 // The folders directly in a folder; none if it cannot be listed, because then the shell
@@ -90,8 +89,7 @@ void DeleteFolderOnce(const std::string& folder) {
 
 // Somebody may still hold the item for a moment: a process that is just ending, a virus
 // scanner. The difference of the tick counts survives the wrap of the counter.
-template <typename DeleteOnce>
-void DeleteUntilGone(const std::string& path, DWORD mask, DeleteOnce deleteOnce) {
+void DeleteUntilGone(const std::string& path, DWORD mask, void (*deleteOnce)(const std::string&)) {
     const DWORD start = GetTickCount();
     for (;;) {
         const DWORD now = GetTickCount();
@@ -105,8 +103,8 @@ void DeleteUntilGone(const std::string& path, DWORD mask, DeleteOnce deleteOnce)
 }
 
 bool UserKeeps(const std::string& folder) {
-    std::string question = "Das Verzeichnis " + Quoted(folder);
-    question += " ist nicht leer. Soll es dennoch gelöscht werden?"_ansi;
+    const std::string question = Joined(
+        {"Das Verzeichnis \"", folder, "\" ist nicht leer. Soll es dennoch gelöscht werden?"_ansi});
     return ShowMessage(question, MB_YESNO | MB_ICONQUESTION) != IDYES;
 }
 
@@ -138,20 +136,17 @@ bool DeleteFolderWaiting(const std::string& folder) {
 }  // namespace
 
 void frmUnInstProc::Log(std::string_view line) {
-    ProblemLog.append("-> ").append(line).append("\r\n");
+    ProblemLog += Joined({"-> ", line, "\r\n"});
 }
 
 void frmUnInstProc::LogNotDeleted(std::string_view kind, const std::string& name) {
-    Log(std::string(kind).append(name).append(NotDeleted()));
+    Log(Joined({kind, name, NotDeleted()}));
 }
 
 void frmUnInstProc::LogValue(HKEY root, const std::string& key, const std::string& name,
                              std::string_view failure) {
-    std::string line = "Der Registrierungswert ";
-    line += name.empty() ? "(Standard)" : Quoted(name);
-    line += " im Schlüssel "_ansi;
-    line.append(FullName(root, key)).append(failure);
-    Log(line);
+    Log(Joined({"Der Registrierungswert ", name.empty() ? "(Standard)" : Quoted(name),
+                " im Schlüssel "_ansi, FullName(root, key), failure}));
 }
 
 void frmUnInstProc::RemoveFile(const std::string& path) {

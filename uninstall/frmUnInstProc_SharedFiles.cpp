@@ -88,11 +88,11 @@ bool frmUnInstProc::ReleaseSharedFilesInKey(HKEY reading) {
     }
     for (const std::string_view name : SharedFileNames) {
         forms::ProcessMessages();
-        const std::string valueName = folder + std::string(name);
+        const std::string valueName = Joined({folder, name});
         if (!LowerSharedCount(reading, writing.Get(), valueName)) {
-            std::string line = "Die gemeinsam genutzte Datei \"" + valueName;
-            line += "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden."_ansi;
-            Log(line);
+            Log(Joined(
+                {"Die gemeinsam genutzte Datei \"", valueName,
+                 "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden."_ansi}));
         }
     }
     return true;

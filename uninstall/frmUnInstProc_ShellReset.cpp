@@ -48,8 +48,8 @@ bool IsOurIcon(std::string_view text) {
 
 EditorTexts FormTexts() {
     const std::string program = Globals().ProgramFolder + "Tessorin.exe";
-    const std::string quoted = "\"" + program + "\"";
-    return {quoted, quoted + " %1", program + " %1", WindowsFolder()};
+    return {Joined({"\"", program, "\""}), Joined({"\"", program, "\" %1"}), program + " %1",
+            WindowsFolder()};
 }
 
 bool StartsEditor(std::string_view command, const EditorTexts& texts) {
@@ -133,8 +133,7 @@ void frmUnInstProc::ResetVerbsOf(const std::string& extension, const EditorTexts
         return;
     }
     for (const std::string& verb : verbs) {
-        std::string key = shell;
-        key.append("\\").append(verb).append("\\command");
+        const std::string key = Joined({shell, "\\", verb, "\\command"});
         std::string command;
         if (modRegistry::ReadValue(HKEY_CLASSES_ROOT, key, {}, command, Silent) != ERROR_SUCCESS) {
             return;

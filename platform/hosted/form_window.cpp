@@ -13,7 +13,7 @@ namespace {
 using forms::Control;
 using forms::ControlKind;
 
-constexpr int kLookForKey = 10;         // milliseconds; keeps waiting loops from spinning
+constexpr int kLookForKey = 40;         // milliseconds between looks; a key ends it at once
 constexpr int kTwipsOfATextLine = 195;  // 13 pixels, as the standard dialog font has it
 
 // The controls as they stand below each other, which is not the order of the Tab key.

@@ -41,13 +41,13 @@ void PutBack() {
 }
 
 extern "C" void OnSignal(int number) {
-    ;
+    PutBack();
     static_cast<void>(std::signal(number, SIG_DFL));
     static_cast<void>(std::raise(number));
 }
 
 [[noreturn]] void EndBy(int number) {
-    ;
+    PutBack();
     static_cast<void>(std::signal(number, SIG_DFL));
     static_cast<void>(std::raise(number));
     std::_Exit(128 + number);
@@ -204,7 +204,7 @@ RawMode::~RawMode() {
     if (--rawDepth > 0 || savedValid == 0) {
         return;
     }
-    ;
+    PutBack();
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
         sigaction(kSignals[i], &savedActions[i], nullptr);
     }

@@ -1,5 +1,6 @@
 #include "tests/faults/calls.h"
 
+#include <cstdlib>
 #include <sstream>
 
 #include "tests/support/stage.h"
@@ -16,6 +17,11 @@ std::vector<CallMade> CallsMade(const Machine& machine) {
         calls.push_back(call);
     }
     return calls;
+}
+
+bool WholeMatrix() {
+    const char* const wish = std::getenv("UNINSTALL_MATRIX");
+    return wish != nullptr && std::string(wish) == "full";
 }
 
 }  // namespace support

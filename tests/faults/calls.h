@@ -26,4 +26,7 @@ struct CallSite {
     auto operator<=>(const CallSite&) const = default;
 };
 
+// Whether all cases are to run rather than a selection: UNINSTALL_MATRIX=full.
+bool WholeMatrix();
+
 }  // namespace support

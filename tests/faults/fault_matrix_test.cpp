@@ -5,7 +5,6 @@
 // calls in between, and all of them for good. UNINSTALL_MATRIX=full runs every call with
 // every code that its function can give.
 #include <algorithm>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -80,7 +79,7 @@ const std::map<std::string, std::vector<unsigned>>& Codes() {
     return codes;
 }
 
-// What may stay without a word, and why.
+// What may stay, or happen, without a word, and why.
 struct Silence {
     const char* role;
     const char* functions;  // those whose failure it comes from
@@ -92,6 +91,9 @@ bool IsHiveOfOthers(const Item& item) {
     return item.kind == Item::Kind::Key && item.place.starts_with("HKEY_USERS\\") &&
            !item.place.starts_with(kUser) && item.place.find("\\" + kMakerKey) != std::string::npos;
 }
+
+const std::string kOwnGroup =
+    "C:\\Dokumente und Einstellungen\\Clara\\Startmenü\\Programme\\Tessorin";
 
 const std::vector<Silence>& Silences() {
     static const std::vector<Silence> silences{
@@ -115,6 +117,11 @@ const std::vector<Silence>& Silences() {
          },
          "a verb's command: most file types are not ours, and those that cannot be read none of "
          "our business"},
+        {"copy", "SHGetSpecialFolderLocation SHGetPathFromIDListA",
+         [](const Item& item, const State&, const Baseline&) {
+             return item.place.starts_with(kGroupFolder) || item.place.starts_with(kOwnGroup);
+         },
+         "the group of all users: without their menu the group is the one in the user's own"},
         {"copy", "MessageBoxA",
          [](const Item& item, const State&, const Baseline&) { return IsShellSetting(item); },
          "the shell's settings: a question that cannot be shown counts as No"},
@@ -123,6 +130,11 @@ const std::vector<Silence>& Silences() {
              return Difference(baseline.before, after).empty();
          },
          "everything: a confirmation that cannot be shown counts as No, and nothing is touched"},
+        {"first", "CloseHandle",
+         [](const Item& item, const State&, const Baseline&) {
+             return item.place == kTempFolder + "\\UnInstall.pif";
+         },
+         "the record: still open in the first run, it cannot be deleted by the script"},
         {"script", "DeleteFileA",
          [](const Item& item, const State&, const Baseline&) {
              const Lines files = HandOverFiles();
@@ -208,16 +220,11 @@ std::map<CallSite, CallCount> CountCalls() {
     return counts;
 }
 
-bool WholeMatrix() {
-    const char* const wish = std::getenv("UNINSTALL_MATRIX");
-    return wish != nullptr && std::string(wish) == "full";
-}
-
 // The calls of a site that are to fail.
 std::vector<unsigned> Selected(const CallSite& site, unsigned calls) {
     // The program's files are compared block by block: one of many blocks is like another.
     const bool some = site.function == "ReadFile";
-    const unsigned few = WholeMatrix() ? 1000 : 6;
+    const unsigned few = WholeMatrix() ? calls : 6;
     std::set<unsigned> selected{1, calls};
     for (unsigned call = 1; !some && calls <= few && call <= calls; ++call) {
         selected.insert(call);
@@ -228,30 +235,36 @@ std::vector<unsigned> Selected(const CallSite& site, unsigned calls) {
     return {selected.begin(), selected.end()};
 }
 
+// In turn the user takes the defaults and passes over what is reported.
+void AddSelected(const CallSite& site, const CallCount& count, const std::vector<unsigned>& codes,
+                 std::vector<Fault>& faults) {
+    std::size_t turn = 0;
+    for (const unsigned call : Selected(site, count.calls)) {
+        for (std::size_t i = 0; i < codes.size(); ++i) {
+            if (WholeMatrix() || call == 1 || i == turn % codes.size()) {
+                faults.push_back({count.scenario, site, call, codes[i], (turn + i) % 2 == 1});
+            }
+        }
+        ++turn;
+    }
+}
+
 std::vector<Fault> Faults(const std::map<CallSite, CallCount>& counts) {
     std::vector<Fault> faults;
-    unsigned turn = 0;
     for (const auto& [site, count] : counts) {
         const auto known = Codes().find(site.function);
         if (known == Codes().end()) {
             ADD_FAILURE() << "which codes can " << site.function << " give?";
             continue;
         }
-        const std::vector<unsigned>& codes = known->second;
-        for (const unsigned code : codes) {
+        for (const unsigned code : known->second) {
             faults.push_back({count.scenario, site, 0, code, true});
-        }
-        for (const unsigned call :
-             codes.empty() ? std::vector<unsigned>() : Selected(site, count.calls)) {
-            for (const unsigned code : codes) {
-                if (WholeMatrix()) {
-                    faults.push_back({count.scenario, site, call, code, true});
-                    faults.push_back({count.scenario, site, call, code, false});
-                } else if (call == 1 || code == codes[turn % codes.size()]) {
-                    faults.push_back({count.scenario, site, call, code, turn % 2 == 0});
-                }
+            if (!WholeMatrix()) {
+                break;
             }
-            ++turn;
+        }
+        if (!known->second.empty()) {
+            AddSelected(site, count, known->second, faults);
         }
     }
     return faults;
@@ -285,10 +298,12 @@ class Judge {
         OneEnd();
         Remains();
         HandOver();
+        const bool ended = told_.ended || InterpreterEnded();
         result_.end = !result_.silences.empty() ? End::Silent
                       : told_.problems          ? End::Listed
-                      : told_.ended             ? End::Ended
+                      : ended                   ? End::Ended
                                                 : End::AsEver;
+        Consequences();
         return std::move(result_);
     }
 
@@ -313,8 +328,10 @@ class Judge {
     }
 
     void ForeignThings() {
-        for (const std::string& line : Foreign(baseline_, after_)) {
-            Violation("foreign: " + line);
+        for (const Item& item : Foreign(baseline_, after_)) {
+            if (!IsSilence(item)) {
+                Violation("foreign, but changed: " + item.Text());
+            }
         }
     }
 
@@ -350,6 +367,19 @@ class Judge {
             if (after_.files.contains(path) && (scriptRan || !told_.ended) && !IsSilence(item)) {
                 Violation("left in the temporary folder: " + path);
             }
+        }
+    }
+
+    // The first run hands over nothing that it could not make, or make safe.
+    void Consequences() {
+        const std::set<std::string> harmless{
+            "CloseHandle", "FindClose",
+            "FindFirstFileA",  // for an older record, which then stands in the way
+            "OpenFile",        // tried again
+        };
+        if (fault_.site.role == "first" && result_.end == End::AsEver &&
+            !harmless.contains(fault_.site.function)) {
+            Violation("went on as if nothing had happened");
         }
     }
 
@@ -486,7 +516,9 @@ TEST(FaultMatrix, WhateverFailsHarmsNothingAndIsTold) {
     PrintTable(rows);
     for (std::size_t i = 0; i < needed.size(); ++i) {
         std::cout << "silent in " << needed[i] << " cases: " << Silences()[i].reason << "\n";
-        EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << Silences()[i].reason;
+        if (WholeMatrix()) {
+            EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << Silences()[i].reason;
+        }
     }
 }
 

@@ -57,6 +57,11 @@ bool IsFileNamed(const std::string& path, const std::string& lines) {
     if (path == kProgramFolder + "\\Tessorin.exe" || path == kProgramFolder + "\\UnInstall.exe") {
         return NamesPath(lines, "Die Datei", path);
     }
+    // Where no menu can be found, the line has no path to name.
+    if ((path == kGroupFolder || IsBelow(path, kGroupFolder)) &&
+        NamesPath(lines, "Das Verzeichnis", "Tessorin")) {
+        return true;
+    }
     if (folder == kGroupFolder) {
         return NamesPath(lines, "Die Verknüpfung", path);
     }
@@ -164,21 +169,21 @@ Lines HandOverFiles() {
             kTempFolder + "\\UnInstall.pif"};
 }
 
-Lines Foreign(const Baseline& baseline, const State& after) {
+std::vector<Item> Foreign(const Baseline& baseline, const State& after) {
     const auto& [before, complete] = baseline;
     const Lines handOver = HandOverFiles();
-    Lines foreign;
+    std::vector<Item> foreign;
     for (const std::string& path : Names(before.files, after.files)) {
         const auto now = Find(after.files, path);
         if (now != Find(before.files, path) && now != Find(complete.files, path) &&
             std::find(handOver.begin(), handOver.end(), path) == handOver.end()) {
-            foreign.push_back("file " + path + (now ? " is another one" : " is gone"));
+            foreign.push_back({Item::Kind::File, path, {}});
         }
     }
     for (const std::string& key : Names(before.keys, after.keys)) {
         const bool isThere = after.keys.contains(key);
         if (isThere != before.keys.contains(key) && isThere != complete.keys.contains(key)) {
-            foreign.push_back("key " + key + (isThere ? " is new" : " is gone"));
+            foreign.push_back({Item::Kind::Key, key, {}});
         }
         const Values then = ValuesOf(before, key);
         const Values now = ValuesOf(after, key);
@@ -186,8 +191,7 @@ Lines Foreign(const Baseline& baseline, const State& after) {
             const auto value = Find(now, name);
             if (isThere && value != Find(then, name) &&
                 value != Find(ValuesOf(complete, key), name)) {
-                foreign.push_back(Item{Item::Kind::Value, key, name}.Text() + ": " +
-                                  value.value_or("gone"));
+                foreign.push_back({Item::Kind::Value, key, name});
             }
         }
     }

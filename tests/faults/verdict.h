@@ -32,7 +32,7 @@ Lines HandOverFiles();
 
 // What is neither as before nor as after a complete removal, the files of the hand-over
 // aside.
-Lines Foreign(const Baseline& baseline, const State& after);
+std::vector<Item> Foreign(const Baseline& baseline, const State& after);
 // What a complete removal would have removed or changed and is still as before.
 std::vector<Item> LeftOver(const Baseline& baseline, const State& after);
 

@@ -2,10 +2,9 @@
 
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -113,8 +112,7 @@ void Require(bool holds, std::string_view rule, std::string_view subject) {
             readable += {'\\', 'x', kDigits[code / 16], kDigits[code % 16]};
         }
     }
-    std::fprintf(stderr, "broken rule: %.*s: \"%s\"\n", static_cast<int>(rule.size()), rule.data(),
-                 readable.c_str());
+    std::cerr << "broken rule: " << rule << ": \"" << readable << "\"\n";
     std::abort();
 }
 

@@ -1,11 +1,13 @@
 // The machine of the tests on Linux: a folder in the temporary directory, the program as
 // a child process. Processes that outlive their parent become children of the test
 // process, so "no child left" means that the machine is idle.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -71,21 +73,23 @@ int WaitForAll(pid_t program) {
     }
 }
 
-pid_t StartProcess(const fs::path& program, const std::vector<std::string>& arguments,
+// Puts a file in the place of a standard stream.
+bool Redirect(int stream, const fs::path& file, int flags) {
+    const int opened = open(file.c_str(), flags | O_CREAT, 0666);
+    return opened >= 0 && dup2(opened, stream) >= 0;
+}
+
+pid_t StartProcess(const fs::path& program, std::vector<std::string> arguments,
                    const fs::path& errors) {
-    std::vector<std::string> words{program.string()};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers;
-    for (std::string& word : words) {
-        pointers.push_back(word.data());
-    }
-    pointers.push_back(nullptr);
+    arguments.insert(arguments.begin(), program.string());
+    std::vector<char*> pointers(arguments.size() + 1);
+    std::transform(arguments.begin(), arguments.end(), pointers.begin(),
+                   [](std::string& word) { return word.data(); });
     const pid_t child = fork();
     if (child == 0) {
-        const bool redirected = std::freopen("/dev/null", "r", stdin) != nullptr &&
-                                std::freopen("/dev/null", "w", stdout) != nullptr &&
-                                std::freopen(errors.c_str(), "a", stderr) != nullptr;
-        if (redirected) {
+        if (Redirect(STDIN_FILENO, "/dev/null", O_RDONLY) &&
+            Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) &&
+            Redirect(STDERR_FILENO, errors, O_WRONLY | O_APPEND)) {
             execv(pointers[0], pointers.data());
         }
         _exit(127);

@@ -1,0 +1,265 @@
+// bench_wine STAGE UNINSTALL OTHER ROUNDS: on the Windows it runs on, which should be
+// nobody's, compares the exe's whole relaunched run with that of a script-made uninstaller,
+// in turns, and measures what the exe's list of problems costs while it waits.
+#include <algorithm>
+#include <cstdlib>
+#include <iomanip>
+#include <iostream>
+#include <stdexcept>
+#include <vector>
+
+#include "platform/handles.h"
+#include "tests/support/machine.h"
+#include "tests/support/registry_text.h"
+#include "tests/support/stage.h"
+#include "tests/support/windows/files.h"
+#include "tests/support/windows/registry.h"
+#include "tests/support/windows/text.h"
+
+namespace bench {
+namespace {
+
+using support::kGroupFolder;
+using support::kHklm;
+using support::kProgramFolder;
+using support::kTempFolder;
+
+constexpr DWORD kTimeLimit = 120000;  // milliseconds
+constexpr DWORD kWaiting = 6000;
+constexpr char kTitle[] = "UnInstaller";
+
+const std::string kCopy = kTempFolder + "\\UnInstall.exe";
+const std::string kOther = kTempFolder + "\\Script.exe";
+const std::string kShellFolders =
+    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+
+// The product and its surroundings, the same before every run.
+class Stage {
+ public:
+    Stage(const std::filesystem::path& stage, std::string program)
+        : files_(support::ReadStagedFiles(stage / "files.txt")),
+          keys_(support::ParseRegistry(support::ReadBytes(stage / "registry.reg"))),
+          program_(std::move(program)) {
+        support::SetRealValue(
+            kShellFolders, "Common Programs",
+            support::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+    }
+
+    void Set() const {
+        support::RemoveTree("C:\\Programme");
+        support::RemoveTree("C:\\Dokumente und Einstellungen");
+        for (const auto& [key, values] : keys_) {
+            support::MakeKey(key);
+            for (const auto& [name, value] : values) {
+                support::SetRealValue(key, name, value);
+            }
+        }
+        for (const support::StagedFile& file : files_) {
+            if (file.path.starts_with("C:\\windows")) {
+                continue;  // the system has its own
+            }
+            if (file.kind == support::StagedFile::Kind::Folder) {
+                support::MakeFolders(file.path);
+            } else {
+                const bool program = file.kind == support::StagedFile::Kind::Program;
+                support::WriteRealFile(file.path, program ? program_ : file.content);
+            }
+            support::SetRealAttributes(file.path, file.attributes);
+        }
+    }
+
+ private:
+    std::vector<support::StagedFile> files_;
+    support::Keys keys_;
+    std::string program_;
+};
+
+bool Exists(const std::string& path) {
+    return GetFileAttributesA(support::FromUtf8(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+bool KeyExists(HKEY root, const char* path) {
+    handles::Key key;
+    return RegOpenKeyExA(root, path, 0, KEY_READ, key.Receive()) == ERROR_SUCCESS;
+}
+
+DWORD SharedCount() {
+    DWORD count = 0;
+    DWORD size = sizeof count;
+    handles::Key key;
+    RegOpenKeyExA(HKEY_LOCAL_MACHINE, "Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs", 0,
+                  KEY_READ, key.Receive());
+    RegQueryValueExA(key.Get(), "C:\\windows\\system32\\Msvbvm60.dll", nullptr, nullptr,
+                     reinterpret_cast<LPBYTE>(&count), &size);
+    return count;
+}
+
+void RequireRemoved(const std::string& by) {
+    const bool done =
+        !Exists(kProgramFolder) && !Exists(kGroupFolder) && SharedCount() == 4 &&
+        !KeyExists(HKEY_LOCAL_MACHINE, "Software\\Verlonix") &&
+        !KeyExists(HKEY_CURRENT_USER, "Software\\Verlonix\\Tessorin") &&
+        !KeyExists(HKEY_LOCAL_MACHINE,
+                   "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessorin");
+    if (!done) {
+        throw std::runtime_error(by + " has not done all of the job");
+    }
+}
+
+// Answers every message box of the program at once, questions with Yes.
+void AnswerBox() {
+    const HWND box = FindWindowA("#32770", kTitle);
+    if (box == nullptr || IsWindowVisible(box) == FALSE) {
+        return;
+    }
+    const int answer = GetDlgItem(box, IDYES) != nullptr ? IDYES : IDOK;
+    PostMessageA(box, WM_COMMAND, static_cast<WPARAM>(answer),
+                 reinterpret_cast<LPARAM>(GetDlgItem(box, answer)));
+}
+
+handles::Process Start(const std::string& program, const std::string& arguments) {
+    std::string command = support::FromUtf8("\"" + program + "\" " + arguments);
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, "C:\\windows",
+                       &startup, &process) == FALSE) {
+        throw std::runtime_error("cannot start " + program);
+    }
+    CloseHandle(process.hThread);
+    return handles::Process(process.hProcess);
+}
+
+double Now() {
+    LARGE_INTEGER count{};
+    LARGE_INTEGER frequency{};
+    QueryPerformanceCounter(&count);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
+}
+
+// Seconds from the start of the process to its end.
+double Run(const std::string& program, const std::string& arguments, bool answering) {
+    const double start = Now();
+    const handles::Process process = Start(program, arguments);
+    const DWORD step = answering ? 2 : kTimeLimit;
+    while (WaitForSingleObject(process.Get(), step) != WAIT_OBJECT_0) {
+        if ((Now() - start) * 1000 > kTimeLimit) {
+            TerminateProcess(process.Get(), 1);
+            throw std::runtime_error(program + " does not end");
+        }
+        AnswerBox();
+    }
+    return Now() - start;
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+double Compare(const Stage& stage, int rounds) {
+    std::vector<double> ratios;
+    for (int round = -1; round < rounds; ++round) {  // the first one warms up
+        stage.Set();
+        const double other = Run(kOther, "", false);
+        RequireRemoved("the script-made uninstaller");
+        stage.Set();
+        const double ours = Run(kCopy, support::CopyArguments(), true);
+        RequireRemoved("UnInstall.exe");
+        std::cout << (round < 0 ? "warm-up" : "round  ") << std::setw(3) << round + 1 << "  exe "
+                  << ours << " s  script-made " << other << " s  ratio " << ours / other
+                  << std::endl;
+        if (round >= 0) {
+            ratios.push_back(ours / other);
+        }
+    }
+    return Median(ratios);
+}
+
+double CpuSeconds(HANDLE process) {
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    GetProcessTimes(process, &created, &ended, &kernel, &user);
+    const auto seconds = [](const FILETIME& time) {
+        constexpr double kUnit = 1e-7;
+        return (static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime) *
+               kUnit;
+    };
+    return seconds(kernel) + seconds(user);
+}
+
+HWND ListOfProblems() {
+    for (HWND window = FindWindowA(nullptr, kTitle); window != nullptr;
+         window = FindWindowExA(nullptr, window, nullptr, kTitle)) {
+        if (FindWindowExA(window, nullptr, "Edit", nullptr) != nullptr) {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
+// The share of one core that the program takes while its list of problems is open.
+double ShareWhileWaiting(const Stage& stage) {
+    stage.Set();
+    support::SetRealAttributes(kProgramFolder + "\\Tessorin.exe", "R");
+    const handles::Process process = Start(kCopy, support::CopyArguments());
+    const double start = Now();
+    HWND window = nullptr;
+    while (window == nullptr) {
+        if ((Now() - start) * 1000 > kTimeLimit) {
+            TerminateProcess(process.Get(), 1);
+            throw std::runtime_error("no list of problems is shown");
+        }
+        AnswerBox();
+        Sleep(10);
+        window = ListOfProblems();
+    }
+    Sleep(1000);  // it has been painted
+    const double before = CpuSeconds(process.Get());
+    const double from = Now();
+    Sleep(kWaiting);
+    const double share = (CpuSeconds(process.Get()) - before) / (Now() - from);
+    PostMessageA(window, WM_SYSCOMMAND, SC_CLOSE, 0);
+    WaitForSingleObject(process.Get(), kTimeLimit);
+    if (before <= 0) {
+        throw std::runtime_error("this system does not tell CPU times");
+    }
+    return share;
+}
+
+int Measure(char** arguments) {
+    const std::string program = support::ReadBytes(arguments[2]);
+    const Stage stage(arguments[1], program);
+    support::MakeFolders(kTempFolder);
+    support::WriteRealFile(kCopy, program);
+    support::WriteRealFile(kOther, support::ReadBytes(arguments[3]));
+    SetEnvironmentVariableA("TMP", support::FromUtf8(kTempFolder).c_str());
+    SetEnvironmentVariableA("TEMP", support::FromUtf8(kTempFolder).c_str());
+    std::cout << std::fixed << std::setprecision(3);
+    const double ratio = Compare(stage, std::atoi(arguments[4]));
+    const double share = ShareWhileWaiting(stage);
+    std::cout << "relaunched run to script-made uninstaller, median ratio: " << ratio
+              << " (limit 1)\nCPU while the list of problems waits, of one core: " << share * 100
+              << " % (limit 1 %)" << std::endl;
+    return ratio <= 1 && share <= 0.01 ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace bench
+
+int main(int count, char** arguments) {
+    if (count != 5) {
+        std::cerr << "usage: bench_wine STAGE UNINSTALL OTHER ROUNDS\n";
+        return 2;
+    }
+    try {
+        return bench::Measure(arguments);
+    } catch (const std::exception& error) {
+        std::cerr << "bench_wine: " << error.what() << '\n';
+        return 2;
+    }
+}

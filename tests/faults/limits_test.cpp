@@ -1,0 +1,280 @@
+// Names, sizes and numbers at their limits, links where folders are expected, and folders
+// that nobody should uninstall.
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "common/modRuntimeError.h"
+#include "main/modFile.h"
+#include "main/modMain.h"
+#include "platform/ansi.h"
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const std::string kProductKey = kMakerKey + "\\Tessorin";
+
+// What is removed besides the program folder and the shell's settings.
+Lines TheRest() {
+    return Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder});
+}
+
+// Keys at the end of the registry file: the harness would read and write all for each.
+void Append(const Machine& machine, const std::function<void(std::ostream&)>& write) {
+    std::ofstream file(machine.HostFolder() + "/registry.reg", std::ios::app | std::ios::binary);
+    write(file);
+    ASSERT_TRUE(file.flush());
+}
+
+// ---- limits ----------------------------------------------------------------------------
+
+TEST(Limits, TheLongestPathThatAProgramCanHave) {
+    // C:\...\UnInstall.exe of 259 characters, and a file with a name of one letter.
+    const std::string folder = "C:\\" + std::string(120, 'x') + "\\" + std::string(121, 'y');
+    ASSERT_EQ((folder + "\\UnInstall.exe").size(), 259U);
+    Machine machine;
+    machine.Program(folder + "\\UnInstall.exe").File(folder + "\\Tessorin.exe", "x");
+    machine.File(folder + "\\z\\z", "x");
+    ExpectOutcome(
+        machine.Run(folder + "\\UnInstall.exe", "", {"yes", "yes", "no"}),
+        {Confirmation(), Progress(), FolderNotEmpty(folder), ResetQuestion("No"), Success()},
+        With(TheRest(), {"- folder " + folder}));
+}
+
+// No program can lie in a folder in which its path would be longer than 259 characters.
+TEST(Limits, AFolderThatIsTooLongForItsFilesEndsTheRun) {
+    for (const std::size_t length : {245U, 246U, 247U, 259U, 260U}) {
+        SCOPED_TRACE(length);
+        const std::string folder =
+            "C:\\" + std::string(120, 'x') + "\\" + std::string(length - 124, 'y');
+        const std::string file = folder + (length == 246 ? "\\UnInstall.exe" : "\\Tessorin.exe");
+        Machine machine;
+        machine.Folder(folder);
+        const Outcome outcome =
+            machine.RunCopy("/u=" + folder, length == 245 ? Lines{"no"} : Lines{});
+        if (length == 245) {
+            ExpectOutcome(outcome, {Progress(), ResetQuestion("No"), Success()},
+                          With(TheRest(), {"- folder " + folder}));
+        } else if (length < 260) {
+            const std::string reason =
+                "Dateiname falsch: \"" + file +
+                "\"\\n\\t\\n\\tDer Dateiname oder die Erweiterung ist zu lang. (Fehlercode 206)";
+            ExpectOutcome(outcome, {Progress(), Fatal(FatalMessage(reason, "6:1:52"), "Yes")}, {},
+                          1);
+        } else {
+            ExpectOutcome(outcome, {UnknownArgument("/u=" + folder)}, {});
+        }
+    }
+}
+
+TEST(Limits, TheLongestKeyNamesThereAre) {
+    const std::string name(255, 'x');
+    Machine machine;
+    machine.Value(kHklm + kProductKey + "\\" + name + "\\" + name, name, "\"x\"");
+    machine.Key("HKEY_USERS\\" + name + "\\" + kProductKey + "\\" + name);
+    machine.Value(kClasses + "." + std::string(254, 'x'), "", "\"" + name + "\"");
+    machine.Value(kClasses + name + "\\Shell\\" + name + "\\command", "",
+                  R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe %1")");
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+                  With(CompleteRemoval(),
+                       {"- key HKU\\" + name + "\\" + kMakerKey,
+                        "~ value HKLM\\Software\\Classes\\" + name + "\\Shell\\" + name +
+                            R"(\command\@: "C:\\Programme\\Büro Tessorin\\Tessorin.exe %1" -> )" +
+                            R"("C:\\windows\\Notepad.exe %1")"}));
+}
+
+// Up to 16 MiB a value is read; of a byte more nobody knows what it says.
+TEST(Limits, ValuesOf16MiBAreReadAndLongerOnesLeft) {
+    const std::string system = "C:\\\\windows\\\\system32\\\\";
+    const std::string largest((16U << 20) - 1, 'x');  // with its NUL
+    Machine machine;
+    Append(machine, [&](std::ostream& file) {
+        file << "\n[" << kSharedDlls << "]\n";
+        file << '"' << system << "Msvbvm60.dll\"=\"" << largest << "x\"\n";
+        file << '"' << system << "RichTx32.ocx\"=\"" << largest << "\"\n";
+    });
+    ExpectOutcome(
+        machine.RunCopy({"yes", "no"}),
+        {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"),
+         Problems({"Die gemeinsam genutzte Datei \"C:\\windows\\system32\\Msvbvm60.dll\" konnte "
+                   "nicht als nicht mehr von Tessorin benötigt markiert werden."})},
+        With(Without(Without(CompleteRemoval(), ShellReset()), "Msvbvm60"),
+             {R"(- value HKLM\Software\Microsoft\Windows\CurrentVersion\SharedDLLs\)"
+              R"(C:\windows\system32\RichTx32.ocx)"}));
+}
+
+// The registry allows 512 levels; what is below the product's key goes level by level.
+TEST(Limits, AsDeepAsTheRegistryCanBe) {
+    std::string key = kHklm + kProductKey;
+    for (int level = 4; level <= 512; ++level) {
+        key += "\\" + std::to_string(level);
+    }
+    Machine machine;
+    machine.Value(key, "tief", "\"unten\"");
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+                  CompleteRemoval());
+}
+
+TEST(Limits, AsWideAsNobodyHasSeenIt) {
+    Machine machine;
+    Append(machine, [](std::ostream& file) {
+        for (unsigned i = 0; i < 100000; ++i) {
+            file << "\n[" << kHklm << kProductKey << "\\Zuletzt " << i << "]\n";
+        }
+    });
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+                  CompleteRemoval());
+}
+
+// ---- links -----------------------------------------------------------------------------
+
+TEST(Links, InsideTheFolderLeadNowhere) {
+    Machine machine;
+    machine.Link(kProgramFolder + "\\Hilfe\\Bilder\\alle", "C:\\");
+    machine.Link(kProgramFolder + "\\Hilfe\\oben", kProgramFolder);
+    machine.Link(kProgramFolder + "\\Hilfe\\System", "C:\\windows\\system32");
+    machine.Link(kProgramFolder + "\\nirgends", "C:\\gibt\\es\\nicht");
+    machine.Link(kProgramFolder + "\\Notepad.exe", "C:\\windows\\Notepad.exe");
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+                  CompleteRemoval());
+}
+
+// The product's two files are its own wherever they lie; everything else there is not.
+TEST(Links, InPlaceOfTheProgramFolderGoAlone) {
+    const std::string target = "D:\\Sammlung";
+    Machine machine;
+    machine.Remove(kProgramFolder).File(target + "\\Tessorin.exe", "x");
+    machine.File(target + "\\UnInstall.exe", "x").File(target + "\\Brief.txt", "x");
+    machine.File(target + "\\Hilfe\\Tessorin.hlp", "x");
+    machine.Link(kProgramFolder, target);
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+                  With(Without(CompleteRemoval(), Lines{"- folder " + kProgramFolder}),
+                       {"- file " + kProgramFolder, "- file " + target + "\\Tessorin.exe",
+                        "- file " + target + "\\UnInstall.exe"}));
+}
+
+TEST(Links, InPlaceOfTheGroupGoAlone) {
+    const std::string target = "D:\\Menü";
+    Machine machine;
+    machine.Remove(kGroupFolder).File(target + "\\Tessorin.lnk", "x");
+    machine.File(target + "\\Textwerk.lnk", "x").Folder(target + "\\Spiele");
+    machine.Link(kGroupFolder, target);
+    ExpectOutcome(machine.RunCopy({}),
+                  {Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
+                   ResetQuestion(), Success()},
+                  With(Without(CompleteRemoval(), Lines{"- folder " + kGroupFolder}),
+                       {"- file " + kGroupFolder, "- file " + target + "\\Tessorin.lnk"}));
+}
+
+// ---- folders that are nobody's program folder ------------------------------------------
+
+TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
+    for (const std::string& folder : Lines{"C:\\", "C:\\windows", "C:\\windows\\system32"}) {
+        SCOPED_TRACE(folder);
+        Machine machine;
+        ExpectOutcome(
+            machine.RunCopy("/u=" + folder, {"no", "no"}),
+            {Progress(), FolderNotEmpty(folder, "No"), ResetQuestion("No"),
+             Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
+            TheRest());
+    }
+    // The shell deletes no root.
+    Machine machine;
+    machine.Setting("clock", "virtual=1");
+    ExpectOutcome(machine.RunCopy("/u=C:\\", {"yes", "no"}),
+                  {Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
+                   Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},
+                  TheRest());
+}
+
+// ---- script and copy between writing and starting --------------------------------------
+
+class HandOverFile : public testing::Test {
+ protected:
+    HandOverFile() { machine_.Enter(); }
+    static DWORD CodeOfOpening(const std::string& path, DWORD access) {
+        const handles::File file(CreateFileA(
+            path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        return file ? ERROR_SUCCESS : GetLastError();
+    }
+    // The number of the run-time error that a step raises, 0 for none.
+    template <typename Step>
+    static std::int32_t Raised(Step step) {
+        try {
+            step();
+        } catch (const RuntimeError& error) {
+            return error.number;
+        }
+        return 0;
+    }
+    static inline const std::string kPath = kTempFolder + "\\UnInstall.bat";
+    static constexpr std::int32_t kDenied = 75;
+    Machine machine_;
+};
+
+TEST_F(HandOverFile, CanBeReadButNotChangedWhileItIsHeld) {
+    WriteNewFile(kPath, "del x");
+    {
+        const handles::File held = HoldUnchanged(kPath, "del x");
+        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_READ), DWORD{ERROR_SUCCESS});
+        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION});
+        EXPECT_EQ(DeleteFileA(kPath.c_str()), FALSE);
+        EXPECT_EQ(CopyFileA((kTempFolder + "\\~DF3A1.tmp").c_str(), kPath.c_str(), FALSE), FALSE);
+        EXPECT_EQ(machine_.Content(kPath), "del x");
+    }
+    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
+}
+
+TEST_F(HandOverFile, IsRefusedWhenSomebodyHasChangedIt) {
+    WriteNewFile(kPath, "del x");
+    for (const std::string& other : Lines{"del y", "del ", "del x\r\ndel y", ""}) {
+        machine_.File(kPath, other);
+        EXPECT_EQ(Raised([] { HoldUnchanged(kPath, "del x"); }), kDenied) << other;
+    }
+    // Somebody who can still write could change it after the comparison.
+    machine_.File(kPath, "del x");
+    const handles::File writer(CreateFileA(kPath.c_str(), GENERIC_WRITE,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    EXPECT_NE(Raised([] { HoldUnchanged(kPath, "del x"); }), 0);
+}
+
+TEST_F(HandOverFile, IsNeverWrittenThroughWhatIsThere) {
+    machine_.Link(kPath, "C:\\windows\\Notepad.exe");
+    EXPECT_EQ(Raised([] { WriteNewFile(kPath, "del x"); }), ErrorNumber::FileExists);
+    const State before = machine_.Look();
+    EXPECT_EQ(Raised([] { DeleteFileIfThere(kPath); }), 0);
+    EXPECT_TRUE(SameChanges({"- file " + kPath}, Difference(before, machine_.Look())));
+}
+
+// Both are let go right before the start, so the last step ahead of it is stopped here.
+TEST_F(HandOverFile, IsHeldUntilTheScriptIsToStart) {
+    Machine machine;
+    machine.Setting("faults", "first FindResourceA 1=1814");
+    machine.Begin({"yes", "wait"});
+    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
+    machine.WaitUntilShown("waiting");  // the report that the record could not be written
+    machine.Enter();
+    for (const std::string& file : Lines{"\\UnInstall.bat", "\\UnInstall.exe"}) {
+        const std::string path = kTempFolder + file;
+        const State before = machine.Look();
+        EXPECT_EQ(CodeOfOpening(path, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION}) << path;
+        EXPECT_EQ(DeleteFileA(path.c_str()), FALSE) << path;
+        EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
+    }
+    const std::filesystem::path folder(machine.HostFolder());
+    std::ofstream(folder / "answers.next") << "no\n";
+    std::filesystem::rename(folder / "answers.next", folder / "answers.txt");
+    EXPECT_EQ(machine.Finish().status, 1);
+    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
+}
+
+}  // namespace
+}  // namespace support
