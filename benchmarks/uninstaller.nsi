@@ -1,14 +1,22 @@
 ; The same core job as the exe's relaunched run, as a script-made uninstaller does it:
 ; the program folder, the program group, the product's keys, one claim less on the shared
-; files, and the entry in the list of programs. Silent, uncompressed, without checksum:
+; files, and the entry in the list of programs. It shows a progress window and asks and says
+; the same, or nothing at all if QUIET is defined. Uncompressed and without checksum:
 ; nothing is to hold it up.
 Unicode true
 Name "Tessorin"
 OutFile "${OUTFILE}"
 RequestExecutionLevel user
-SilentInstall silent
 SetCompress off
 CRCCheck off
+!ifdef QUIET
+  SilentInstall silent
+!else
+  Caption "UnInstaller"
+  Page instfiles
+  ShowInstDetails nevershow
+  AutoCloseWindow true
+!endif
 
 !define FOLDER "C:\Programme\Büro Tessorin"
 !define COUNTS "Software\Microsoft\Windows\CurrentVersion\SharedDLLs"
@@ -31,7 +39,11 @@ Section
   SetShellVarContext all
   Delete "${FOLDER}\Tessorin.exe"
   Delete "${FOLDER}\UnInstall.exe"
+!ifndef QUIET
+  MessageBox MB_YESNO|MB_ICONQUESTION 'Das Verzeichnis "${FOLDER}" ist nicht leer. Soll es dennoch gelöscht werden?' IDNO kept
+!endif
   RMDir /r "${FOLDER}"
+  kept:
   !insertmacro ReleaseSharedFile "Msvbvm60.dll"
   !insertmacro ReleaseSharedFile "MSComCtl.ocx"
   !insertmacro ReleaseSharedFile "RichTx32.ocx"
@@ -44,5 +56,11 @@ Section
   DeleteRegKey /ifempty HKLM "Software\Verlonix"
   DeleteRegKey HKCU "Software\Verlonix\Tessorin"
   DeleteRegKey /ifempty HKCU "Software\Verlonix"
+!ifndef QUIET
+  MessageBox MB_YESNO|MB_ICONQUESTION "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden?" IDNO 0
+!endif
   DeleteRegKey HKLM "Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessorin"
+!ifndef QUIET
+  MessageBox MB_OK|MB_ICONINFORMATION "Die Deinstallation wurde erfolgreich abgeschlossen."
+!endif
 SectionEnd

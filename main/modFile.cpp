@@ -17,7 +17,7 @@ handles::File OpenForReading(const std::string& path) {
 
 std::string ReadAll(const handles::File& file, const std::string& path) {
     std::string bytes;
-    std::array<char, 4096> block{};
+    std::array<char, 2048> block{};
     DWORD count = 0;
     do {
         if (ReadFile(file.Get(), block.data(), static_cast<DWORD>(block.size()), &count, nullptr) ==

@@ -1,8 +1,6 @@
 // Keeps the exe small: the C++ library's own versions of these functions bring a
-// formatter of messages and a demangler of type names (some 60 KB) that nobody would see.
+// formatter of messages (some 40 KB) that nobody would see.
 // Exceptions work as ever; only their texts are plain.
-#include <windows.h>
-
 #include <exception>
 #include <new>
 
@@ -32,12 +30,3 @@ void __throw_bad_function_call() {
     throw exception();
 }
 }  // namespace std
-
-namespace __gnu_cxx {
-// Called when an exception finds no handler or leaves a function that promised none.
-void __verbose_terminate_handler() {
-    // Not exit: nothing of a program in this state should run any more.
-    TerminateProcess(GetCurrentProcess(), 3);
-    __builtin_unreachable();
-}
-}  // namespace __gnu_cxx

@@ -143,9 +143,7 @@ TEST_F(Paths, SpecialFoldersThatAreNotThereAreEmpty) {
     EXPECT_NE(GetSpecialFolderPath(CSIDL_COMMON_PROGRAMS), "");
     EXPECT_EQ(GetSpecialFolderPath(4711), "");
     machine_.NoSetting("folders", "programs").Enter();
-    if (Machine::kObeysSettings) {
-        EXPECT_EQ(GetSpecialFolderPath(CSIDL_PROGRAMS), "");
-    }
+    EXPECT_EQ(GetSpecialFolderPath(CSIDL_PROGRAMS).empty(), Machine::kObeysSettings);
 }
 
 }  // namespace

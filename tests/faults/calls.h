@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/support/machine.h"
@@ -23,7 +24,9 @@ std::vector<CallMade> CallsMade(const Machine& machine);
 struct CallSite {
     std::string role, function;
 
-    auto operator<=>(const CallSite&) const = default;
+    bool operator<(const CallSite& other) const {
+        return std::tie(role, function) < std::tie(other.role, other.function);
+    }
 };
 
 // Whether all cases are to run rather than a selection: UNINSTALL_MATRIX=full.

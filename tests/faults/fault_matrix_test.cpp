@@ -11,8 +11,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/faults/calls.h"
-#include "tests/faults/verdict.h"
+#include "tests/faults/judge.h"
 #include "tests/faults/workers.h"
 
 namespace support {
@@ -79,72 +78,6 @@ const std::map<std::string, std::vector<unsigned>>& Codes() {
     return codes;
 }
 
-// What may stay, or happen, without a word, and why.
-struct Silence {
-    const char* role;
-    const char* functions;  // those whose failure it comes from
-    bool (*covers)(const Item& item, const State& after, const Baseline& baseline);
-    const char* reason;
-};
-
-bool IsHiveOfOthers(const Item& item) {
-    return item.kind == Item::Kind::Key && item.place.starts_with("HKEY_USERS\\") &&
-           !item.place.starts_with(kUser) && item.place.find("\\" + kMakerKey) != std::string::npos;
-}
-
-const std::string kOwnGroup =
-    "C:\\Dokumente und Einstellungen\\Clara\\Startmenü\\Programme\\Tessorin";
-
-const std::vector<Silence>& Silences() {
-    static const std::vector<Silence> silences{
-        {"copy", "RegOpenKeyExA RegEnumKeyA",
-         [](const Item& item, const State&, const Baseline&) {
-             return item.kind == Item::Kind::Key && item.place.ends_with("\\" + kMakerKey);
-         },
-         "the maker's key, empty: it goes only when it can be seen to be empty"},
-        {"copy", "RegOpenKeyExA RegEnumKeyA",
-         [](const Item& item, const State& after, const Baseline& baseline) {
-             const std::vector<Item> left = LeftOver(baseline, after);
-             const std::vector<Item> all = LeftOver(baseline, baseline.before);
-             return IsHiveOfOthers(item) &&
-                    std::count_if(left.begin(), left.end(), IsHiveOfOthers) ==
-                        std::count_if(all.begin(), all.end(), IsHiveOfOthers);
-         },
-         "all other users' settings: without the list of hives nobody knows whose there are"},
-        {"copy", "RegOpenKeyExA RegEnumKeyA RegQueryValueExA",
-         [](const Item& item, const State&, const Baseline&) {
-             return item.kind == Item::Kind::Value && item.place.ends_with("\\command");
-         },
-         "a verb's command: most file types are not ours, and those that cannot be read none of "
-         "our business"},
-        {"copy", "SHGetSpecialFolderLocation SHGetPathFromIDListA",
-         [](const Item& item, const State&, const Baseline&) {
-             return item.place.starts_with(kGroupFolder) || item.place.starts_with(kOwnGroup);
-         },
-         "the group of all users: without their menu the group is the one in the user's own"},
-        {"copy", "MessageBoxA",
-         [](const Item& item, const State&, const Baseline&) { return IsShellSetting(item); },
-         "the shell's settings: a question that cannot be shown counts as No"},
-        {"first", "MessageBoxA",
-         [](const Item&, const State& after, const Baseline& baseline) {
-             return Difference(baseline.before, after).empty();
-         },
-         "everything: a confirmation that cannot be shown counts as No, and nothing is touched"},
-        {"first", "CloseHandle",
-         [](const Item& item, const State&, const Baseline&) {
-             return item.place == kTempFolder + "\\UnInstall.pif";
-         },
-         "the record: still open in the first run, it cannot be deleted by the script"},
-        {"script", "DeleteFileA",
-         [](const Item& item, const State&, const Baseline&) {
-             const Lines files = HandOverFiles();
-             return std::find(files.begin(), files.end(), item.place) != files.end();
-         },
-         "files of the hand-over: the interpreter that cannot delete them has no window"},
-    };
-    return silences;
-}
-
 // ---- the runs --------------------------------------------------------------------------
 
 // What a machine needs for the calls that a smooth run does not make.
@@ -168,16 +101,15 @@ constexpr Scenario kScenarios[] = {
      }},
 };
 
-struct Fault {
+struct Case {
     const Scenario* scenario;
-    CallSite site;
-    unsigned call;  // 0: every one
-    unsigned code;
+    Fault fault;
     bool stubborn;  // the user passes over what is reported, or ends
 
     [[nodiscard]] std::string Setting() const {
-        return site.role + " " + site.function + " " + (call == 0 ? "*" : std::to_string(call)) +
-               "=" + std::to_string(code);
+        return fault.site.role + " " + fault.site.function + " " +
+               (fault.call == 0 ? "*" : std::to_string(fault.call)) + "=" +
+               std::to_string(fault.code);
     }
     [[nodiscard]] std::string Text() const {
         return Setting() + (stubborn ? ", passed over" : "") + " (" + scenario->name + ")";
@@ -187,7 +119,7 @@ struct Fault {
         if (!stubborn) {
             return {};
         }
-        Lines answers(40, site.function == "OpenFile" ? "cancel" : "ignore");
+        Lines answers(40, fault.site.function == "OpenFile" ? "cancel" : "ignore");
         answers.front() = "yes";
         return answers;
     }
@@ -237,20 +169,20 @@ std::vector<unsigned> Selected(const CallSite& site, unsigned calls) {
 
 // In turn the user takes the defaults and passes over what is reported.
 void AddSelected(const CallSite& site, const CallCount& count, const std::vector<unsigned>& codes,
-                 std::vector<Fault>& faults) {
+                 std::vector<Case>& cases) {
     std::size_t turn = 0;
     for (const unsigned call : Selected(site, count.calls)) {
         for (std::size_t i = 0; i < codes.size(); ++i) {
             if (WholeMatrix() || call == 1 || i == turn % codes.size()) {
-                faults.push_back({count.scenario, site, call, codes[i], (turn + i) % 2 == 1});
+                cases.push_back({count.scenario, {site, call, codes[i]}, (turn + i) % 2 == 1});
             }
         }
         ++turn;
     }
 }
 
-std::vector<Fault> Faults(const std::map<CallSite, CallCount>& counts) {
-    std::vector<Fault> faults;
+std::vector<Case> Cases(const std::map<CallSite, CallCount>& counts) {
+    std::vector<Case> cases;
     for (const auto& [site, count] : counts) {
         const auto known = Codes().find(site.function);
         if (known == Codes().end()) {
@@ -258,153 +190,17 @@ std::vector<Fault> Faults(const std::map<CallSite, CallCount>& counts) {
             continue;
         }
         for (const unsigned code : known->second) {
-            faults.push_back({count.scenario, site, 0, code, true});
+            cases.push_back({count.scenario, {site, 0, code}, true});
             if (!WholeMatrix()) {
                 break;
             }
         }
         if (!known->second.empty()) {
-            AddSelected(site, count, known->second, faults);
+            AddSelected(site, count, known->second, cases);
         }
     }
-    return faults;
+    return cases;
 }
-
-// ---- the rules -------------------------------------------------------------------------
-
-enum class End { AsEver, Listed, Ended, Silent };
-constexpr const char* kEnds[] = {"as ever", "listed", "ended", "silent"};
-
-struct Judgement {
-    End end = End::AsEver;
-    Lines violations;
-    std::set<std::size_t> silences;  // that were needed
-};
-
-class Judge {
- public:
-    Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-          const Machine& machine)
-        : fault_(fault),
-          baseline_(baseline),
-          outcome_(outcome),
-          told_(WhatWasTold(outcome)),
-          after_(machine.Look()),
-          calls_(CallsMade(machine)) {}
-
-    Judgement Finish() {
-        Process();
-        ForeignThings();
-        OneEnd();
-        Remains();
-        HandOver();
-        const bool ended = told_.ended || InterpreterEnded();
-        result_.end = !result_.silences.empty() ? End::Silent
-                      : told_.problems          ? End::Listed
-                      : ended                   ? End::Ended
-                                                : End::AsEver;
-        Consequences();
-        return std::move(result_);
-    }
-
- private:
-    void Violation(const std::string& text) { result_.violations.push_back(text); }
-
-    // It was really refused, and the program ended by itself.
-    void Process() {
-        const auto refused = std::count_if(calls_.begin(), calls_.end(), [&](const CallMade& call) {
-            return call.role == fault_.site.role && call.function == fault_.site.function &&
-                   (fault_.call == 0 || call.number == fault_.call) && call.result == fault_.code;
-        });
-        if (refused == 0) {
-            Violation("nothing was refused");
-        }
-        if (outcome_.status != 0 && outcome_.status != 1) {
-            Violation("exit status " + std::to_string(outcome_.status));
-        }
-        for (const std::string& line : told_.unexpected) {
-            Violation("shown: " + line);
-        }
-    }
-
-    void ForeignThings() {
-        for (const Item& item : Foreign(baseline_, after_)) {
-            if (!IsSilence(item)) {
-                Violation("foreign, but changed: " + item.Text());
-            }
-        }
-    }
-
-    [[nodiscard]] bool InterpreterEnded() const { return told_.interpreter.starts_with("start"); }
-
-    void OneEnd() {
-        const int ends =
-            int{told_.success} + int{told_.problems} + int{told_.ended} + int{InterpreterEnded()};
-        const bool cannotShow = fault_.site.function == "MessageBoxA";
-        if (ends > 1 || (ends == 0 && !cannotShow)) {
-            Violation("the user was told " + std::to_string(ends) + " endings");
-        }
-    }
-
-    void Remains() {
-        for (const Item& item : LeftOver(baseline_, after_)) {
-            const bool isTold = IsNamed(item, told_) || told_.ended || InterpreterEnded() ||
-                                (told_.keptShell && IsShellSetting(item)) ||
-                                IsMakerKeyInUse(item, after_);
-            if (!isTold && !IsSilence(item)) {
-                Violation("left without a word: " + item.Text());
-            }
-        }
-    }
-
-    // Where the script has run, nothing is left in the temporary folder.
-    void HandOver() {
-        const bool scriptRan = std::any_of(calls_.begin(), calls_.end(), [](const CallMade& call) {
-            return call.role == "script";
-        });
-        for (const std::string& path : HandOverFiles()) {
-            const Item item{Item::Kind::File, path, {}};
-            if (after_.files.contains(path) && (scriptRan || !told_.ended) && !IsSilence(item)) {
-                Violation("left in the temporary folder: " + path);
-            }
-        }
-    }
-
-    // The first run hands over nothing that it could not make, or make safe.
-    void Consequences() {
-        const std::set<std::string> harmless{
-            "CloseHandle", "FindClose",
-            "FindFirstFileA",  // for an older record, which then stands in the way
-            "OpenFile",        // tried again
-        };
-        if (fault_.site.role == "first" && result_.end == End::AsEver &&
-            !harmless.contains(fault_.site.function)) {
-            Violation("went on as if nothing had happened");
-        }
-    }
-
-    bool IsSilence(const Item& item) {
-        const std::vector<Silence>& silences = Silences();
-        for (std::size_t i = 0; i < silences.size(); ++i) {
-            const Silence& silence = silences[i];
-            if (fault_.site.role == silence.role &&
-                std::string(silence.functions).find(fault_.site.function) != std::string::npos &&
-                silence.covers(item, after_, baseline_)) {
-                result_.silences.insert(i);
-                return true;
-            }
-        }
-        return false;
-    }
-
-    const Fault& fault_;
-    const Baseline& baseline_;
-    const Outcome& outcome_;
-    Told told_;
-    State after_;
-    std::vector<CallMade> calls_;
-    Judgement result_;
-};
 
 // A judgement on its way between two processes.
 std::string Pack(const Judgement& judgement) {
@@ -440,16 +236,18 @@ Judgement Unpack(const std::string& text) {
 }
 
 // The state before differs from scenario to scenario, that after a complete removal not.
-std::string RunFault(const Fault& fault, Baseline baseline) {
+std::string RunCase(const Case& one, Baseline baseline) {
     Machine machine;
-    Prepare(machine, *fault.scenario);
-    machine.Setting("faults", fault.Setting());
+    Prepare(machine, *one.scenario);
+    machine.Setting("faults", one.Setting());
     baseline.before = machine.Look();
-    const Outcome outcome = machine.RunFirst(fault.Answers());
-    return Pack(Judge(fault, baseline, outcome, machine).Finish());
+    const Outcome outcome = machine.RunFirst(one.Answers());
+    return Pack(JudgeRun(one.fault, baseline, outcome, machine));
 }
 
 // ---- the table -------------------------------------------------------------------------
+
+constexpr const char* kEnds[] = {"as ever", "listed", "ended", "silent"};  // by End
 
 struct Row {
     unsigned calls = 0, cases = 0, violations = 0;
@@ -491,18 +289,19 @@ void PrintTable(const std::map<CallSite, Row>& rows) {
 TEST(FaultMatrix, WhateverFailsHarmsNothingAndIsTold) {
     const Baseline baseline = TakeBaseline();
     const std::map<CallSite, CallCount> counts = CountCalls();
-    const std::vector<Fault> faults = Faults(counts);
+    const std::vector<Case> cases = Cases(counts);
     ASSERT_FALSE(HasFailure());
     const std::vector<std::string> results = RunInParallel(
-        faults.size(), [&](std::size_t index) { return RunFault(faults[index], baseline); });
+        cases.size(), [&](std::size_t index) { return RunCase(cases[index], baseline); });
     std::map<CallSite, Row> rows;
     for (const auto& [site, count] : counts) {
         rows[site].calls = count.calls;
     }
-    std::vector<unsigned> needed(Silences().size());
-    for (std::size_t i = 0; i < faults.size(); ++i) {
+    const Lines silences = Silences();
+    std::vector<unsigned> needed(silences.size());
+    for (std::size_t i = 0; i < cases.size(); ++i) {
         const Judgement judgement = Unpack(results[i]);
-        Row& row = rows[faults[i].site];
+        Row& row = rows[cases[i].fault.site];
         ++row.cases;
         ++row.ends[static_cast<std::size_t>(judgement.end)];
         row.violations += judgement.violations.empty() ? 0 : 1;
@@ -510,14 +309,14 @@ TEST(FaultMatrix, WhateverFailsHarmsNothingAndIsTold) {
             ++needed.at(silence);
         }
         for (const std::string& violation : judgement.violations) {
-            ADD_FAILURE() << faults[i].Text() << ": " << violation;
+            ADD_FAILURE() << cases[i].Text() << ": " << violation;
         }
     }
     PrintTable(rows);
     for (std::size_t i = 0; i < needed.size(); ++i) {
-        std::cout << "silent in " << needed[i] << " cases: " << Silences()[i].reason << "\n";
+        std::cout << "silent in " << needed[i] << " cases: " << silences[i] << "\n";
         if (WholeMatrix()) {
-            EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << Silences()[i].reason;
+            EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << silences[i];
         }
     }
 }

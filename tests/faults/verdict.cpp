@@ -110,30 +110,34 @@ bool Contains(const std::string& text, std::string_view part) {
     return text.find(part) != std::string::npos;
 }
 
+bool SaysTheEnd(const std::string& line) {
+    return (line.starts_with("[x] *Yes No") && Contains(line, "das Programm wird beendet")) ||
+           Contains(line, "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar.") ||
+           Contains(line, "Unbekanntes Befehlszeilenargument") || line == InUse("Cancel") ||
+           Contains(line, " -> Abort: ") || line == Confirmation("No");
+}
+
+bool IsUsual(const std::string& line) {
+    const Lines usual{Progress(), Confirmation(), ResetQuestion(), FolderNotEmpty(kProgramFolder),
+                      FolderNotEmpty(kGroupFolder)};
+    return std::find(usual.begin(), usual.end(), line) != usual.end() ||
+           Contains(line, " -> Retry: ") || line.starts_with("an answer that does not fit");
+}
+
 // What was shown, line by line.
 void Hear(const std::string& line, Told& told) {
-    const bool passedOver = Contains(line, " -> Ignore: ");
     if (line == Success()) {
         told.success = true;
     } else if (line.starts_with("frmUnInstDone -> ")) {
         told.problems = true;
         told.lines += line + "\n";
-    } else if (line.starts_with("[x] *Yes No") && Contains(line, "das Programm wird beendet")) {
-        told.ended = true;
-    } else if (Contains(line, "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar.")) {
-        told.ended = true;
-    } else if (Contains(line, "Unbekanntes Befehlszeilenargument") || line == InUse("Cancel")) {
-        told.ended = true;
-    } else if (Contains(line, " -> Abort: ") || line == Confirmation("No")) {
+    } else if (SaysTheEnd(line)) {
         told.ended = true;
     } else if (line == ResetQuestion("No")) {
         told.keptShell = true;
-    } else if (passedOver && Contains(line, "Der Registrierungswert ")) {
+    } else if (Contains(line, " -> Ignore: ")) {
         told.lines += line + "\n";
-    } else if (!passedOver && !Contains(line, " -> Retry: ") && line != Progress() &&
-               line != Confirmation() && line != ResetQuestion() &&
-               line != FolderNotEmpty(kProgramFolder) && line != FolderNotEmpty(kGroupFolder) &&
-               !line.starts_with("an answer that does not fit")) {
+    } else if (!IsUsual(line)) {
         told.unexpected.push_back(line);
     }
 }

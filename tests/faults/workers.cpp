@@ -1,15 +1,12 @@
 #include "tests/faults/workers.h"
 
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
-#include <new>
 #include <stdexcept>
 #include <thread>
 
@@ -27,27 +24,39 @@ struct Result {
 };
 static_assert(sizeof(Result) <= 4096);
 
-// The number of the next case, in memory that all workers see.
+// The number of the next case: the workers take it from a pipe that holds one at a time.
 class NextCase {
  public:
-    NextCase()
-        : memory_(mmap(nullptr, sizeof(Number), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                       -1, 0)) {
-        if (memory_ == MAP_FAILED) {
-            throw std::runtime_error("no shared memory");
+    NextCase() {
+        if (pipe(ends_.data()) != 0) {
+            throw std::runtime_error("no pipe");
         }
-        number_ = new (memory_) Number(0);
+        Put(0);
     }
-    ~NextCase() { munmap(memory_, sizeof(Number)); }
+    ~NextCase() {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
     NextCase(const NextCase&) = delete;
     NextCase& operator=(const NextCase&) = delete;
 
-    std::size_t Take() { return (*number_)++; }
+    std::size_t Take() {
+        std::size_t number = 0;
+        if (read(ends_[0], &number, sizeof number) != sizeof number) {
+            throw std::runtime_error("no next case");
+        }
+        Put(number + 1);
+        return number;
+    }
 
  private:
-    using Number = std::atomic<std::size_t>;
-    void* memory_;
-    Number* number_ = nullptr;
+    void Put(std::size_t number) {
+        if (write(ends_[1], &number, sizeof number) != sizeof number) {
+            throw std::runtime_error("no next case");
+        }
+    }
+
+    std::array<int, 2> ends_{};
 };
 
 std::string TextOf(const std::function<std::string(std::size_t)>& run, std::size_t index) {
@@ -97,6 +106,9 @@ std::vector<std::string> RunInParallel(std::size_t count,
     std::vector<pid_t> workers(std::max(1U, std::thread::hardware_concurrency()));
     for (pid_t& worker : workers) {
         worker = fork();
+        if (worker < 0) {
+            throw std::runtime_error("no process");
+        }
         if (worker == 0) {
             close(ends[0]);
             Work(count, run, next, ends[1]);

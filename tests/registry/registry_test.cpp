@@ -185,6 +185,7 @@ TEST_F(Registry, ReportsEachKindOfFailure) {
 }
 
 TEST_F(Registry, AsksAsOftenAsItsCallerWants) {
+    NEEDS_SETTINGS();
     machine_.Key(kFull).Key(kFull + "\\zu").Setting("denied", kFull + "\\zu=query,set,enumerate");
     machine_.Enter();
     const auto shown = [this](const std::vector<std::string>& answers, const auto& operation) {

@@ -117,3 +117,11 @@ inline std::string CopyArguments() {
 }
 
 }  // namespace support
+
+// First line of a test that depends on Setting or Link.
+#define NEEDS_SETTINGS()                                                 \
+    do {                                                                 \
+        if (!support::Machine::kObeysSettings) {                         \
+            GTEST_SKIP() << "needs a machine that does what it is told"; \
+        }                                                                \
+    } while (false)

@@ -119,6 +119,7 @@ TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
 // A deletion is tried once and then every 10 ms until more than 500 ms have passed, also
 // across the wrap of the tick count: 51 times for the file; the folder then goes at once.
 TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
+    NEEDS_SETTINGS();
     for (const std::string& start : Lines{"start=0", "start=4294967200"}) {
         SCOPED_TRACE(start);
         Machine machine;
@@ -137,6 +138,7 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
 }
 
 TEST(Removal, DeletesALinkButNotWhereItLeads) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
     machine.Link(kProgramFolder + "\\Vorlagen\\Brief.lnk",
@@ -145,6 +147,7 @@ TEST(Removal, DeletesALinkButNotWhereItLeads) {
 }
 
 TEST(Removal, FallsBackToTheUsersOwnMenu) {
+    NEEDS_SETTINGS();
     const std::string own =
         "C:\\Dokumente und Einstellungen\\Clara\\Startmenü\\Programme\\Tessorin";
     const Lines others = Without(CompleteRemoval(), kGroupFolder);
@@ -161,6 +164,7 @@ TEST(Removal, FallsBackToTheUsersOwnMenu) {
 }
 
 TEST(Removal, NamesTheKeysThatItMayNotTouch) {
+    NEEDS_SETTINGS();
     const std::string product = "Software\\Verlonix\\Tessorin";
     const std::string uninstall =
         "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessorin";

@@ -21,6 +21,7 @@ TEST(CompletionDialog, EndsHoweverItIsClosed) {
 }
 
 TEST(CompletionDialog, ShowsEveryLineOfALongList) {
+    NEEDS_SETTINGS();
     // One line for each hive whose key is refused.
     Machine machine;
     Lines problems;
@@ -39,6 +40,7 @@ TEST(CompletionDialog, ShowsEveryLineOfALongList) {
 
 // Where the drive fails in the middle of the sequence, nothing behind that step is done.
 TEST(FatalReport, EndsTheSequence) {
+    NEEDS_SETTINGS();
     for (const std::string& answer : Lines{"yes", "no"}) {
         SCOPED_TRACE(answer);
         Machine machine;

@@ -53,6 +53,7 @@ TEST(SharedFiles, LowersEveryStoredForm) {
 }
 
 TEST(SharedFiles, NamesTheCountThatCannotBeLowered) {
+    NEEDS_SETTINGS();
     const std::string file = kSystem + kFiles[1];
     // The second count is the one that is deleted; the first one is written.
     Machine machine;
@@ -66,6 +67,7 @@ TEST(SharedFiles, NamesTheCountThatCannotBeLowered) {
 }
 
 TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
+    NEEDS_SETTINGS();
     for (const std::string& right : Lines{"query", "set"}) {
         SCOPED_TRACE(right);
         Machine machine;
@@ -80,6 +82,7 @@ TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
 }
 
 TEST(SharedFiles, AskForNoSystemFolderThatIsNotThere) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.NoSetting("folders", "system").Value(kSharedDlls, kFiles[0], "dword:00000005");
     const Outcome outcome = machine.RunCopy({});

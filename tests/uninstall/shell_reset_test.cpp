@@ -61,6 +61,7 @@ TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
 }
 
 TEST(ShellReset, NamesWhatItMayNotWrite) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.Setting("denied", kClasses + "Tessorin.Text\\Shell\\open\\command=set");
     machine.Setting("denied", kClasses + "Unknown\\Shell=set");
@@ -87,6 +88,7 @@ TEST(ShellReset, NamesWhatItMayNotWrite) {
 }
 
 TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.Setting("denied", "HKEY_CLASSES_ROOT=enumerate");
     ExpectOutcome(machine.RunCopy({}), kShown, Without(CompleteRemoval(), "Notepad"));
@@ -102,6 +104,7 @@ std::string ReadReport(const std::string& answer) {
 }
 
 TEST(ShellReset, ReportsAReadThatIsRefused) {
+    NEEDS_SETTINGS();
     const Lines before{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
     const auto shown = [&before](const Lines& more) {
         Lines lines = before;

@@ -1,13 +1,15 @@
 // The machine of the tests on Windows: the one they run on. It gets the staged files and
 // keys before each test and loses them afterwards, so it should be nobody's.
 #include <gtest/gtest.h>
-#include <tlhelp32.h>
 
 #include <array>
 #include <set>
 #include <sstream>
 
 #include "platform/handles.h"
+// Builds on the types of windows.h.
+#include <tlhelp32.h>
+
 #include "tests/support/machine.h"
 #include "tests/support/stage.h"
 #include "tests/support/windows/answerer.h"
@@ -25,16 +27,16 @@ const std::string kShellFolders =
 const std::vector<std::string> kTerritory{"C:\\Programme", "C:\\Dokumente und Einstellungen",
                                           kTempFolder};
 
-// Where the tests' own program lies; the uninstaller lies beside it.
-std::string OwnFolder() {
-    std::array<char, MAX_PATH> path{};
-    GetModuleFileNameA(nullptr, path.data(), path.size());
-    const std::string own = ToUtf8(path.data());
-    return own.substr(0, own.rfind('\\'));
-}
-
+// The uninstaller that the tests drive, named by who starts them.
 std::string BuiltProgram() {
-    static const std::string program = ReadRealFile(OwnFolder() + "\\UnInstall.exe");
+    static const std::string program = [] {
+        std::array<char, MAX_PATH> path{};
+        GetEnvironmentVariableA("UNINSTALL_PROGRAM", path.data(), path.size());
+        return ReadRealFile(ToUtf8(path.data()));
+    }();
+    if (program.empty()) {
+        throw std::runtime_error("UNINSTALL_PROGRAM names no program");
+    }
     return program;
 }
 
