@@ -22,6 +22,18 @@ TEST(Removal, TakesAllThatIsOursAndNothingElse) {
     ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
 }
 
+TEST(Removal, LeavesTheMakersKeyToItsOtherProducts) {
+    Machine machine;
+    const std::string user = R"(HKU\S-1-5-21-1454471165-823518204-1801674531-1000)";
+    const std::string maker = R"(\Software\Verlonix)";
+    machine.Key("HKEY_LOCAL_MACHINE" + maker + "\\Kalendorin");
+    machine.Key("HKEY_USERS" + user.substr(3) + maker + "\\Kalendorin");
+    Lines removed = Without(CompleteRemoval(), {"- key HKLM" + maker, "- key " + user + maker});
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}),
+                  With(removed, {"- key HKLM" + maker + "\\Tessorin",
+                                 "- key " + user + maker + "\\Tessorin"}));
+}
+
 TEST(Removal, WithoutResetKeepsEveryShellSetting) {
     Machine machine;
     ExpectOutcome(machine.RunCopy({"yes", "no"}),
