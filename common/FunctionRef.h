@@ -14,7 +14,9 @@ class FunctionRef<Result(Arguments...)> {
  public:
     template <typename Callable>
     requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef>)
-        // NOLINTNEXTLINE(google-explicit-constructor): stands where the callable was written
+        // Implicit, because it stands where the callable was written; the constraint leaves the
+        // copy constructor alone.
+        // NOLINTNEXTLINE(google-explicit-constructor,bugprone-forwarding-reference-overload)
         FunctionRef(Callable&& callable)
     noexcept
         : object_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),

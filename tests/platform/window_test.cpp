@@ -71,12 +71,12 @@ TEST_F(HostedWindows, ABoxGivesTheButtonThatItIsAnsweredWith) {
 TEST_F(HostedWindows, AnAnswerMayKeepAQuestionWaiting) {
     machine_.Answer({"wait"});
     const std::string file = machine_.HostFolder() + "/answers.txt";
+    const auto start = std::chrono::steady_clock::now();
     std::thread other([&file] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         WriteBytes(file + "2", "retry\nenter\n");
         std::filesystem::rename(file + "2", file);
     });
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(AskRetry(), IDRETRY);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
     other.join();

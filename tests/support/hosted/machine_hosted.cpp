@@ -25,7 +25,7 @@ namespace support {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr auto kTimeLimit = std::chrono::seconds(30);
+constexpr auto kTimeLimit = std::chrono::seconds(90);
 
 fs::path FreshFolder() {
     std::string name = (fs::temp_directory_path() / "uninstall-test-XXXXXX").string();
