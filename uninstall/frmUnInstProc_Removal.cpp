@@ -80,9 +80,11 @@ bool RemoveLinksIn(const std::string& folder) {
 }
 
 void DeleteFolderOnce(const std::string& folder) {
+    const bool isRoot = folder.ends_with('\\');  // in the normal form only a root is left with it
     if (IsFolderLink(folder)) {
         RemoveLink(folder);
-    } else if (RemoveLinksIn(folder)) {
+    } else if (isRoot || RemoveLinksIn(folder)) {
+        // The shell refuses a root; the links of a whole drive are not ours to take out.
         ShellDeleteItem(folder);
     }
 }
