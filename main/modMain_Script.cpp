@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "common/modGeneral.h"
 #include "common/modPath.h"
 #include "common/modRuntimeError.h"
@@ -18,10 +20,10 @@ bool IsDigit(char character) {
     return character >= '0' && character <= '9';
 }
 
-// A line of a script once its variables are filled in: "%%" is a percent sign, "%1" and
-// "%~f1" an argument of the script, which has none, text between two "%" the name of a
-// variable, mostly one that does not exist. Any other "%" is taken away.
-std::string WithoutVariables(std::string_view line) {
+// A line of a script as the interpreter reads it: "%%" is a percent sign, and a single one
+// is taken away. Nothing if the line has an argument of the script or a variable in it
+// ("%1", "%~f1", "%name%"): what those stand for is not known here.
+std::optional<std::string> WithoutPercentSigns(std::string_view line) {
     std::string result;
     for (std::size_t i = 0; i < line.size(); ++i) {
         if (line[i] != '%') {
@@ -29,17 +31,12 @@ std::string WithoutVariables(std::string_view line) {
             continue;
         }
         const std::string_view behind = line.substr(i + 1);
-        const std::size_t modifiers = behind.starts_with('~') ? 1 : 0;
-        const std::size_t digit = behind.find_first_not_of("adfnpstxz", modifiers);
-        const std::size_t argument = modifiers == 0 ? 0 : digit;
-        const std::size_t end = behind.find('%');
-        if (end == 0) {
+        if (behind.starts_with('%')) {
             result += '%';
             ++i;
-        } else if (argument < behind.size() && IsDigit(behind[argument])) {
-            i += argument + 1;
-        } else if (end != std::string_view::npos) {
-            i += end + 1;
+        } else if (behind.starts_with('~') || (!behind.empty() && IsDigit(behind[0])) ||
+                   behind.find('%') != std::string_view::npos) {
+            return std::nullopt;
         }
     }
     return result;
@@ -47,14 +44,17 @@ std::string WithoutVariables(std::string_view line) {
 
 // What arrives at the copy when the interpreter has read an unquoted folder: everything
 // from "&" on is a command of its own, "^" only marks the next character, and some
-// characters have no place in the interpreter's code page.
-std::string AsInterpreterReads(std::string_view folder) {
-    const std::string text = WithoutVariables(DOSTextToWinText(WinTextToDOSText(folder)));
+// characters have no place in the interpreter's code page. Nothing if that cannot be told.
+std::optional<std::string> AsInterpreterReads(std::string_view folder) {
+    const auto text = WithoutPercentSigns(DOSTextToWinText(WinTextToDOSText(folder)));
+    if (!text) {
+        return std::nullopt;
+    }
     std::string result;
-    for (std::size_t i = 0; i < text.size() && text[i] != '&'; ++i) {
-        i += text[i] == '^' ? 1 : 0;
-        if (i < text.size()) {
-            result += text[i];
+    for (std::size_t i = 0; i < text->size() && (*text)[i] != '&'; ++i) {
+        i += (*text)[i] == '^' ? 1 : 0;
+        if (i < text->size()) {
+            result += (*text)[i];
         }
     }
     return result;
@@ -86,9 +86,10 @@ void CheckScriptFolders(const std::string& shortTempFolder, const std::string& o
         shortTempFolder.find_first_of(kEndsAWord) != std::string::npos) {
         Refuse("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi, shortTempFolder);
     }
-    const std::string arriving = AsInterpreterReads(ownFolder);
-    if (arriving != ownFolder && FolderExists(arriving)) {
-        Refuse("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi, arriving);
+    const std::optional<std::string> arriving = AsInterpreterReads(ownFolder);
+    if (!arriving || (*arriving != ownFolder && FolderExists(*arriving))) {
+        Refuse("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi,
+               arriving.value_or(ownFolder));
     }
 }
 

@@ -84,7 +84,7 @@ std::string CurrentFolder() {
 unsigned SetCurrentFolder(std::string_view path) {
     const MachineLock lock;
     const FullPath full = ParsePath(path);
-    const Place place = LocateTarget(full.Text());
+    const Place place = LocateTarget(full);
     if (full.code != 0 || !place.Exists()) {
         return full.code != 0 ? full.code : place.code;
     }

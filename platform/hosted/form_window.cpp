@@ -13,7 +13,7 @@ namespace {
 using forms::Control;
 using forms::ControlKind;
 
-constexpr int kLookForKey = 40;         // milliseconds between looks; a key ends it at once
+constexpr int kLookForKey = 100;        // milliseconds between looks; a key ends it at once
 constexpr int kTwipsOfATextLine = 195;  // 13 pixels, as the standard dialog font has it
 
 // The controls as they stand below each other, which is not the order of the Tab key.
@@ -183,7 +183,7 @@ std::optional<FormWindow::Action> FormWindow::ActionInView() {
 }
 
 std::optional<FormWindow::Action> FormWindow::ActionFor(const std::string& answer) const {
-    if (answer == "close") {
+    if (answer == "close" || answer == "alt+f4") {
         return layout_.closeBox ? std::optional(Action::Close) : std::nullopt;
     }
     constexpr std::array<std::string_view, 5> kClicks{"ok", "click", "enter", "escape", "alt+o"};

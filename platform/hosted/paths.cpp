@@ -208,7 +208,7 @@ Place Locate(std::string_view path) {
     return Locate(ParsePath(path));
 }
 
-Place LocateTarget(std::string_view path) {
+Place LocateTarget(const FullPath& path) {
     Place place = Locate(path);
     if (place.Exists() && place.IsLink()) {
         std::string target = Resolved(place.host);
@@ -219,6 +219,10 @@ Place LocateTarget(std::string_view path) {
         place.host = std::move(target);
     }
     return place;
+}
+
+Place LocateTarget(std::string_view path) {
+    return LocateTarget(ParsePath(path));
 }
 
 DWORD CodeOfErrno(int error) {

@@ -47,6 +47,7 @@ struct Place {
 Place Locate(std::string_view path);
 Place Locate(const FullPath& path);
 // As Locate, but follows a link at the end as well.
+Place LocateTarget(const FullPath& path);
 Place LocateTarget(std::string_view path);
 
 // The Win32 code for what a function of the disk left in errno.

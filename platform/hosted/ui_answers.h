@@ -5,7 +5,7 @@
 // the user: it is taken off the top by the process that asks. Letter case does not matter.
 //
 //   yes no ok abort retry ignore cancel    a button of the box
-//   ok click alt+o, close                  the button, the close box of a window
+//   ok click alt+o, close alt+f4           the button, the close box of a window
 //   enter (or an empty line), escape       these keys
 //   fail                                   the box cannot be shown: MessageBoxA gives 0
 //   =99                                    MessageBoxA gives this number

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <optional>
 
+#include "common/modGeneral.h"
 #include "common/modPath.h"
 #include "main/modMain.h"
 #include "platform/ansi.h"
@@ -68,7 +69,9 @@ void RequireRefused(const std::string& arguments, const std::string& shown) {
     const std::string message = "Unbekanntes Befehlszeilenargument (\"" + arguments + "\")";
     Require(shown.find(Escaped(message)) != std::string::npos, "it is shown", arguments);
     Require(Globals().ProgramFolder.empty(), "no folder is taken from it", arguments);
-    Require(shown.find("frmUnInstProc") == std::string::npos, "no window opens", arguments);
+    // At the beginning of a line: the argument itself may have the name in it.
+    Require(("\n" + shown).find("\nfrmUnInstProc") == std::string::npos, "no window opens",
+            arguments);
 }
 
 void RequireTaken(const std::string& folder, const std::string& shown) {
@@ -76,7 +79,7 @@ void RequireTaken(const std::string& folder, const std::string& shown) {
     const Folders& folders = Globals();
     Require(folders.ProgramFolder.ends_with('\\') && IsValidPath(folders.ProgramFolder),
             "it becomes an absolute path", folder);
-    const std::optional<fs::path> given = hosted::HostPath(folder);
+    const std::optional<fs::path> given = hosted::HostPath(AddBackslash(folder));
     const std::optional<fs::path> taken = hosted::HostPath(folders.ProgramFolder);
     Require(given && taken && fs::equivalent(*given, *taken), "it is the given folder", folder);
     Require(folders.SystemFolder == "C:\\windows\\system32\\", "the system folder", folder);

@@ -107,7 +107,7 @@ void CheckDisk(const std::string& path) {
     }
     Require(result.empty() || (result[1] == ':' && Depth(result) <= Depth(path)),
             "a long form is absolute and no deeper than its path", path);
-    const std::optional<fs::path> disk = FolderOnDisk(path);
+    const std::optional<fs::path> disk = FolderOnDisk(AddBackslash(path));
     Require(!folder || disk.has_value(), "an existing folder is on the disk", path);
     Require(folder || !disk || path.size() > kAmpleLength, "a folder on the disk exists", path);
     Require(!(folder && file) || path.ends_with('\\'), "a folder is no file", path);

@@ -55,7 +55,6 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
         {R"("Tessorin")", "Tessorin"},
         {R"("")", ""},
         {"hex(1):", ""},
-        {"hex(1):61,62", "a"},  // the last byte goes unseen, terminator or not
         {"hex(1):61,00,62,00", std::string("a\0b", 3)},
         {"hex(2):25,41,25,00", "%A%"},
         {"dword:80000000", "-2147483648"},
@@ -75,6 +74,8 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
         EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kArea, "w", read, Silent), 0) << stored;
         EXPECT_EQ(read, text) << stored;
     }
+    // The last byte goes unseen. (Some systems add a terminator that was not stored.)
+    EXPECT_EQ(ValueTextFromData(REG_SZ, "ab"), "a");
     std::string read = "old";
     EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kArea, "fehlt", read, ShowErrors), 2);
     EXPECT_EQ(read, "");

@@ -18,7 +18,7 @@ std::string Verb(const std::string& key, const std::string& old) {
 }  // namespace
 
 Lines ShellReset() {
-    return {
+    Lines lines{
         "- key " + kClassesHere + R"(*\Shell\Tessorin)",
         "- value " + kClassesHere + R"(*\Shell\@)",
         "- value " + kClassesHere + R"(*\DefaultIcon\@)",
@@ -31,13 +31,17 @@ Lines ShellReset() {
             R"(Software\Microsoft\Internet Explorer\Default HTML Editor\Description)",
         "- key " + kUserHere + R"(Software\Microsoft\Internet Explorer\Default HTML Editor\shell)",
         "- key " + kUserHere + R"(Software\Microsoft\Shared\HTML\Default Editor\shell)",
-        Verb(kClassesHere + R"(htmlfile\Shell\edit)",
+        Verb(kClassesHere + R"(htmlfile\shell\edit)",
              R"(\"c:\\programme\\BÜRO TESSORIN\\tessorin.EXE\" %1)"),
         Verb(kClassesHere + R"(Tessorin.Text\Shell\open)", kEditor + " %1"),
         Verb(kClassesHere + R"(Tessorin.Vorlage\Shell\anzeigen)",
              R"(C:\\PROGRAMME\\BÜRO TESSORIN\\TESSORIN.EXE %1)"),
-        Verb(kUserHere + R"(Software\Classes\Notiz\Shell\open)", "\\\"" + kEditor + "\\\" %1"),
     };
+    if (Machine::MergesClasses()) {
+        lines.push_back(
+            Verb(kUserHere + R"(Software\Classes\Notiz\Shell\open)", "\\\"" + kEditor + "\\\" %1"));
+    }
+    return lines;
 }
 
 Lines CompleteRemoval() {

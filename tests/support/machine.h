@@ -35,6 +35,12 @@ struct Outcome {
 class Machine {
  public:
     static const bool kObeysSettings;  // whether Setting has any effect
+    // Whether HKEY_CLASSES_ROOT shows the user's classes as well, as Windows has it since
+    // 2000. Wine 8 shows the machine's alone.
+    static bool MergesClasses();
+    // Whether the read-only attribute keeps a file from being written, and a folder keeps
+    // it. Wine leaves both to Unix, where root may write everything.
+    static bool KeepsReadOnly();
 
     // As tests/stage describes it.
     Machine();

@@ -8,14 +8,14 @@ namespace {
 const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
 
 TEST(CompletionDialog, EndsHoweverItIsClosed) {
-    for (const std::string& way : Lines{"ok", "enter", "escape", "alt+o", "close"}) {
+    for (const std::string& way : Lines{"ok", "enter", "escape", "alt+o", "close", "alt+f4"}) {
         SCOPED_TRACE(way);
         Machine machine;
         machine.Attributes(kTessorin, "R");
         ExpectOutcome(machine.RunCopy({"yes", "yes", way}),
                       {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
                        Problems({"Die Datei \"" + kTessorin + "\" konnte nicht gelöscht werden."},
-                                way == "close" ? "close" : "click")},
+                                way == "close" || way == "alt+f4" ? "close" : "click")},
                       CompleteRemoval());
     }
 }

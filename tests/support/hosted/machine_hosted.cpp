@@ -109,6 +109,14 @@ std::string AnsiToUtf8(std::string_view ansi) {
 
 const bool Machine::kObeysSettings = true;
 
+bool Machine::MergesClasses() {
+    return true;
+}
+
+bool Machine::KeepsReadOnly() {
+    return true;
+}
+
 struct Machine::Host {
     MachineFolder folder{FreshFolder()};
     State before;

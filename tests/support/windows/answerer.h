@@ -33,6 +33,7 @@ class Answerer {
     std::string NextAnswer(const std::string& standard);
     static BOOL CALLBACK Collect(HWND window, LPARAM windows);
 
+    static std::atomic<Answerer*> current_;
     std::mutex mutex_;
     std::deque<std::string> answers_;
     std::vector<std::string> shown_;

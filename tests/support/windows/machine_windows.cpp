@@ -2,6 +2,7 @@
 // keys before each test and loses them afterwards, so it should be nobody's.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <set>
 #include <sstream>
@@ -21,8 +22,7 @@ namespace support {
 namespace {
 
 constexpr DWORD kTimeLimit = 30000;  // milliseconds
-const std::string kShellFolders =
-    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+const std::string kExplorer = kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 // The folders that are the tests' own: emptied before and after each.
 const std::vector<std::string> kTerritory{"C:\\Programme", "C:\\Dokumente und Einstellungen",
                                           kTempFolder};
@@ -95,6 +95,32 @@ std::string AnsiToUtf8(std::string_view ansi) {
 
 const bool Machine::kObeysSettings = false;
 
+bool Machine::MergesClasses() {
+    static const bool merges = [] {
+        const std::string probe = kUser + "Software\\Classes\\UnInstall-Probe";
+        MakeKey(probe);
+        handles::Key key;
+        const LSTATUS code =
+            RegOpenKeyExA(HKEY_CLASSES_ROOT, "UnInstall-Probe", 0, KEY_QUERY_VALUE, key.Receive());
+        DeleteKeyTree(probe);
+        return code == ERROR_SUCCESS;
+    }();
+    return merges;
+}
+
+bool Machine::KeepsReadOnly() {
+    static const bool keeps = [] {
+        const std::string probe = "C:\\UnInstall-Probe";
+        WriteRealFile(probe, "x");
+        SetRealAttributes(probe, "R");
+        const handles::File file(
+            CreateFileA(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        return !file;
+    }();
+    RemoveTree("C:\\UnInstall-Probe");
+    return keeps;
+}
+
 struct Machine::Host {
     Answerer answerer;
     State before;
@@ -103,6 +129,15 @@ struct Machine::Host {
     handles::Process process;
     handles::Process holder;
 
+    // A path that a test makes: its top folder is the test's, but never the system's own.
+    void Remember(const std::string& path) {
+        const std::string system = "C:\\windows\\";
+        const std::size_t start = path.starts_with(system) ? system.size() : 3;
+        const std::string top = path.substr(0, path.find('\\', start));
+        if (std::find(kTerritory.begin(), kTerritory.end(), top) == kTerritory.end()) {
+            paths.insert(top);
+        }
+    }
     void Clear() {
         for (auto section = sections.rbegin(); section != sections.rend(); ++section) {
             DeleteKeyTree(*section);
@@ -124,8 +159,10 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
     host_->Clear();
     SetEnvironmentVariableA("TMP", FromUtf8(kTempFolder).c_str());
     SetEnvironmentVariableA("TEMP", FromUtf8(kTempFolder).c_str());
-    SetRealValue(kShellFolders, "Common Programs",
-                 FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+    for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
+        SetRealValue(kExplorer + folders, "Common Programs",
+                     FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+    }
     for (const auto& [key, values] : ParseRegistry(registry)) {
         MakeKey(key);
         for (const auto& [name, value] : values) {
@@ -154,13 +191,13 @@ Machine::~Machine() {
 
 Machine& Machine::File(const std::string& path, const std::string& content,
                        const std::string& attributes) {
-    host_->paths.insert(path.substr(0, path.find('\\', 3)));
+    host_->Remember(path);
     WriteRealFile(path, content);
     return Attributes(path, attributes);
 }
 
 Machine& Machine::Folder(const std::string& path) {
-    host_->paths.insert(path.substr(0, path.find('\\', 3)));
+    host_->Remember(path);
     MakeFolders(path);
     return *this;
 }

@@ -1,6 +1,8 @@
 #include "tests/support/windows/registry.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <vector>
 
 #include "platform/handles.h"
@@ -10,10 +12,15 @@
 namespace support {
 namespace {
 
+// Large branches of the system, and what Wine notes down about itself.
 constexpr const char* kLeftOut[] = {"HKEY_LOCAL_MACHINE\\Software\\Classes\\CLSID",
                                     "HKEY_LOCAL_MACHINE\\Software\\Classes\\Interface",
+                                    "HKEY_LOCAL_MACHINE\\Software\\Classes\\MIME",
                                     "HKEY_LOCAL_MACHINE\\Software\\Classes\\TypeLib",
+                                    "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Cryptography",
+                                    "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT",
                                     "HKEY_LOCAL_MACHINE\\Software\\Wine"};
+constexpr const char* kWine = "\\Software\\Wine";  // of a user
 
 const std::string kStagedUser = kUser.substr(0, kUser.size() - 1);  // without the backslash
 
@@ -58,43 +65,54 @@ handles::Key Open(std::string key, REGSAM access) {
     return handle;
 }
 
-Values ReadValues(HKEY key) {
+// How much there is in a key, so that nothing is asked for that is not there.
+struct Extent {
+    DWORD subkeys = 0, values = 0, longestName = 0, longestData = 0;
+
+    explicit Extent(HKEY key) {
+        RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, &subkeys, nullptr, nullptr, &values,
+                         &longestName, &longestData, nullptr, nullptr);
+    }
+};
+
+Values ReadValues(HKEY key, const Extent& extent) {
     Values values;
-    DWORD longestName = 0;
-    DWORD longestData = 0;
-    RegQueryInfoKeyA(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                     &longestName, &longestData, nullptr, nullptr);
-    std::string name(longestName + 2, '\0');
-    std::string data(longestData + 2, '\0');
-    for (DWORD i = 0;; ++i) {
+    std::string name(extent.longestName * 2 + 2, '\0');
+    std::string data(extent.longestData + 2, '\0');
+    for (DWORD i = 0; i < extent.values; ++i) {
         auto nameSize = static_cast<DWORD>(name.size());
         auto dataSize = static_cast<DWORD>(data.size());
-        TypedValue value;
         DWORD type = 0;
         if (RegEnumValueA(key, i, name.data(), &nameSize, nullptr, &type,
-                          reinterpret_cast<BYTE*>(data.data()), &dataSize) != ERROR_SUCCESS) {
-            return values;
+                          reinterpret_cast<BYTE*>(data.data()), &dataSize) == ERROR_SUCCESS) {
+            const std::string bytes = data.substr(0, dataSize);
+            values[ToUtf8(name.substr(0, nameSize))] =
+                FormatValue({type, type == REG_SZ ? ToUtf8(bytes) : bytes});
         }
-        value.type = type;
-        value.data = type == REG_SZ ? ToUtf8(data.substr(0, dataSize)) : data.substr(0, dataSize);
-        values[ToUtf8(name.substr(0, nameSize))] = FormatValue(value);
     }
+    return values;
+}
+
+bool IsLeftOut(const std::string& fullName) {
+    return (fullName.starts_with("HKEY_USERS") && fullName.ends_with(kWine)) ||
+           std::any_of(std::begin(kLeftOut), std::end(kLeftOut),
+                       [&](const char* one) { return lstrcmpiA(fullName.c_str(), one) == 0; });
 }
 
 void ReadTree(HKEY root, const std::string& path, const std::string& fullName, Keys& keys) {
-    for (const char* one : kLeftOut) {
-        if (lstrcmpiA(fullName.c_str(), one) == 0) {
-            return;
-        }
-    }
     handles::Key key;
-    if (RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
+    if (IsLeftOut(fullName) ||
+        RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
         return;
     }
-    keys[Exchange(fullName, RealUserKey(), kStagedUser)] = ReadValues(key.Get());
+    const Extent extent(key.Get());
+    keys[Exchange(Exchange(fullName, RealUserKey(), kStagedUser), "HKEY_USERS\\.Default",
+                  "HKEY_USERS\\.DEFAULT")] = ReadValues(key.Get(), extent);
     std::array<char, 256> name{};
-    for (DWORD i = 0; RegEnumKeyA(key.Get(), i, name.data(), name.size()) == ERROR_SUCCESS; ++i) {
-        ReadTree(key.Get(), name.data(), fullName + "\\" + ToUtf8(name.data()), keys);
+    for (DWORD i = 0; i < extent.subkeys; ++i) {
+        if (RegEnumKeyA(key.Get(), i, name.data(), name.size()) == ERROR_SUCCESS) {
+            ReadTree(key.Get(), name.data(), fullName + "\\" + ToUtf8(name.data()), keys);
+        }
     }
 }
 
