@@ -120,6 +120,7 @@ bool EqualIgnoringCase(std::string_view left, std::string_view right) {
 void EndProgram() noexcept {
     for (;;) {
         ExitProcess(1);
+        Sleep(1);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include "common/FunctionRef.h"
 #include "common/modGeneral.h"
 #include "common/modRuntimeError.h"
 #include "platform/handles.h"
@@ -10,6 +9,7 @@
 namespace {
 
 constexpr std::size_t kRootLength = 3;  // "C:\"
+constexpr DWORD kFolderBuffer = 255;
 
 // Not allowed in a path behind its root: control characters, wildcards, separators and
 // the codes that name no character (142 and 158 among them for the sake of old systems).
@@ -52,6 +52,14 @@ bool AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> 
         RaiseSystemError(code, path);
     }
     return false;
+}
+
+// Characters that have no place in the system's code page are shown as "?"; the short name
+// does without them.
+const char* UsableName(const WIN32_FIND_DATAA& entry) {
+    const bool legible = std::string_view(entry.cFileName).find('?') == std::string_view::npos;
+    return legible || entry.cAlternateFileName[0] == '\0' ? entry.cFileName
+                                                          : entry.cAlternateFileName;
 }
 
 bool IsDots(const WIN32_FIND_DATAA& entry) {
@@ -98,17 +106,23 @@ bool IsFolderLink(std::string_view path) {
            AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
 }
 
-std::vector<std::string> ListFolders(std::string_view folder, FoldersIn what) {
+std::vector<Subfolder> ListFolders(std::string_view folder) {
     const std::string parent = AddBackslash(folder);
-    std::vector<std::string> folders;
+    std::vector<Subfolder> folders;
     AnyEntry(parent, [&](const WIN32_FIND_DATAA& entry) {
         const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (isFolder && !IsDots(entry) && IsLink(entry) == (what == FoldersIn::Links)) {
-            folders.push_back(parent + entry.cFileName);
+        if (isFolder && !IsDots(entry)) {
+            folders.push_back({parent + UsableName(entry), IsLink(entry)});
         }
         return false;
     });
     return folders;
+}
+
+std::string QueriedFolder(FunctionRef<DWORD(char*, DWORD)> query) {
+    std::array<char, kFolderBuffer> buffer{};
+    const DWORD length = query(buffer.data(), kFolderBuffer);
+    return AddBackslash(std::string_view(buffer.data(), length < buffer.size() ? length : 0));
 }
 
 std::string NormalizeFolderPath(std::string_view path) {

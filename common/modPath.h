@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/FunctionRef.h"
 #include "platform/win32.h"
 
 // Which entries a look-up may find besides ordinary files.
@@ -26,10 +27,17 @@ bool HasEntries(std::string_view folder);
 // a symbolic link. Raises like LookUp.
 bool IsFolderLink(std::string_view path);
 
-// The full paths of the folders in a folder: the plain ones or the links. "." and ".." are
-// not among them. Raises like LookUp.
-enum class FoldersIn { Plain, Links };
-std::vector<std::string> ListFolders(std::string_view folder, FoldersIn what);
+struct Subfolder {
+    std::string path;  // full
+    bool isLink;       // as IsFolderLink tells
+};
+// The folders in a folder, without "." and "..". Raises like LookUp.
+std::vector<Subfolder> ListFolders(std::string_view folder);
+
+// A folder from one of the system's queries, ending in a backslash. query fills a buffer of
+// that size and returns the length that it wrote, or the length that it needs when the
+// buffer is too small. Empty if it failed.
+std::string QueriedFolder(FunctionRef<DWORD(char* buffer, DWORD size)> query);
 
 // The form in which a folder is removed: first three characters in capitals, no trailing
 // backslash except at a drive root. Empty for fewer than two characters.

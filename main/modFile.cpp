@@ -15,7 +15,8 @@ handles::File OpenForReading(const std::string& path) {
     return file;
 }
 
-std::string ReadAll(const handles::File& file, const std::string& path) {
+// The file's bytes; of a larger one only a block more than limit.
+std::string ReadAll(const handles::File& file, const std::string& path, std::size_t limit) {
     std::string bytes;
     std::array<char, 2048> block{};
     DWORD count = 0;
@@ -25,7 +26,7 @@ std::string ReadAll(const handles::File& file, const std::string& path) {
             RaiseSystemError(GetLastError(), path);
         }
         bytes.append(block.data(), count);
-    } while (count != 0);
+    } while (count != 0 && bytes.size() <= limit);
     return bytes;
 }
 
@@ -46,20 +47,22 @@ void WriteNewFile(const std::string& path, std::string_view bytes) {
     }
     DWORD written = 0;
     if (WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) ==
-            FALSE ||
-        written != bytes.size()) {
-        RaiseSystemError(written == 0 ? GetLastError() : DWORD{ERROR_DISK_FULL}, path);
+        FALSE) {
+        RaiseSystemError(GetLastError(), path);
+    }
+    if (written != bytes.size()) {
+        RaiseSystemError(ERROR_DISK_FULL, path);
     }
 }
 
 std::string ReadWholeFile(const std::string& path) {
     const handles::File file = OpenForReading(path);
-    return ReadAll(file, path);
+    return ReadAll(file, path, std::string::npos);
 }
 
 handles::File HoldUnchanged(const std::string& path, std::string_view bytes) {
     handles::File file = OpenForReading(path);
-    if (ReadAll(file, path) != bytes) {
+    if (ReadAll(file, path, bytes.size()) != bytes) {
         RaiseSystemError(ERROR_ACCESS_DENIED, path);
     }
     return file;

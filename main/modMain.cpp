@@ -19,18 +19,8 @@ namespace {
 constexpr std::uint8_t kProcedure = 1;
 constexpr WORD kRecordId = 101;
 constexpr std::string_view kUninstallOption = "/u=";
-constexpr DWORD kFolderBuffer = 255;
-
-// A folder from one of the system's queries, which return the length that they wrote, or
-// the length that they need when the buffer is too small. Empty if the query failed.
-std::string QueriedFolder(FunctionRef<DWORD(char*)> query) {
-    std::array<char, kFolderBuffer> buffer{};
-    const DWORD length = query(buffer.data());
-    return AddBackslash(std::string_view(buffer.data(), length < buffer.size() ? length : 0));
-}
-
 std::string TempFolderPath() {
-    return QueriedFolder([](char* buffer) { return GetTempPathA(kFolderBuffer, buffer); });
+    return QueriedFolder([](char* buffer, DWORD size) { return GetTempPathA(size, buffer); });
 }
 
 // The running program file: its folder as the system reports it, and its name without the
@@ -95,16 +85,16 @@ bool EditorIsFree() {
 
 // The first run's way through the temporary folder. Each step raises on its own.
 struct HandOver {
-    std::string tempFolder;
+    std::string TempFolder;
     std::string script;
     handles::File heldCopy;  // nobody may exchange the copy or the script
     handles::File heldScript;
 
     std::string InTemp(std::string_view file) const {
-        if (tempFolder.empty()) {
+        if (TempFolder.empty()) {
             RaiseSystemError(ERROR_PATH_NOT_FOUND, file);  // it would be relative
         }
-        return tempFolder + std::string(file);
+        return TempFolder + std::string(file);
     }
     bool Copy() {
         const OwnLocation own = OwnFile();
@@ -112,10 +102,10 @@ struct HandOver {
                                  InTemp("UnInstall.exe"), false, heldCopy);
     }
     void Build() {
-        const std::string shortFolder = GetShortPathAlways(tempFolder);
+        const std::string shortFolder = GetShortPathAlways(TempFolder);
         const std::string ownFolder = OwnFile().folder;
         CheckScriptFolders(shortFolder, ownFolder);
-        script = BuildScript(tempFolder, shortFolder, ownFolder);
+        script = BuildScript(TempFolder, shortFolder, ownFolder);
     }
     void Write() {
         const std::string path = InTemp("UnInstall.bat");
@@ -129,17 +119,17 @@ struct HandOver {
         // may reach its end before this process does.
         heldCopy.Close();
         heldScript.Close();
-        StartScript(tempFolder, path);
+        StartScript(TempFolder, path);
     }
 };
 
-void FirstRun(std::string tempFolder) {
+void FirstRun(std::string TempFolder) {
     bool confirmed = false;
     RunStep([&] { confirmed = UserConfirms(); });
     if (!confirmed || !EditorIsFree()) {
         return;
     }
-    HandOver handOver{std::move(tempFolder), {}, {}, {}};
+    HandOver handOver{std::move(TempFolder), {}, {}, {}};
     bool copied = true;
     RunStep([&] { copied = handOver.Copy(); });
     if (!copied) {
@@ -163,7 +153,8 @@ std::string LongProgramFolder(std::string_view folder) {
     const auto depth = [](const std::string& path) {
         return std::count(path.begin(), path.end(), '\\');
     };
-    if (depth(result) != depth(given) || result.find("\\\\") != std::string::npos) {
+    if (depth(result) != depth(given) || result.find("\\\\") != std::string::npos ||
+        !FolderExists(result)) {
         RaiseSystemError(ERROR_PATH_NOT_FOUND, folder);
     }
     return result;
@@ -215,7 +206,8 @@ void RelaunchedCopy(std::string_view arguments) {
 }  // namespace
 
 std::string SystemFolderPath() {
-    return QueriedFolder([](char* buffer) { return GetSystemDirectoryA(buffer, kFolderBuffer); });
+    return QueriedFolder(
+        [](char* buffer, DWORD size) { return GetSystemDirectoryA(buffer, size); });
 }
 
 std::string_view CommandArguments(std::string_view commandLine) {
@@ -229,12 +221,12 @@ std::string_view CommandArguments(std::string_view commandLine) {
 }
 
 void Main() noexcept {
-    std::string tempFolder;
-    RunStep([&] { tempFolder = TempFolderPath(); });
+    std::string TempFolder;
+    RunStep([&] { TempFolder = TempFolderPath(); });
     const char* const commandLine = GetCommandLineA();
     const std::string_view arguments = CommandArguments(commandLine);
     if (arguments.empty()) {
-        FirstRun(std::move(tempFolder));
+        FirstRun(std::move(TempFolder));
     } else {
         RelaunchedCopy(arguments);
     }

@@ -35,10 +35,10 @@ bool CopyFileWithRetry(const std::string& source, const std::string& target, boo
 
 // ---- modMain_Script.cpp ----------------------------------------------------------------
 
-// The four lines of the self-removal script: texts in, bytes out. tempFolder and
+// The four lines of the self-removal script: texts in, bytes out. TempFolder and
 // shortTempFolder end in a backslash; ownFolder is as the system reports it. The folder
 // behind "/u=" goes to the command interpreter's code page, everything else stays.
-std::string BuildScript(std::string_view tempFolder, std::string_view shortTempFolder,
+std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder);
 
 // Raises if the script's line for starting the copy cannot carry the two folders safely:
@@ -47,4 +47,4 @@ void CheckScriptFolders(const std::string& shortTempFolder, const std::string& o
 
 // Starts the script with a hidden window and the temporary folder as its current folder.
 // Does not wait. Raises if it cannot be started.
-void StartScript(const std::string& tempFolder, const std::string& scriptPath);
+void StartScript(const std::string& TempFolder, const std::string& scriptPath);

@@ -19,10 +19,31 @@ int AskAboutFailedCopy(const std::string& source, const std::string& target, DWO
     return ShowMessage(text, MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
 }
 
+// An older file gives way to a new one, so that the copy is never written through a link
+// that somebody has put in its place. One that stays is left to the system to refuse.
+bool CopyReplacing(const std::string& source, const std::string& target, bool failIfExists) {
+    if (!failIfExists && DeleteFileA(target.c_str()) == FALSE) {
+        const DWORD code = GetLastError();
+        const DWORD attributes = GetFileAttributesA(target.c_str());
+        if (attributes != INVALID_FILE_ATTRIBUTES &&
+            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+            SetLastError(code);
+            return false;
+        }
+    }
+    return CopyFileA(source.c_str(), target.c_str(), failIfExists ? TRUE : FALSE) != FALSE;
+}
+
 }  // namespace
 
 bool CanOpenForWriting(const std::string& path) {
     OFSTRUCT record{};
+    if (path.size() >= sizeof record.szPathName) {
+        // OpenFile knows no longer paths; this is what it does with shorter ones.
+        return static_cast<bool>(handles::File(
+            CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr)));
+    }
     const HFILE file = OpenFile(path.c_str(), &record, OF_WRITE);
     if (file == HFILE_ERROR) {
         return false;
@@ -34,7 +55,7 @@ bool CanOpenForWriting(const std::string& path) {
 
 bool CopyFileWithRetry(const std::string& source, const std::string& target, bool failIfExists,
                        handles::File& held) {
-    while (CopyFileA(source.c_str(), target.c_str(), failIfExists ? TRUE : FALSE) == FALSE) {
+    while (!CopyReplacing(source, target, failIfExists)) {
         const int answer = AskAboutFailedCopy(source, target, GetLastError());
         switch (answer) {
             case IDABORT:

@@ -60,6 +60,12 @@ std::optional<std::string> AsInterpreterReads(std::string_view folder) {
     return result;
 }
 
+// Some interpreters drop blanks at the end of a line.
+std::string WithoutLastBlanks(std::string text) {
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
 void SetInterpreter(const std::string& systemFolder) {
     // The system takes the interpreter for a script from this variable or looks for it
     // along the search path, the program's current folder included. Both lead to the
@@ -72,28 +78,29 @@ void SetInterpreter(const std::string& systemFolder) {
 
 }  // namespace
 
-std::string BuildScript(std::string_view tempFolder, std::string_view shortTempFolder,
+std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder) {
-    return Joined({"del \"", tempFolder, "UnInstall.pif\"\r\n",           //
+    return Joined({"del \"", TempFolder, "UnInstall.pif\"\r\n",           //
                    "start /wait ", shortTempFolder, "UnInstall.exe /u=",  //
                    WinTextToDOSText(ownFolder), "\r\n",                   //
-                   "del \"", tempFolder, "UnInstall.exe\"\r\n",           //
-                   "del \"", tempFolder, "UnInstall.bat\""});
+                   "del \"", TempFolder, "UnInstall.exe\"\r\n",           //
+                   "del \"", TempFolder, "UnInstall.bat\""});
 }
 
 void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {
     if (!IsValidPath(shortTempFolder) ||
-        shortTempFolder.find_first_of(kEndsAWord) != std::string::npos) {
+        shortTempFolder.find_first_of(kEndsAWord) != std::string::npos ||
+        DOSTextToWinText(shortTempFolder) != shortTempFolder) {
         Refuse("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi, shortTempFolder);
     }
     const std::optional<std::string> arriving = AsInterpreterReads(ownFolder);
-    if (!arriving || (*arriving != ownFolder && FolderExists(*arriving))) {
+    if (!arriving || (*arriving != ownFolder && FolderExists(WithoutLastBlanks(*arriving)))) {
         Refuse("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi,
                arriving.value_or(ownFolder));
     }
 }
 
-void StartScript(const std::string& tempFolder, const std::string& scriptPath) {
+void StartScript(const std::string& TempFolder, const std::string& scriptPath) {
     const std::string systemFolder = SystemFolderPath();
     if (systemFolder.empty()) {
         RaiseSystemError(ERROR_PATH_NOT_FOUND, "cmd.exe");
@@ -104,11 +111,14 @@ void StartScript(const std::string& tempFolder, const std::string& scriptPath) {
     startup.dwFlags = STARTF_USESHOWWINDOW;
     startup.wShowWindow = SW_HIDE;
     PROCESS_INFORMATION process{};
-    std::string command = scriptPath;
-    // Named as the program as well, so that blanks in the path never make the system look
-    // for another one. The script must not stand in the folder that is to be removed.
+    // The copy is started by a process without a window: its questions come to the front.
+    AllowSetForegroundWindow(ASFW_ANY);
+    // Named as the program as well, and in quotes, so that blanks in the path make neither the
+    // system nor the interpreter look for another one. The script must not stand in the folder
+    // that is to be removed.
+    std::string command = "\"" + scriptPath + "\"";
     if (CreateProcessA(scriptPath.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                       tempFolder.c_str(), &startup, &process) == FALSE) {
+                       TempFolder.c_str(), &startup, &process) == FALSE) {
         RaiseSystemError(GetLastError(), scriptPath);
     }
     const handles::Process processHandle(process.hProcess);

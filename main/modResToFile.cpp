@@ -13,7 +13,8 @@ std::string_view StoredBytes(WORD id, const char* type) {
     const void* const bytes = data == nullptr ? nullptr : LockResource(data);
     const DWORD size = bytes == nullptr ? 0 : SizeofResource(nullptr, resource);
     if (size == 0) {
-        RaiseSystemError(GetLastError(), std::string(type) + " " + std::to_string(id));
+        const DWORD code = GetLastError();
+        RaiseSystemError(code, std::string(type) + " " + std::to_string(id));
     }
     return {static_cast<const char*>(bytes), size};
 }

@@ -1,4 +1,3 @@
-
 #include "registry/modRegistry.h"
 
 namespace modRegistry {

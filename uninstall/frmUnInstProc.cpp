@@ -20,7 +20,9 @@ constexpr std::array<forms::Control, 1> kControls{{
 }};
 
 // No close box: nothing may suggest that closing the window stops the removal.
-constexpr forms::Layout kLayout{"frmUnInstProc", AppTitle, 4095, 735, false, 1, kControls};
+constexpr unsigned tmrInitiateUnInst = 1;  // milliseconds
+constexpr forms::Layout kLayout{"frmUnInstProc", AppTitle,          4095,     735,
+                                false,           tmrInitiateUnInst, kControls};
 
 constexpr std::uint8_t kProcedure = 6;
 constexpr std::uint8_t kPlace = 1;

@@ -46,18 +46,21 @@ void ShellDeleteItem(const std::string& path) {
     SHFileOperationA(&request);  // whether the item is gone is looked at, not believed
 }
 
-// The folders directly in a folder; none if it cannot be listed, because then the shell
-// cannot walk into it either.
-std::vector<std::string> FoldersOrNone(const std::string& folder, FoldersIn what) {
-    try {
-        return ListFolders(folder, what);
-    } catch (const RuntimeError&) {
-        return {};
-    }
-}
-
 bool RemoveLink(const std::string& link) {
     return RemoveDirectoryA(link.c_str()) != FALSE;
+}
+
+// The folders directly in a folder. A failure that passes gets a second look; none if the
+// folder cannot be listed, because then the shell cannot walk into it either.
+std::vector<Subfolder> SubfoldersOrNone(const std::string& folder) {
+    for (const bool last : {false, true}) {
+        try {
+            return ListFolders(folder);
+        } catch (const RuntimeError&) {
+            Sleep(last ? 0 : kWaitStep);
+        }
+    }
+    return {};
 }
 
 // Takes the links out of a folder without touching what they lead to; shells before
@@ -69,22 +72,24 @@ bool RemoveLinksIn(const std::string& folder) {
     while (!pending.empty()) {
         const std::string current = std::move(pending.back());
         pending.pop_back();
-        for (const std::string& link : FoldersOrNone(current, FoldersIn::Links)) {
-            noneLeft = RemoveLink(link) && noneLeft;
-        }
-        for (std::string& plain : FoldersOrNone(current, FoldersIn::Plain)) {
-            pending.push_back(std::move(plain));
+        for (Subfolder& found : SubfoldersOrNone(current)) {
+            if (found.isLink) {
+                noneLeft = RemoveLink(found.path) && noneLeft;
+            } else {
+                pending.push_back(std::move(found.path));
+            }
         }
     }
     return noneLeft;
 }
 
 void DeleteFolderOnce(const std::string& folder) {
-    const bool isRoot = folder.ends_with('\\');  // in the normal form only a root is left with it
+    if (folder.ends_with('\\')) {
+        return;  // a drive's root, which nobody can delete: what else lies there is not ours
+    }
     if (IsFolderLink(folder)) {
         RemoveLink(folder);
-    } else if (isRoot || RemoveLinksIn(folder)) {
-        // The shell refuses a root; the links of a whole drive are not ours to take out.
+    } else if (RemoveLinksIn(folder)) {
         ShellDeleteItem(folder);
     }
 }

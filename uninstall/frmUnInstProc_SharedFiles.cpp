@@ -107,10 +107,10 @@ bool frmUnInstProc::LowerSharedCount(HKEY reading, HKEY writing, const std::stri
     if (code != ERROR_SUCCESS) {
         return code == ERROR_FILE_NOT_FOUND;
     }
-    const std::int64_t counter = std::int64_t{RoundedNumber(text).value_or(0)} - 1;
-    if (counter > 0) {
+    const std::int32_t count = RoundedNumber(text).value_or(0);
+    if (count > 1) {
         return modRegistry::SetValue(HKEY_LOCAL_MACHINE, kCountsKey, writing, valueName, REG_DWORD,
-                                     std::to_string(counter), Silent) == ERROR_SUCCESS;
+                                     std::to_string(count - 1), Silent) == ERROR_SUCCESS;
     }
     return modRegistry::DeleteValueInKey(HKEY_LOCAL_MACHINE, kCountsKey, writing, valueName,
                                          Silent) == ERROR_SUCCESS;

@@ -1,8 +1,8 @@
 #include <algorithm>
-#include <array>
 #include <vector>
 
 #include "common/modGeneral.h"
+#include "common/modPath.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
 #include "uninstall/frmUnInstProc.h"
@@ -25,13 +25,6 @@ const std::string kSharedEditor = "Software\\Microsoft\\Shared\\HTML\\Default Ed
 const std::string kSourceViewer =
     "Software\\Microsoft\\Internet Explorer\\View Source Editor\\Editor Name";
 
-// Ends in a backslash; empty when the system does not tell or the path is too long.
-std::string WindowsFolder() {
-    std::array<char, 255> buffer{};
-    const UINT length = GetWindowsDirectoryA(buffer.data(), static_cast<UINT>(buffer.size()));
-    return AddBackslash(std::string_view(buffer.data(), length < buffer.size() ? length : 0));
-}
-
 // A key's default value; "" when it cannot be read, which equals nothing of ours.
 std::string DefaultValue(HKEY root, const std::string& key, modRegistry::Options options) {
     std::string text;
@@ -48,8 +41,9 @@ bool IsOurIcon(std::string_view text) {
 
 EditorTexts FormTexts() {
     const std::string program = Globals().ProgramFolder + "Tessorin.exe";
-    return {Joined({"\"", program, "\""}), Joined({"\"", program, "\" %1"}), program + " %1",
-            WindowsFolder()};
+    return {
+        Joined({"\"", program, "\""}), Joined({"\"", program, "\" %1"}), program + " %1",
+        QueriedFolder([](char* buffer, DWORD size) { return GetWindowsDirectoryA(buffer, size); })};
 }
 
 bool StartsEditor(std::string_view command, const EditorTexts& texts) {

@@ -14,9 +14,6 @@
 namespace hosted {
 namespace {
 
-constexpr DWORD kOpenAlways = 4;
-constexpr DWORD kTruncateExisting = 5;
-
 struct OpenedHandle : HandleObject {
     Descriptor file;
     OpenedFile record;
@@ -59,7 +56,7 @@ DWORD CheckPlace(const Place& place, const Wish& wish) {
     if (place.Exists()) {
         return CheckExisting(place, wish);
     }
-    const bool creates = wish.disposition != OPEN_EXISTING && wish.disposition != kTruncateExisting;
+    const bool creates = wish.disposition != OPEN_EXISTING;
     return place.code == ERROR_FILE_NOT_FOUND && creates ? ERROR_SUCCESS : place.code;
 }
 
@@ -67,10 +64,10 @@ int FlagsOf(const Wish& wish) {
     const bool reads = (wish.access & GENERIC_READ) != 0;
     const bool writes = (wish.access & GENERIC_WRITE) != 0;
     int flags = O_CLOEXEC | (writes ? (reads ? O_RDWR : O_WRONLY) : O_RDONLY);
-    if (wish.disposition != OPEN_EXISTING && wish.disposition != kTruncateExisting) {
+    if (wish.disposition != OPEN_EXISTING) {
         flags |= O_CREAT;
     }
-    if (wish.disposition == CREATE_ALWAYS || wish.disposition == kTruncateExisting) {
+    if (wish.disposition == CREATE_ALWAYS) {
         flags |= O_TRUNC;
     }
     return flags;
@@ -131,13 +128,13 @@ HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*securi
     HANDLE handle = INVALID_HANDLE_VALUE;
     bool existed = false;
     const hosted::Wish wish{access, share, disposition, flags & hosted::kKeptAttributes};
-    const bool known = disposition >= CREATE_NEW && disposition <= hosted::kTruncateExisting;
+    const bool known = disposition >= CREATE_NEW && disposition <= OPEN_EXISTING;
     const DWORD code = known ? hosted::Open(path, wish, handle, existed) : ERROR_INVALID_PARAMETER;
     if (code != ERROR_SUCCESS) {
         call.Fail(code);
         return INVALID_HANDLE_VALUE;
     }
-    const bool mayExist = disposition == CREATE_ALWAYS || disposition == hosted::kOpenAlways;
+    const bool mayExist = disposition == CREATE_ALWAYS;
     SetLastError(mayExist && existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
     return handle;
 }
@@ -157,7 +154,10 @@ HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* record, UINT style) {
                              : style == OF_WRITE ? GENERIC_WRITE
                                                  : GENERIC_READ | GENERIC_WRITE;
         const hosted::Wish wish{access, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0};
-        code = style > 2 ? ERROR_INVALID_PARAMETER : hosted::Open(path, wish, handle, existed);
+        code = style > 2 ? ERROR_INVALID_PARAMETER
+               : std::strlen(path) >= OFS_MAXPATHNAME
+                   ? ERROR_FILENAME_EXCED_RANGE  // the record has no room for more
+                   : hosted::Open(path, wish, handle, existed);
     }
     if (code != ERROR_SUCCESS) {
         record->nErrCode = static_cast<WORD>(code);

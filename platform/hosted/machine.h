@@ -135,33 +135,6 @@ class MachineLock {
     MachineLock& operator=(const MachineLock&) = delete;
 };
 
-// Stands for something that another process does, for as long as it lives: an entry of its
-// own among the processes. Paths are machine paths, Windows-1252; what they name exists.
-class HeldItem {
- public:
-    // Someone runs the program.
-    static HeldItem Program(std::string_view path);
-    // Someone has the file open: access of GENERIC_READ and GENERIC_WRITE, share as for
-    // CreateFileA.
-    static HeldItem File(std::string_view path, DWORD access, DWORD share);
-    // Someone has the folder as current folder.
-    static HeldItem CurrentFolder(std::string_view path);
-    HeldItem(HeldItem&& other) noexcept;
-    HeldItem& operator=(HeldItem&& other) noexcept;
-    HeldItem(const HeldItem&) = delete;
-    HeldItem& operator=(const HeldItem&) = delete;
-    ~HeldItem();
-
- private:
-    HeldItem();
-    std::unique_ptr<class ProcessEntry> entry_;
-};
-
-// True while no process of the machine but this one is alive.
-bool Idle();
-// Waits for that; false when milliseconds of real time have passed before.
-bool WaitUntilIdle(unsigned milliseconds);
-
 // Every platform function starts with one of these. It counts and records the call,
 // obeys [faults] and, for functions that change something, the kill faults: before here,
 // after in the destructor.
@@ -208,6 +181,6 @@ std::string MachinePath(const fs::path& host);
 DWORD StartProgram(std::string_view path, std::string_view arguments, std::string_view folder,
                    int& pid);
 // Runs a batch file of the machine to its end, as the command interpreter does.
-int RunScript(std::string_view path);
+void RunScript(std::string_view path);
 
 }  // namespace hosted

@@ -50,7 +50,6 @@ class ProcessEntry {
 
     // Changes the record; everybody sees it when the function returns.
     void Change(const std::function<void(ProcessRecord&)>& change);
-    [[nodiscard]] const ProcessRecord& Record() const { return record_; }
     // The open file, for a process that is to hold it on.
     [[nodiscard]] int File() const { return file_.Get(); }
 

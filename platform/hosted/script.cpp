@@ -268,10 +268,9 @@ void InterpretScript(std::string_view path, ScriptActions& actions) {
     Interpreter(path, actions).Run();
 }
 
-int RunScript(std::string_view path) {
+void RunScript(std::string_view path) {
     MachineActions actions;
     InterpretScript(path, actions);
-    return 0;
 }
 
 }  // namespace hosted

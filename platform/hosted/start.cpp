@@ -73,9 +73,9 @@ void Tell(int pipe, DWORD code) {
         record.modulePath = interpreter;
     });
     Tell(pipe, 0);
-    const int result = RunScript(start.path);
+    RunScript(start.path);
     Machine::Leave();
-    _exit(result);
+    _exit(0);
 }
 
 [[noreturn]] void BecomeProgram(const Start& start, int pipe) {

@@ -188,6 +188,12 @@ int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
     return reply.id == 0 ? call.Fail(ERROR_NOT_ENOUGH_MEMORY) : reply.id;
 }
 
+// A terminal has one foreground only.
+BOOL WINAPI AllowSetForegroundWindow(DWORD /*processId*/) {
+    hosted::Call call("AllowSetForegroundWindow");
+    return call.Refused() ? FALSE : TRUE;
+}
+
 BOOL WINAPI MessageBeep(UINT type) {
     const hosted::Call call("MessageBeep");
     if (call.Refused()) {

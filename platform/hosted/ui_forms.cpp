@@ -61,18 +61,25 @@ bool Form::Load() {
         return false;
     }
     window_ = std::make_unique<Window>(*this);
-    Form_Load();
+    try {
+        Form_Load();
+    } catch (...) {
+        Unload();
+        throw;
+    }
     if (window_ != nullptr) {
         window_->StartTimer();
     }
-    return window_ != nullptr;
+    return true;
 }
 
 bool Form::Show() {
     if (!Load()) {
         return false;
     }
-    window_->Show();
+    if (window_ != nullptr) {  // unless its own load event has unloaded it
+        window_->Show();
+    }
     return true;
 }
 

@@ -17,7 +17,6 @@ using LONG = std::int32_t;
 using LSTATUS = LONG;
 using HRESULT = LONG;
 using UINT = unsigned int;
-using INT = int;
 using HFILE = int;
 using HANDLE = void*;
 using HGLOBAL = void*;
@@ -88,7 +87,6 @@ void WINAPI Sleep(DWORD milliseconds);
 
 constexpr WORD SW_HIDE = 0;
 constexpr DWORD STARTF_USESHOWWINDOW = 1;
-constexpr DWORD CREATE_DEFAULT_ERROR_MODE = 0x04000000;
 
 struct STARTUPINFOA {
     DWORD cb;
@@ -228,6 +226,8 @@ constexpr UINT CF_TEXT = 1;
 constexpr UINT GMEM_MOVEABLE = 2;
 
 int WINAPI MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
+constexpr DWORD ASFW_ANY = 0xFFFFFFFF;
+BOOL WINAPI AllowSetForegroundWindow(DWORD processId);
 BOOL WINAPI MessageBeep(UINT type);
 BOOL WINAPI OpenClipboard(HWND owner);
 BOOL WINAPI EmptyClipboard();

@@ -44,14 +44,6 @@ RECT Pixels(const Place& place) {
             screen.Y(place.top + place.height)};
 }
 
-RECT WorkArea() {
-    RECT area{};
-    if (SystemParametersInfoA(SPI_GETWORKAREA, 0, &area, 0) == FALSE) {
-        area = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
-    }
-    return area;
-}
-
 struct ControlClass {
     const char* name;
     DWORD style, extendedStyle;
@@ -141,7 +133,7 @@ bool HasButton(const Layout& layout) {
 
 HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter) {
     // A dialog template without controls; no menu, the dialog's own class, no title yet.
-    struct Template {
+    struct alignas(DWORD) Template {
         DLGTEMPLATE head;
         WORD menu, windowClass, title;
     };
@@ -158,9 +150,8 @@ HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter)
                        static_cast<DWORD>(GetWindowLongA(form, GWL_EXSTYLE)));
     const int width = frame.right - frame.left;
     const int height = frame.bottom - frame.top;
-    const RECT area = WorkArea();
-    SetWindowPos(form, nullptr, (area.left + area.right - width) / 2,
-                 (area.top + area.bottom - height) / 2, width, height,
+    SetWindowPos(form, nullptr, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
+                 (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height,
                  SWP_NOZORDER | SWP_NOACTIVATE);
     SetWindowTextA(form, std::string(layout.title).c_str());
     return form;

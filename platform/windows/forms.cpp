@@ -98,7 +98,8 @@ bool Form::Window::Create() {
     if (handle == nullptr) {
         return false;
     }
-    LoadedWindows().push_back(handle);
+    // A form that was never shown owns no message box.
+    LoadedWindows().insert(LoadedWindows().begin(), handle);
     controls = CreateControls(form.layout_, handle);
     if (controls.size() != form.layout_.controls.size()) {
         return false;
@@ -286,7 +287,8 @@ void RunMessageLoop() {
 
 HWND OwnerWindow() {
     const std::vector<HWND>& loaded = LoadedWindows();
-    return loaded.empty() ? nullptr : loaded.back();
+    const bool shown = !loaded.empty() && IsWindowVisible(loaded.back()) != FALSE;
+    return shown ? loaded.back() : nullptr;
 }
 
 }  // namespace forms

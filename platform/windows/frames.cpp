@@ -1,5 +1,7 @@
 #include "platform/windows/frames.h"
 
+#include <windows.h>
+
 #include <cstring>
 
 namespace frames {
@@ -8,7 +10,20 @@ namespace {
 
 using Bytes = const unsigned char*;
 
-Bytes frameDescriptions = nullptr;
+// Where the frame descriptions of the program begin: its own section. (The start code would
+// tell, but tells a library instead when one of that name is in the process.)
+Bytes FrameDescriptions() {
+    const auto* const image = reinterpret_cast<Bytes>(GetModuleHandleA(nullptr));
+    const auto* const head = reinterpret_cast<const IMAGE_NT_HEADERS*>(
+        image + reinterpret_cast<const IMAGE_DOS_HEADER*>(image)->e_lfanew);
+    const IMAGE_SECTION_HEADER* section = IMAGE_FIRST_SECTION(head);
+    for (WORD i = 0; i < head->FileHeader.NumberOfSections; ++i, ++section) {
+        if (std::memcmp(section->Name, ".eh_fram", sizeof section->Name) == 0) {
+            return image + section->VirtualAddress;
+        }
+    }
+    return nullptr;
+}
 
 class Reader {
  public:
@@ -181,13 +196,9 @@ class Interpreter {
 
 }  // namespace
 
-void SetDescriptions(const void* begin) {
-    frameDescriptions = static_cast<Bytes>(begin);
-}
-
 bool Describe(Context& context, Frame& frame) {
     const Address place = context.next - 1;  // within the call that has not returned
-    for (Bytes record = frameDescriptions; record != nullptr;) {
+    for (Bytes record = FrameDescriptions(); record != nullptr;) {
         Reader reader(record);
         const auto length = reader.Fixed<std::uint32_t>();
         if (length == 0) {

@@ -23,10 +23,4 @@ void __throw_length_error(const char* /*text*/) {
 void __throw_out_of_range_fmt(const char* /*format*/, ...) {
     throw exception();
 }
-void __throw_bad_optional_access() {
-    throw exception();
-}
-void __throw_bad_function_call() {
-    throw exception();
-}
 }  // namespace std

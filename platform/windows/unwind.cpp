@@ -205,10 +205,8 @@ _Unwind_Ptr _Unwind_GetTextRelBase(_Unwind_Context* /*context*/) {
     return 0;
 }
 
-// The start-up code's way to tell where the frame descriptions of the program begin.
-void __register_frame_info(const void* begin, void* /*object*/) {
-    frames::SetDescriptions(begin);
-}
+// The start code tells where the frame descriptions begin; frames.cpp finds them itself.
+void __register_frame_info(const void* /*begin*/, void* /*object*/) {}
 void* __deregister_frame_info(const void* /*begin*/) {
     return nullptr;
 }

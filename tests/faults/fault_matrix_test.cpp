@@ -22,6 +22,7 @@ namespace {
 // wrong ones. No code: the function cannot fail.
 const std::map<std::string, std::vector<unsigned>>& Codes() {
     static const std::map<std::string, std::vector<unsigned>> codes{
+        {"AllowSetForegroundWindow", {5}},
         {"CloseClipboard", {1418}},
         {"CloseHandle", {6}},
         {"CopyFileA", {5, 32, 112, 21}},
@@ -297,7 +298,7 @@ TEST(FaultMatrix, WhateverFailsHarmsNothingAndIsTold) {
     for (const auto& [site, count] : counts) {
         rows[site].calls = count.calls;
     }
-    const Lines silences = Silences();
+    const std::vector<SilenceReason> silences = Silences();
     std::vector<unsigned> needed(silences.size());
     for (std::size_t i = 0; i < cases.size(); ++i) {
         const Judgement judgement = Unpack(results[i]);
@@ -314,9 +315,9 @@ TEST(FaultMatrix, WhateverFailsHarmsNothingAndIsTold) {
     }
     PrintTable(rows);
     for (std::size_t i = 0; i < needed.size(); ++i) {
-        std::cout << "silent in " << needed[i] << " cases: " << silences[i] << "\n";
-        if (WholeMatrix()) {
-            EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << silences[i];
+        std::cout << "silent in " << needed[i] << " cases: " << silences[i].text << "\n";
+        if (WholeMatrix() && !silences[i].byChance) {
+            EXPECT_NE(needed[i], 0U) << "nobody needs the exception: " << silences[i].text;
         }
     }
 }

@@ -11,6 +11,7 @@ struct Silence {
     const char* functions;  // those whose failure it comes from
     bool (*covers)(const Item& item, const State& after, const Baseline& baseline);
     const char* reason;
+    bool byChance = false;
 };
 
 bool IsHiveOfOthers(const Item& item) {
@@ -60,7 +61,7 @@ const std::vector<Silence>& AllSilences() {
          [](const Item& item, const State&, const Baseline&) {
              return item.place == kTempFolder + "\\UnInstall.pif";
          },
-         "the record: still open in the first run, it cannot be deleted by the script"},
+         "the record: still open in the first run, it cannot be deleted by the script", true},
         {"script", "DeleteFileA",
          [](const Item& item, const State&, const Baseline&) {
              const Lines files = HandOverFiles();
@@ -163,7 +164,10 @@ class Judge {
     // The first run hands over nothing that it could not make, or make safe.
     void Consequences() {
         const std::set<std::string> harmless{
-            "CloseHandle", "FindClose",
+            "AllowSetForegroundWindow",
+            "CloseHandle",
+            "FindClose",
+            "DeleteFileA",     // of an older copy, which is then written over
             "FindFirstFileA",  // for an older record, which then stands in the way
             "OpenFile",        // tried again
         };
@@ -203,10 +207,10 @@ Judgement JudgeRun(const Fault& fault, const Baseline& baseline, const Outcome& 
     return Judge(fault, baseline, outcome, machine).Finish();
 }
 
-Lines Silences() {
-    Lines reasons;
+std::vector<SilenceReason> Silences() {
+    std::vector<SilenceReason> reasons;
     for (const Silence& silence : AllSilences()) {
-        reasons.emplace_back(silence.reason);
+        reasons.push_back({silence.reason, silence.byChance});
     }
     return reasons;
 }

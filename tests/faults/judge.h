@@ -31,7 +31,11 @@ struct Judgement {
 Judgement JudgeRun(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
                    const Machine& machine);
 
-// The reasons for which something may stay, or happen, without a word.
-Lines Silences();
+// Why something may stay, or happen, without a word.
+struct SilenceReason {
+    std::string text;
+    bool byChance;  // depends on which process is quicker: not every matrix needs it
+};
+std::vector<SilenceReason> Silences();
 
 }  // namespace support

@@ -184,9 +184,9 @@ TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
              Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
             TheRest());
     }
-    // The shell deletes no root.
+    // The shell deletes no root, and nobody takes the links out of a whole drive.
     Machine machine;
-    machine.Setting("clock", "virtual=1");
+    machine.Setting("clock", "virtual=1").Link("C:\\Programme\\Textwerk\\alle", "C:\\Programme");
     ExpectOutcome(machine.RunCopy("/u=C:\\", {"yes", "no"}),
                   {Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
                    Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},

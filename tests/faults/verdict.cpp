@@ -1,6 +1,7 @@
 #include "tests/faults/verdict.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -88,6 +89,15 @@ bool IsKeyNamed(const std::string& key, const std::string& lines) {
     return false;
 }
 
+// Keys are stored in letter cases that the program's lines need not have.
+bool Says(const std::string& lines, const std::string& part) {
+    const auto same = [](char left, char right) {
+        return left == right || (std::isalpha(static_cast<unsigned char>(left)) != 0 &&
+                                 (left ^ right) == ('a' ^ 'A'));
+    };
+    return std::search(lines.begin(), lines.end(), part.begin(), part.end(), same) != lines.end();
+}
+
 bool IsValueNamed(const Item& item, const std::string& lines) {
     if (item.place == kSharedDlls) {
         return lines.find("Die gemeinsam genutzte Datei \"" + item.name + "\" konnte") !=
@@ -101,8 +111,7 @@ bool IsValueNamed(const Item& item, const std::string& lines) {
         // What the value belongs to is read from a value further down.
         const std::string below =
             "Der Registrierungswert (Standard) im Schlüssel \"" + key + "\\shell\\edit\\command\"";
-        return lines.find(said + "\"") != std::string::npos ||
-               lines.find(below) != std::string::npos;
+        return Says(lines, said + "\"") || Says(lines, below);
     });
 }
 

@@ -83,15 +83,12 @@ void CheckFolder(const std::string& path, const fs::path& disk) {
     const auto folders = static_cast<std::size_t>(
         std::count_if(fs::directory_iterator(disk), fs::directory_iterator(),
                       [](const fs::directory_entry& entry) { return entry.is_directory(); }));
-    std::vector<std::string> listed = ListFolders(path, FoldersIn::Plain);
-    const std::vector<std::string> links = ListFolders(path, FoldersIn::Links);
-    Require(listed.size() + links.size() == folders, "every folder is listed once", path);
-    listed.insert(listed.end(), links.begin(), links.end());
-    for (const std::string& one : listed) {
-        Require(Depth(one) == Depth(path) + 1 && one.starts_with(AddBackslash(path)),
-                "it lies in the folder", one);
-        const bool isLink = std::find(links.begin(), links.end(), one) != links.end();
-        Require(IsFolderLink(one) == isLink, "a link is one wherever one looks", one);
+    const std::vector<Subfolder> listed = ListFolders(path);
+    Require(listed.size() == folders, "every folder is listed once", path);
+    for (const Subfolder& one : listed) {
+        Require(Depth(one.path) == Depth(path) + 1 && one.path.starts_with(AddBackslash(path)),
+                "it lies in the folder", one.path);
+        Require(IsFolderLink(one.path) == one.isLink, "a link is one wherever one looks", one.path);
     }
 }
 

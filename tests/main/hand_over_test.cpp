@@ -75,8 +75,8 @@ TEST(HandOver, HarmsNothingWhenTheFolderDoesNotArrive) {
 
 // Another folder that exists would arrive, or it cannot be told what arrives.
 TEST(HandOver, IsRefusedWhenAnotherFolderMightArrive) {
-    for (const std::string name : {"C:\\Text&Bild", "C:\\T^ext", "C:\\Text%", "C:\\Te%%xt%TEMP%",
-                                   "C:\\%1Bild", "C:\\%~dp0Bild"}) {
+    for (const std::string name : {"C:\\Text&Bild", "C:\\Text & Bild", "C:\\T^ext", "C:\\Text%",
+                                   "C:\\Te%%xt%TEMP%", "C:\\%1Bild", "C:\\%~dp0Bild"}) {
         SCOPED_TRACE(name);
         Machine machine;
         machine.Folder("C:\\Text");
@@ -104,7 +104,6 @@ TEST(HandOver, RunsFromADriveRoot) {
 }
 
 TEST(HandOver, WorksThroughATemporaryFolderWithBlanks) {
-    NEEDS_SETTINGS();
     Machine machine;
     machine.Setting("folders", "temp=C:\\windows\\Temp von Clara")
         .Folder("C:\\windows\\Temp von Clara");
@@ -177,6 +176,25 @@ TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {
     EXPECT_EQ(outcome.errors, "start \"" + kCopy + "\": error 2\n");  // the machine's log
     outcome.errors.clear();
     ExpectOutcome(outcome, {Confirmation(), CopyFailed("Ignore", full)}, {});
+}
+
+// The script names the temporary folder in the characters of Windows: the interpreter finds
+// the copy by its short name, but not the files that it should delete.
+TEST(HandOver, LeavesItsFilesInATemporaryFolderWithAnUmlaut) {
+    const std::string folder = "C:\\windows\\Müll";
+    Machine machine;
+    machine.Setting("folders", "temp=" + folder).Folder(folder);
+    ExpectOutcome(machine.RunFirst({}), kShown,
+                  With(CompleteRemoval(), {"+ file " + folder + "\\UnInstall.bat",
+                                           "+ file " + folder + "\\UnInstall.exe",
+                                           "+ file " + folder + "\\UnInstall.pif"}));
+}
+
+TEST(HandOver, WritesThroughNoLink) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
+    ExpectOutcome(machine.RunFirst({}), kShown, With(CompleteRemoval(), {"- file " + kCopy}));
 }
 
 TEST(HandOver, ReplacesWhatEarlierRunsHaveLeft) {

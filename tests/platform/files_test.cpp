@@ -221,6 +221,8 @@ TEST_F(Files, TheCurrentFolderCannotGo) {
     EXPECT_NE(GetFileAttributesA("..\\Fest.txt"), INVALID_FILE_ATTRIBUTES);
     EXPECT_EQ(Failure(SetCurrentDirectoryA("..\\Fest.txt")), DWORD{ERROR_DIRECTORY});
     EXPECT_EQ(Failure(SetCurrentDirectoryA("fehlt")), DWORD{ERROR_FILE_NOT_FOUND});
+    // Dots belong to a name that a backslash follows.
+    EXPECT_NE(Failure(SetCurrentDirectoryA("..\\Voll...\\")), DWORD{ERROR_SUCCESS});
     ASSERT_NE(SetCurrentDirectoryA(start), FALSE);
     EXPECT_EQ(ShellDelete(At("Leer")), 0);
 }

@@ -58,5 +58,18 @@ TEST(FatalReport, EndsTheSequence) {
     }
 }
 
+// The folder fits, a file in it does not: the look for it raises in the midst of a step.
+TEST(FatalReport, EndsTheSequenceWithoutAnyHelp) {
+    Machine machine;
+    const std::string folder = "C:\\" + std::string(120, 'x') + "\\" + std::string(126, 'y');
+    machine.Folder(folder);
+    const Outcome outcome = machine.RunCopy("/u=" + folder, {"no"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(SameChanges({}, outcome.difference));
+    ASSERT_EQ(outcome.shown.size(), 2U);
+    EXPECT_NE(outcome.shown[1].find("\"UnInstaller:2:0:33:6:1:52\""), std::string::npos)
+        << outcome.shown[1];
+}
+
 }  // namespace
 }  // namespace support

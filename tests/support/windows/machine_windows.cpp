@@ -121,6 +121,17 @@ bool Machine::KeepsReadOnly() {
     return keeps;
 }
 
+namespace {
+
+// For the processes that are started from now on.
+void UseTemp(const std::string& folder) {
+    for (const char* name : {"TMP", "TEMP"}) {
+        SetEnvironmentVariableA(name, FromUtf8(folder).c_str());
+    }
+}
+
+}  // namespace
+
 struct Machine::Host {
     Answerer answerer;
     State before;
@@ -157,8 +168,7 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
     host_->sections = Sections(registry);
     host_->sections.insert(kHklm + kMakerKey);
     host_->Clear();
-    SetEnvironmentVariableA("TMP", FromUtf8(kTempFolder).c_str());
-    SetEnvironmentVariableA("TEMP", FromUtf8(kTempFolder).c_str());
+    UseTemp(kTempFolder);
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
         SetRealValue(kExplorer + folders, "Common Programs",
                      FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
@@ -238,7 +248,12 @@ Machine& Machine::RemoveValue(const std::string& key, const std::string& name) {
     return *this;
 }
 
-Machine& Machine::Setting(const std::string&, const std::string&) {
+// Only the temporary folder is ours to set here.
+Machine& Machine::Setting(const std::string& section, const std::string& line) {
+    const std::string temp = "temp=";
+    if (section == "folders" && line.starts_with(temp)) {
+        UseTemp(line.substr(temp.size()));
+    }
     return *this;
 }
 
