@@ -3,7 +3,6 @@
 // that shows and asks the same, and with one that shows nothing, in turns; and measures what
 // the exe's list of problems costs while it waits.
 #include <algorithm>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <stdexcept>

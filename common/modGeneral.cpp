@@ -2,7 +2,6 @@
 
 #include <cstring>
 
-#include "common/modGetErrString.h"
 #include "common/modRuntimeError.h"
 #include "platform/ansi.h"
 #include "platform/forms.h"

@@ -1,7 +1,6 @@
 // The system's own texts for its error codes.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

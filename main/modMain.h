@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "platform/handles.h"
-#include "platform/win32.h"
 
 // The start procedure. Returns with no window open, which ends the program, or with the
 // progress window shown.

@@ -2,7 +2,6 @@
 
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
-#include "common/modRuntimeError.h"
 #include "main/modFile.h"
 #include "main/modMain.h"
 

@@ -6,7 +6,6 @@
 
 #include <memory>
 #include <span>
-#include <string>
 #include <string_view>
 
 #include "platform/win32.h"

@@ -7,7 +7,6 @@
 #include <map>
 #include <sstream>
 
-#include "platform/hosted/descriptor.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {

@@ -1,5 +1,4 @@
 // The clipboard, a file of the machine, and the movable memory that texts travel in.
-#include <cstdio>
 #include <fstream>
 #include <map>
 

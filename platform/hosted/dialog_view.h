@@ -3,7 +3,6 @@
 #pragma once
 
 #include <optional>
-#include <vector>
 
 #include "platform/hosted/dialog.h"
 #include "platform/hosted/terminal.h"

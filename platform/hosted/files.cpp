@@ -1,7 +1,6 @@
 // Looking at files: attributes, short names, searches.
 #include "platform/hosted/files.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "platform/hosted/attributes.h"

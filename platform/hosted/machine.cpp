@@ -118,17 +118,7 @@ Machine::Machine(const fs::path& folder) : state_(std::make_unique<State>()) {
     } catch (const Damage& damage) {
         Damaged(file, damage.line, damage.what);
     }
-    const fs::path program = OwnProgram();
-    const auto& own = program.native();
-    const std::string drives = (state_->folder / "drives").native() + "/";
-    if (own.size() > drives.size() + 2 && own.compare(0, drives.size(), drives) == 0) {
-        std::string path = FromUtf8(own.substr(drives.size()));
-        path.insert(1, 1, ':');
-        for (char& character : path) {
-            character = character == '/' ? '\\' : character;
-        }
-        state_->module = path;
-    }
+    state_->module = MachinePath(state_->folder, OwnProgram());
 }
 
 Machine::~Machine() = default;

@@ -175,6 +175,7 @@ class Call {
 std::optional<fs::path> HostPath(std::string_view path, bool missingLast = false);
 // The machine path of a place on the disk, empty if it is not on a drive of the machine.
 std::string MachinePath(const fs::path& host);
+std::string MachinePath(const fs::path& machine, const fs::path& host);
 // Starts the program or script file of the machine as a real process, detached when it is
 // a script, current folder given as machine path; argument text handed on unchanged.
 // Returns 0 or a Win32 error code. pid receives the process id.

@@ -1,7 +1,6 @@
 #include "platform/hosted/paths.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 
 #include "platform/hosted/folders.h"
@@ -266,7 +265,11 @@ std::optional<fs::path> HostPath(std::string_view path, bool missingLast) {
 }
 
 std::string MachinePath(const fs::path& host) {
-    const std::string drives = (Machine::Current().Folder() / "drives").native() + '/';
+    return MachinePath(Machine::Current().Folder(), host);
+}
+
+std::string MachinePath(const fs::path& machine, const fs::path& host) {
+    const std::string drives = (machine / "drives").native() + '/';
     const std::string& text = host.native();
     if (text.size() <= drives.size() || text.compare(0, drives.size(), drives) != 0 ||
         (text.size() > drives.size() + 1 && text[drives.size() + 1] != '/')) {

@@ -8,7 +8,6 @@
 #include <array>
 #include <cstdlib>
 #include <sstream>
-#include <thread>
 
 #include "platform/hosted/folders.h"
 #include "platform/hosted/lock.h"

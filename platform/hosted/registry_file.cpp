@@ -1,7 +1,6 @@
 #include "platform/hosted/registry_file.h"
 
 #include <algorithm>
-#include <array>
 #include <string>
 #include <vector>
 

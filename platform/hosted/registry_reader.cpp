@@ -1,5 +1,4 @@
 // Reads the text form of the registry: line by line, each at most once.
-#include <cstdint>
 #include <utility>
 
 #include "platform/hosted/machine.h"

@@ -1,5 +1,4 @@
 // The resources that the program carries.
-#include <algorithm>
 #include <charconv>
 
 #include "platform/hosted/machine.h"

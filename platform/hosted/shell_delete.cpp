@@ -2,7 +2,6 @@
 #include <dirent.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <cstring>
 
 #include "platform/hosted/files.h"

@@ -1,7 +1,7 @@
 // Message boxes: answered from answers.txt, in the terminal, or by their default button.
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
-#include <span>
 
 #include "platform/hosted/dialog_view.h"
 #include "platform/hosted/machine.h"
@@ -160,11 +160,22 @@ Reply FromTerminal(const Box& box) {
     }
 }
 
+// The default; a program that goes on asking must not fill the disk with its record.
+Reply FromNobody(const Box& box) {
+    constexpr unsigned kMost = 1000;
+    static unsigned asked = 0;
+    if (++asked > kMost) {
+        std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr);
+        std::_Exit(2);
+    }
+    return ReplyOf(box.buttons[box.defaultButton]);
+}
+
 Reply Ask(const Box& box) {
     if (std::optional<Reply> reply = FromFile(box)) {
         return *std::move(reply);
     }
-    return HasTerminal() ? FromTerminal(box) : ReplyOf(box.buttons[box.defaultButton]);
+    return HasTerminal() ? FromTerminal(box) : FromNobody(box);
 }
 
 }  // namespace

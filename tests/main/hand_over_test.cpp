@@ -206,15 +206,20 @@ TEST(HandOver, ReplacesWhatEarlierRunsHaveLeft) {
         With(CompleteRemoval(), {"- file " + kScript, "- file " + kRecord, "- file " + kCopy}));
 }
 
-TEST(HandOver, IsRefusedFromTheTemporaryFolderItself) {
+TEST(HandOver, IsRefusedWhileTheCopyIsInUse) {
+    const auto refused = [](const std::string& program) {
+        return Lines{Confirmation(),
+                     "[!] *Abort Retry Ignore -> Abort: Beim Kopieren der Datei \"" + program +
+                         "\" nach \"" + kCopy + "\" ist der folgende Fehler aufgetreten:" +
+                         Readable(AnsiToUtf8(GetErrString(32, true, "Fehlercode")))};
+    };
     Machine machine;
     machine.Program(kCopy).Enter();
-    ExpectOutcome(
-        machine.Run(kCopy, "", {"yes", "abort"}),
-        {Confirmation(), "[!] *Abort Retry Ignore -> Abort: Beim Kopieren der Datei \"" + kCopy +
-                             "\" nach \"" + kCopy + "\" ist der folgende Fehler aufgetreten:" +
-                             Readable(AnsiToUtf8(GetErrString(32, true, "Fehlercode")))},
-        {});
+    ExpectOutcome(machine.Run(kCopy, "", {"yes", "abort"}), refused(kCopy), {});
+    // By another uninstaller.
+    machine.HoldOpen(kCopy, Machine::kObeysSettings ? 1000 : 10000);  // Wine starts slowly
+    ExpectOutcome(machine.RunFirst({"yes", "abort"}), refused(kProgramFolder + "\\UnInstall.exe"),
+                  {});
 }
 
 TEST(HandOver, LeavesTheFirstRunTimeToEnd) {

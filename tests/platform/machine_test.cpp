@@ -79,18 +79,12 @@ TEST(HostedMachine, FailsAndKillsWhereItIsTold) {
                   CompleteRemoval());
 }
 
-// The second is refused the copy, because the first one's is running.
-TEST(HostedMachine, TakesTwoUninstallersAtATime) {
+TEST(HostedMachine, EndsAProgramThatNobodyAnswers) {
     Machine machine;
-    machine.Setting("busy", kProgramFolder + "\\Liesmich.txt=30");
-    machine.Begin({});
-    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
-    machine.WaitUntilShown("frmUnInstProc");
-    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
-    const Outcome outcome = machine.Finish();
-    EXPECT_TRUE(SameChanges(CompleteRemoval(), outcome.difference));
-    EXPECT_EQ(std::count(outcome.shown.begin(), outcome.shown.end(), Confirmation()), 2);
-    EXPECT_EQ(std::count(outcome.shown.begin(), outcome.shown.end(), Progress()), 1);
+    machine.Setting("faults", "first OpenFile *=32");
+    const Outcome outcome = machine.RunFirst({});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.shown.size(), 1000U);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "tools/machine_report/difference.h"
 
-#include <set>
-
 namespace report {
 namespace {
 

@@ -2,12 +2,10 @@
 // All texts are UTF-8.
 #pragma once
 
-#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 namespace report {
 

@@ -2,7 +2,6 @@
 // write or delete it, says so on stderr, and closes it after that time.
 #include <chrono>
 #include <iostream>
-#include <string>
 #include <thread>
 
 #include "platform/handles.h"

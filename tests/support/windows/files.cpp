@@ -1,6 +1,5 @@
 #include "tests/support/windows/files.h"
 
-#include <array>
 #include <stdexcept>
 
 #include "platform/handles.h"
