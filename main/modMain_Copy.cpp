@@ -19,10 +19,13 @@ int AskAboutFailedCopy(const std::string& source, const std::string& target, DWO
 }
 
 // An older file gives way to a new one, so that the copy is never written through a link
-// that somebody has put in its place. One that stays is left to the system to refuse.
+// that somebody has put in its place, or puts there meanwhile. A file that stays is left to
+// the system to refuse.
 bool CopyReplacing(const std::string& source, const std::string& target, bool failIfExists) {
-    if (!failIfExists && DeleteFileA(target.c_str()) == FALSE) {
-        const DWORD code = GetLastError();
+    const BOOL deleted = failIfExists ? TRUE : DeleteFileA(target.c_str());
+    const DWORD code = deleted != FALSE ? DWORD{ERROR_SUCCESS} : GetLastError();
+    const bool createsAnew = code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND;
+    if (!createsAnew) {
         const DWORD attributes = GetFileAttributesA(target.c_str());
         if (attributes != INVALID_FILE_ATTRIBUTES &&
             (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
@@ -30,7 +33,7 @@ bool CopyReplacing(const std::string& source, const std::string& target, bool fa
             return false;
         }
     }
-    return CopyFileA(source.c_str(), target.c_str(), failIfExists ? TRUE : FALSE) != FALSE;
+    return CopyFileA(source.c_str(), target.c_str(), createsAnew ? TRUE : FALSE) != FALSE;
 }
 
 }  // namespace
