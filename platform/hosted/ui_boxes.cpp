@@ -165,7 +165,8 @@ Reply FromNobody(const Box& box) {
     constexpr unsigned kMost = 1000;
     static unsigned asked = 0;
     if (++asked > kMost) {
-        std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr);
+        static_cast<void>(
+            std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr));
         std::_Exit(2);
     }
     return ReplyOf(box.buttons[box.defaultButton]);
