@@ -160,11 +160,20 @@ Reply FromTerminal(const Box& box) {
     }
 }
 
-// The default; a program that goes on asking must not fill the disk with its record.
+struct Unanswered {
+    std::string text;
+    unsigned times = 0;
+};
+
+// The default; a program that asks the same again and again must not fill the disk with its
+// record.
 Reply FromNobody(const Box& box) {
     constexpr unsigned kMost = 1000;
-    static unsigned asked = 0;
-    if (++asked > kMost) {
+    auto& last = Machine::Current().Part<Unanswered>();
+    if (last.text != box.text) {
+        last = {box.text, 0};
+    }
+    if (++last.times > kMost) {
         static_cast<void>(
             std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr));
         std::_Exit(2);
