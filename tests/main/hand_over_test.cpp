@@ -14,7 +14,7 @@ const std::string kRecord = kTempFolder + "\\UnInstall.pif";
 
 // Moves the product to another folder; the staged settings keep naming the old one.
 void InstallInto(Machine& machine, const std::string& folder) {
-    machine.Program(folder + (folder.ends_with('\\') ? "UnInstall.exe" : "\\UnInstall.exe"));
+    machine.Program(folder + "\\UnInstall.exe").File(folder + "\\Tessorin.exe", "x");
 }
 
 // A run from another folder: nothing of the shell's settings is the product's then except
