@@ -19,6 +19,7 @@ namespace {
 constexpr std::uint8_t kProcedure = 1;
 constexpr WORD kRecordId = 101;
 constexpr std::string_view kUninstallOption = "/u=";
+
 std::string TempFolderPath() {
     return QueriedFolder([](char* buffer, DWORD size) { return GetTempPathA(size, buffer); });
 }

@@ -40,9 +40,6 @@ struct Frame {
     bool understood = true;
 };
 
-// Tells where the descriptions of the program's functions begin.
-void SetDescriptions(const void* begin);
-
 // Finds the description of the function that the frame stands in and fills frame, and the
 // context's knowledge of the function. False where there is none: another module's code.
 bool Describe(Context& context, Frame& frame);
