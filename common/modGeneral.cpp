@@ -118,7 +118,7 @@ bool EqualIgnoringCase(std::string_view left, std::string_view right) {
 
 void EndProgram() noexcept {
     for (;;) {
-        ExitProcess(1);
+        TerminateProcess(GetCurrentProcess(), 1);
         Sleep(1);
     }
 }

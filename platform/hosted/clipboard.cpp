@@ -20,6 +20,8 @@ struct Memory {
 // is known for what it is.
 struct ClipboardState {
     bool open = false;
+    HWND opener = nullptr;  // whom EmptyClipboard makes its owner
+    HWND owner = nullptr;
     std::uintptr_t handles = 0;
     std::map<HGLOBAL, Memory> memory;
 };
@@ -58,7 +60,7 @@ bool WriteClipboard(std::string_view text) {
 
 using hosted::Call;
 
-BOOL WINAPI OpenClipboard(HWND) {
+BOOL WINAPI OpenClipboard(HWND opener) {
     Call call("OpenClipboard");
     if (call.Refused()) {
         return FALSE;
@@ -67,17 +69,19 @@ BOOL WINAPI OpenClipboard(HWND) {
         return call.Fail(ERROR_ACCESS_DENIED);
     }
     hosted::State().open = true;
+    hosted::State().opener = opener;
     return TRUE;
 }
 
 BOOL WINAPI EmptyClipboard() {
-    Call call("EmptyClipboard", Call::Changes);
+    Call call("EmptyClipboard", "", Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }
     if (!hosted::State().open) {
         return call.Fail(hosted::kClipboardNotOpen);
     }
+    hosted::State().owner = hosted::State().opener;
     std::erase_if(hosted::State().memory, [](const auto& entry) { return entry.second.given; });
     std::error_code error;
     hosted::fs::remove(hosted::ClipboardFile(), error);
@@ -85,12 +89,16 @@ BOOL WINAPI EmptyClipboard() {
 }
 
 HANDLE WINAPI SetClipboardData(UINT format, HANDLE data) {
-    Call call("SetClipboardData", Call::Changes);
+    Call call("SetClipboardData", "", Call::Changes);
     if (call.Refused()) {
         return nullptr;
     }
     if (!hosted::State().open || format != CF_TEXT) {
         call.Fail(hosted::State().open ? ERROR_INVALID_PARAMETER : hosted::kClipboardNotOpen);
+        return nullptr;
+    }
+    if (hosted::State().owner == nullptr) {
+        call.Fail(hosted::kClipboardNotOpen);  // opened without a window: nobody owns it
         return nullptr;
     }
     hosted::Memory* const memory = hosted::Usable(data, call, "SetClipboardData");

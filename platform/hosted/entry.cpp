@@ -30,5 +30,11 @@ int main(int count, char** values) {
     hosted::LoadRegistry();  // a damaged one must end the process before anything changes
     hosted::EnterProcess();
     constexpr int kShowNormal = 1;
-    ExitProcess(static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal)));
+    UINT status = 0;
+    {
+        const hosted::ProgramScope program;
+        status = static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal));
+    }
+    { const hosted::Call call("ExitProcess"); }
+    return static_cast<int>(status);
 }

@@ -11,22 +11,6 @@ namespace hosted {
 namespace {
 
 // How many deletions of an item machine.ini still wants refused in this process.
-struct BusyItems {
-    std::map<std::string, unsigned> left = Machine::Current().GetSettings().busy;
-};
-
-bool IsBusy(const std::string& host) {
-    if (Machine::Current().GetSettings().busy.empty()) {
-        return false;
-    }
-    auto& left = Machine::Current().Part<BusyItems>().left;
-    const auto item = left.find(UpperCase(MachinePath(host)));
-    if (item == left.end() || item->second == 0) {
-        return false;
-    }
-    --item->second;
-    return true;
-}
 
 DWORD CheckCopyTarget(const Place& source, const Place& target, bool failIfExists) {
     if (target.code == ERROR_FILE_NOT_FOUND) {
@@ -92,9 +76,6 @@ DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
 }  // namespace
 
 DWORD RemoveItem(const std::string& host, const struct stat& status) {
-    if (IsBusy(host)) {
-        return ERROR_SHARING_VIOLATION;
-    }
     const bool isFolder = S_ISDIR(status.st_mode);
     if (isFolder && IsCurrentFolder(IdOf(status))) {
         return ERROR_SHARING_VIOLATION;
@@ -140,7 +121,7 @@ DWORD RemoveFolderAt(const Place& place) {
 // Refuses folders, read-only files and running programs (5) and files that somebody has
 // open without sharing deletion (32). Of a link only the link goes.
 BOOL WINAPI DeleteFileA(LPCSTR path) {
-    hosted::Call call("DeleteFileA", hosted::Call::Changes);
+    hosted::Call call("DeleteFileA", hosted::ToUtf8(path), hosted::Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }
@@ -152,7 +133,7 @@ BOOL WINAPI DeleteFileA(LPCSTR path) {
 // An empty folder (145 otherwise), or a link to one: of that only the link goes. Refuses
 // files (267), read-only folders (5) and anybody's current folder (32).
 BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
-    hosted::Call call("RemoveDirectoryA", hosted::Call::Changes);
+    hosted::Call call("RemoveDirectoryA", hosted::ToUtf8(path), hosted::Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }
@@ -164,7 +145,7 @@ BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
 // Copies content, attributes and time of change. An existing target is overwritten unless
 // failIfExists (80) or it is read-only or hidden (5), running or open (32).
 BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
-    hosted::Call call("CopyFileA", hosted::Call::Changes);
+    hosted::Call call("CopyFileA", hosted::ToUtf8(target), hosted::Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }

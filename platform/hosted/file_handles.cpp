@@ -82,6 +82,7 @@ DWORD Open(std::string_view path, const Wish& wish, HANDLE& handle, bool& existe
         return code;
     }
     auto opened = std::make_unique<OpenedHandle>();
+    opened->name = ToUtf8(path);
     opened->file = Descriptor(open(place.host.c_str(), FlagsOf(wish), 0666));
     struct stat status {};
     if (!opened->file || fstat(opened->file.Get(), &status) != 0) {
@@ -121,7 +122,8 @@ DWORD MoveAll(Move move, int file, Byte* bytes, DWORD count, DWORD& moved) {
 HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*security*/,
                           DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
     const bool opensOnly = disposition == OPEN_EXISTING && (access & GENERIC_WRITE) == 0;
-    hosted::Call call("CreateFileA", opensOnly ? hosted::Call::Looks : hosted::Call::Changes);
+    hosted::Call call("CreateFileA", hosted::ToUtf8(path),
+                      opensOnly ? hosted::Call::Looks : hosted::Call::Changes);
     if (call.Refused()) {
         return INVALID_HANDLE_VALUE;
     }
@@ -142,7 +144,7 @@ HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*securi
 // Only OF_READ (0), OF_WRITE and OF_READWRITE (2) in the compatibility sharing mode, which
 // shares reading and writing. The record receives the full path, or the code of a failure.
 HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* record, UINT style) {
-    hosted::Call call("OpenFile");
+    hosted::Call call("OpenFile", hosted::ToUtf8(path));
     *record = {};
     record->cBytes = sizeof *record;
     record->fFixedDisk = TRUE;
@@ -170,7 +172,7 @@ HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* record, UINT style) {
 }
 
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* /*overlapped*/) {
-    hosted::Call call("ReadFile");
+    hosted::Call call("ReadFile", hosted::HandleTable::Ours().NameOf(file));
     *read = 0;
     if (call.Refused()) {
         return FALSE;
@@ -179,14 +181,14 @@ BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void
     if (opened == nullptr) {
         return call.Fail(ERROR_INVALID_HANDLE);
     }
-    const DWORD code =
-        hosted::MoveAll(::read, opened->file.Get(), static_cast<char*>(buffer), count, *read);
+    const DWORD code = hosted::MoveAll(::read, opened->file.Get(), static_cast<char*>(buffer),
+                                       call.Less() && count > 1 ? count / 2 : count, *read);
     return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
 }
 
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
                       void* /*overlapped*/) {
-    hosted::Call call("WriteFile", hosted::Call::Changes);
+    hosted::Call call("WriteFile", hosted::HandleTable::Ours().NameOf(file), hosted::Call::Changes);
     *written = 0;
     if (call.Refused()) {
         return FALSE;
@@ -196,6 +198,6 @@ BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
         return call.Fail(ERROR_INVALID_HANDLE);
     }
     const DWORD code = hosted::MoveAll(::write, opened->file.Get(), static_cast<const char*>(data),
-                                       count, *written);
+                                       count - (call.Less() && count > 0 ? 1 : 0), *written);
     return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
 }

@@ -135,7 +135,7 @@ std::string ShortPath(const FullPath& path) {
 
 // INVALID_FILE_ATTRIBUTES on failure: 2 or 3 for what is not there.
 DWORD WINAPI GetFileAttributesA(LPCSTR path) {
-    hosted::Call call("GetFileAttributesA");
+    hosted::Call call("GetFileAttributesA", hosted::ToUtf8(path));
     if (call.Refused()) {
         return INVALID_FILE_ATTRIBUTES;
     }
@@ -148,8 +148,23 @@ DWORD WINAPI GetFileAttributesA(LPCSTR path) {
 }
 
 // The size needed with its NUL when it is too small, otherwise the length; 0 on failure.
+// Read-only, hidden and system; the others come from what the item is.
+BOOL WINAPI SetFileAttributesA(LPCSTR path, DWORD attributes) {
+    hosted::Call call("SetFileAttributesA", hosted::ToUtf8(path), hosted::Call::Changes);
+    if (call.Refused()) {
+        return FALSE;
+    }
+    const hosted::MachineLock lock;
+    const hosted::Place place = hosted::Locate(path);
+    if (!place.Exists()) {
+        return call.Fail(place.code);
+    }
+    hosted::KeepAttributes(place.host, attributes);
+    return TRUE;
+}
+
 DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
-    hosted::Call call("GetShortPathNameA");
+    hosted::Call call("GetShortPathNameA", hosted::ToUtf8(longPath));
     if (call.Refused()) {
         return 0;
     }
@@ -160,8 +175,9 @@ DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
         return 0;
     }
     const std::string text = hosted::ShortPath(path);
-    if (size <= text.size()) {
-        return static_cast<DWORD>(text.size() + 1);
+    // "less": it has grown since its size was asked for.
+    if (size <= text.size() || call.Less()) {
+        return std::max(static_cast<DWORD>(text.size() + 1), size + 1);
     }
     std::memcpy(buffer, text.c_str(), text.size() + 1);
     return static_cast<DWORD>(text.size());
@@ -169,11 +185,12 @@ DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
 
 // Entries come in the order of their names' capitals, as NTFS keeps them.
 HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
-    hosted::Call call("FindFirstFileA");
+    hosted::Call call("FindFirstFileA", hosted::ToUtf8(pattern));
     if (call.Refused()) {
         return INVALID_HANDLE_VALUE;
     }
     auto find = std::make_unique<hosted::FindState>();
+    find->name = hosted::ToUtf8(pattern);
     DWORD code = hosted::Search(hosted::ParsePath(pattern, hosted::Wildcards::InLastName), *find);
     if (code == ERROR_SUCCESS && !hosted::Next(*find, *data)) {
         code = ERROR_FILE_NOT_FOUND;
@@ -186,7 +203,7 @@ HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
 }
 
 BOOL WINAPI FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
-    hosted::Call call("FindNextFileA");
+    hosted::Call call("FindNextFileA", hosted::HandleTable::Ours().NameOf(handle));
     if (call.Refused()) {
         return FALSE;
     }

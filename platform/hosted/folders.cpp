@@ -55,7 +55,8 @@ DWORD GiveKnown(Call& call, const char* name, bool backslash, LPSTR buffer, DWOR
     if (backslash && path.back() != '\\') {
         path += '\\';
     }
-    return Give(path, buffer, size);
+    // "less": the folder does not fit.
+    return Give(path, buffer, call.Less() ? 0 : size);
 }
 
 std::string FolderAtStart() {
@@ -123,7 +124,7 @@ DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
 }
 
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
-    hosted::Call call("SetCurrentDirectoryA");
+    hosted::Call call("SetCurrentDirectoryA", hosted::ToUtf8(path));
     if (call.Refused()) {
         return FALSE;
     }
@@ -133,7 +134,7 @@ BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
 
 // Only the two Programs folders; an unknown or unavailable one fails.
 HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLIST* list) {
-    hosted::Call call("SHGetSpecialFolderLocation");
+    hosted::Call call("SHGetSpecialFolderLocation", std::to_string(folder));
     *list = nullptr;
     if (call.Refused()) {
         return hosted::kNoSuchFolder;
@@ -154,7 +155,7 @@ HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLI
 
 // path: room for MAX_PATH characters.
 BOOL WINAPI SHGetPathFromIDListA(LPCITEMIDLIST list, LPSTR path) {
-    hosted::Call call("SHGetPathFromIDListA");
+    hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : hosted::ToUtf8(list->path));
     if (call.Refused()) {
         return FALSE;
     }

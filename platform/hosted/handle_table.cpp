@@ -11,6 +11,11 @@ HANDLE HandleTable::Add(std::unique_ptr<HandleObject> object) {
     return reinterpret_cast<HANDLE>(value);
 }
 
+std::string HandleTable::NameOf(HANDLE handle) const {
+    const auto place = objects_.find(reinterpret_cast<std::uintptr_t>(handle));
+    return place == objects_.end() ? std::string() : place->second->name;
+}
+
 bool HandleTable::Close(HANDLE handle) {
     const auto place = objects_.find(reinterpret_cast<std::uintptr_t>(handle));
     if (place == objects_.end()) {
@@ -25,7 +30,7 @@ bool HandleTable::Close(HANDLE handle) {
 
 // Closes a file, process or thread handle.
 BOOL WINAPI CloseHandle(HANDLE handle) {
-    hosted::Call call("CloseHandle");
+    hosted::Call call("CloseHandle", hosted::HandleTable::Ours().NameOf(handle));
     if (call.Refused()) {
         return FALSE;
     }
@@ -35,7 +40,7 @@ BOOL WINAPI CloseHandle(HANDLE handle) {
 }
 
 BOOL WINAPI FindClose(HANDLE handle) {
-    hosted::Call call("FindClose");
+    hosted::Call call("FindClose", hosted::HandleTable::Ours().NameOf(handle));
     if (call.Refused()) {
         return FALSE;
     }

@@ -14,6 +14,7 @@ struct HandleObject {
     virtual ~HandleObject() = default;
     HandleObject(const HandleObject&) = delete;
     HandleObject& operator=(const HandleObject&) = delete;
+    std::string name;  // what it was opened as, UTF-8
     // The handle is closed (not: the process forgets its machine).
     virtual void Closing() {}
 };
@@ -29,6 +30,8 @@ class HandleTable {
         const auto place = objects_.find(reinterpret_cast<std::uintptr_t>(handle));
         return place == objects_.end() ? nullptr : dynamic_cast<T*>(place->second.get());
     }
+    // The name of what a handle stands for; empty if there is no such handle.
+    [[nodiscard]] std::string NameOf(HANDLE handle) const;
     // False if there is no such handle.
     bool Close(HANDLE handle);
 

@@ -87,14 +87,18 @@ void Machine::Leave() {
     CurrentSlot().reset();
 }
 
-void Machine::UseAfterFork(int keep) {
+void Machine::UseAfterFork(std::initializer_list<int> keep) {
     const fs::path folder = Current().Folder();
     // Not destroyed: what it holds is the parent's to tidy up.
     static_cast<void>(CurrentSlot().release());
-    if (keep > 3) {
-        close_range(3, static_cast<unsigned>(keep) - 1, 0);
+    unsigned from = 3;
+    for (const int kept : keep) {
+        if (static_cast<unsigned>(kept) > from) {
+            close_range(from, static_cast<unsigned>(kept) - 1, 0);
+        }
+        from = static_cast<unsigned>(kept) + 1;
     }
-    close_range(static_cast<unsigned>(std::max(keep + 1, 3)), ~0U, 0);
+    close_range(from, ~0U, 0);
     CurrentSlot() = std::make_unique<Machine>(folder);
 }
 

@@ -16,6 +16,7 @@
 #pragma once
 
 #include <filesystem>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -45,21 +46,38 @@ struct Denial {       // [denied]  HKEY_LOCAL_MACHINE\Software\X=set,delete
     std::string key;  // full name, root first
     bool query = false, set = false, create = false, enumerate = false, deleting = false;
 };
-struct Fault {             // [faults]  copy RegDeleteKeyA 2=5   (process function n-th-call = what)
-    std::string process;   // "first", "script", "copy" or "*"
-    std::string function;  // name of the call, or "*" for the n-th call of any function
-    unsigned call = 0;     // 1 is the first; 0 ("*") is every call
-    DWORD code = 0;        // the code it fails with
-    bool killBefore = false, killAfter = false;  // "kill-before", "kill-after": SIGKILL
+// What happens to a call. A call is named by process, function, occurrence and argument:
+//
+//     [faults]
+//     copy RegDeleteKeyA 1 HKEY_LOCAL_MACHINE\Software\Verlonix\Tessorin=5
+//     first CopyFileA * *=112
+//
+// The argument is the path, the key, "KEY:right" where one is opened, "KEY|name" of a value,
+// the first line of a message box; "*" stands for any, as it does for process and function.
+// Occurrences are counted among the calls that this line names; "*" is every one.
+struct Fault {
+    enum class Kind {
+        Code,        // a number: it fails with that code
+        Less,        // "less": it succeeds with less than was asked for (Call::Less)
+        Gone,        // "gone": what the argument names disappears right before
+        Stop,        // "stop": the process waits right before until it is let go (Call)
+        KillBefore,  // "kill-before", "kill-after": the process is killed
+        KillAfter,
+    };
+    std::string process;      // "first", "script", "copy" or "*"
+    std::string function;     // or "*"
+    std::string argument;     // UTF-8, or "*"
+    unsigned occurrence = 0;  // 1 is the first; 0 is every one
+    Kind kind = Kind::Code;
+    DWORD code = 0;
 };
 struct Settings {
     // [folders]  temp, system, windows, common-programs, programs; a folder that is not
     // there is unavailable and its query fails. Windows-1252.
     std::map<std::string, std::string> folders;
-    std::string user;           // [user] sid=S-1-5-21-...: HKEY_CURRENT_USER is HKEY_USERS\sid
-    bool virtualClock = false;  // [clock] virtual=1: Sleep moves the clock and does not wait
-    DWORD clockStart = 0;       // [clock] start=4294967200: first tick count of each process
-    std::map<std::string, unsigned> busy;  // [busy]  C:\path=3: so many deletions refused (32)
+    std::string user;        // [user] sid=S-1-5-21-...: HKEY_CURRENT_USER is HKEY_USERS\sid
+    bool realClock = false;  // [clock] real=1: Sleep waits; otherwise it moves the clock
+    DWORD clockStart = 0;    // [clock] start=4294967200: first tick count of each process
     std::vector<Denial> denied;
     std::vector<Fault> faults;
     bool traceCalls = false;  // [trace] calls=1
@@ -83,9 +101,9 @@ class Machine {
     // an earlier one. For programs that do not lie on the machine.
     static void Use(const fs::path& folder);
     // In a forked process that goes on without exec: lets go of all that belongs to the
-    // parent (every descriptor but the standard ones and keep) and starts on the same
-    // machine anew.
-    static void UseAfterFork(int keep);
+    // parent (every descriptor but the standard ones and those to keep, in rising order) and
+    // starts on the same machine anew.
+    static void UseAfterFork(std::initializer_list<int> keep);
     // Forgets the machine of this process, for one that ends without its destructors.
     static void Leave();
 
@@ -115,6 +133,11 @@ class Machine {
         }
         return *static_cast<T*>(slot.get());
     }
+    // The same, one for each folder of this layer, which alone knows what is in it.
+    std::shared_ptr<struct FilesState> files;
+    std::shared_ptr<struct RegistryState> registry;
+    std::shared_ptr<struct ProcessState> process;
+    std::shared_ptr<struct UiState> ui;
     // A damaged file: the sentence on stderr, exit status 2.
     [[noreturn]] void Damaged(const fs::path& file, unsigned line, std::string_view what) const;
 
@@ -135,36 +158,68 @@ class MachineLock {
     MachineLock& operator=(const MachineLock&) = delete;
 };
 
-// Every platform function starts with one of these. It counts and records the call,
-// obeys [faults] and, for functions that change something, the kill faults: before here,
-// after in the destructor.
+// Every platform function starts with one of these, named with its argument in UTF-8. It
+// records the call ([trace]) and obeys [faults]. A line of calls.txt: process, function,
+// occurrence among the calls of that function with that argument, result, "changes" or
+// "looks", argument, with tabs between them.
 //
-//     Call call("CopyFileA", Call::Changes);
+// A process that is to stop writes a line to the named pipe "stopped" of the machine's
+// folder and goes on when it has read one from the pipe "go"; who stops it makes both.
+//
+//     Call call("CopyFileA", ToUtf8(target), Call::Changes);
 //     if (call.Refused()) return FALSE;         // the last error code is set already
 //     ...
 //     return call.Fail(ERROR_ACCESS_DENIED);    // sets the last error code, gives FALSE
 class Call {
  public:
     enum Effect { Looks, Changes };
-    explicit Call(const char* function, Effect effect = Looks);
+    explicit Call(const char* function, std::string argument = {}, Effect effect = Looks);
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
     [[nodiscard]] bool Refused() const { return code_ != 0; }
     [[nodiscard]] DWORD Code() const { return code_; }  // the code of a refused call
+    // It is to succeed with less: one byte fewer, a buffer that has become too small.
+    [[nodiscard]] bool Less() const { return less_; }
     // Records how the call went (0: success) and, unless it is a registry call, leaves a
     // failure as the last error code.
     BOOL Fail(DWORD code);
     LSTATUS Result(LSTATUS code);
 
  private:
+    void Obey(const Fault& fault);
+
     const char* function_;
+    std::string argument_;
     Effect effect_;
-    unsigned number_ = 0;  // of this function's calls, where anybody counts them
+    bool less_ = false;
     DWORD code_ = 0;
     DWORD result_ = 0;
     bool killAfter_ = false;
+};
+
+// Whether the program itself is running, not this layer on its behalf: only then is its
+// memory counted.
+bool InProgram();
+// While the layer runs code of the program: WinMain, an event of a form.
+class ProgramScope {
+ public:
+    ProgramScope();
+    ~ProgramScope();
+    ProgramScope(const ProgramScope&) = delete;
+    ProgramScope& operator=(const ProgramScope&) = delete;
+
+ private:
+    unsigned depth_;
+};
+// While the layer runs outside of a Call.
+class LayerScope {
+ public:
+    LayerScope();
+    ~LayerScope();
+    LayerScope(const LayerScope&) = delete;
+    LayerScope& operator=(const LayerScope&) = delete;
 };
 
 // ---- the files of the machine, for the other parts of this layer --------------------
@@ -181,6 +236,8 @@ std::string MachinePath(const fs::path& machine, const fs::path& host);
 // Returns 0 or a Win32 error code. pid receives the process id.
 DWORD StartProgram(std::string_view path, std::string_view arguments, std::string_view folder,
                    int& pid);
+// Removes a key with all that is below it, by the full name that the program knows it by.
+void RemoveKey(std::string_view fullName);
 // Runs a batch file of the machine to its end, as the command interpreter does.
 void RunScript(std::string_view path);
 

@@ -9,6 +9,7 @@
 #include "platform/hosted/folders.h"
 #include "platform/hosted/handle_table.h"
 #include "platform/hosted/paths.h"
+#include "platform/hosted/registry_store.h"
 #include "platform/hosted/start.h"
 
 namespace hosted {
@@ -115,7 +116,9 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* /*proces
                            void* /*threadSecurity*/, BOOL /*inheritHandles*/, DWORD /*flags*/,
                            LPVOID /*environment*/, LPCSTR currentDirectory,
                            STARTUPINFOA* /*startup*/, PROCESS_INFORMATION* process) {
-    hosted::Call call("CreateProcessA", hosted::Call::Changes);
+    hosted::Call call("CreateProcessA",
+                      hosted::ToUtf8(application == nullptr ? commandLine : application),
+                      hosted::Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }
@@ -128,16 +131,44 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* /*proces
         return call.Fail(code);
     }
     auto& handles = hosted::HandleTable::Ours();
-    process->hProcess = handles.Add(std::make_unique<hosted::ProcessHandle>());
-    process->hThread = handles.Add(std::make_unique<hosted::ProcessHandle>());
+    for (HANDLE* const handle : {&process->hProcess, &process->hThread}) {
+        auto object = std::make_unique<hosted::ProcessHandle>();
+        object->name = hosted::ToUtf8(command.program);
+        *handle = handles.Add(std::move(object));
+    }
     process->dwProcessId = static_cast<DWORD>(pid);
     process->dwThreadId = static_cast<DWORD>(pid);
     return TRUE;
 }
 
-void WINAPI ExitProcess(UINT code) {
-    { const hosted::Call call("ExitProcess"); }
-    std::exit(static_cast<int>(code));
+HANDLE WINAPI GetCurrentProcess() {
+    return reinterpret_cast<HANDLE>(std::intptr_t{-1});
+}
+
+// Of this process only: ends it at once, with nothing of the program's running any more. The
+// registry is written, as Windows keeps what it was told.
+BOOL WINAPI TerminateProcess(HANDLE /*process*/, UINT code) {
+    { const hosted::Call call("TerminateProcess"); }
+    hosted::LeaveRegistry();
+    _exit(static_cast<int>(code));
+}
+
+HANDLE WINAPI GetProcessHeap() {
+    return reinterpret_cast<HANDLE>(std::intptr_t{1});
+}
+
+// The program's own memory only: what this layer needs for itself is no call of the program.
+LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
+    if (!hosted::InProgram()) {
+        return std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc): the heap is libc's
+    }
+    const hosted::Call call("HeapAlloc");
+    return call.Refused() ? nullptr : std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
+}
+
+BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
+    std::free(memory);  // NOLINT(cppcoreguidelines-no-malloc)
+    return TRUE;
 }
 
 // The quoted path of the program, a blank, and the arguments as they were given; the
@@ -171,7 +202,7 @@ DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
 // For this process and those that it starts; a null value removes the variable. Variables
 // of the Linux environment are no variables of the machine.
 BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR value) {
-    hosted::Call call("SetEnvironmentVariableA");
+    hosted::Call call("SetEnvironmentVariableA", name);
     if (call.Refused()) {
         return FALSE;
     }

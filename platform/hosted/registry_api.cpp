@@ -35,14 +35,30 @@ class KeyHandles {
  public:
     static KeyHandles& All() { return Machine::Current().Part<KeyHandles>(); }
 
-    HKEY Open(KeyView view) {
+    HKEY Open(KeyView view, std::string name) {
         // Numbers are not used again: a handle that was closed stays unknown.
         lastNumber_ += 4;
         views_.emplace(lastNumber_, std::move(view));
+        names_.emplace(lastNumber_, std::move(name));
         return reinterpret_cast<HKEY>(lastNumber_);
     }
 
-    bool Close(HKEY key) { return views_.erase(NumberOf(key)) != 0; }
+    bool Close(HKEY key) {
+        names_.erase(NumberOf(key));
+        return views_.erase(NumberOf(key)) != 0;
+    }
+
+    // The key's full name as the program has opened it, root first; with a subkey's.
+    std::string NameOf(HKEY key, LPCSTR subKey = nullptr) {
+        std::string name(PredefinedName(key));
+        if (const auto found = names_.find(NumberOf(key)); name.empty() && found != names_.end()) {
+            name = found->second;
+        }
+        if (subKey != nullptr && *subKey != '\0') {
+            name.append("\\").append(subKey);
+        }
+        return name;
+    }
 
     // Gives the view of a handle as the registry now is, or 6 or 1018.
     LSTATUS Find(HKEY key, const RegistryStore& store, KeyView*& view) {
@@ -61,6 +77,7 @@ class KeyHandles {
 
  private:
     std::unordered_map<std::uintptr_t, KeyView> views_;
+    std::unordered_map<std::uintptr_t, std::string> names_;
     std::uintptr_t lastNumber_ = 0xFC;
 };
 
@@ -115,7 +132,7 @@ LSTATUS OpenKey(HKEY key, LPCSTR subKey, REGSAM access, HKEY* result) {
         code = target.Grant(access);
     }
     if (code == 0) {
-        *result = KeyHandles::All().Open(std::move(target));
+        *result = KeyHandles::All().Open(std::move(target), KeyHandles::All().NameOf(key, subKey));
     }
     return code;
 }
@@ -159,7 +176,7 @@ LSTATUS CreateKey(HKEY key, LPCSTR subKey, HKEY* result) {
     }
     if (code == 0) {
         target.GrantAllThatAreLeft();  // as with MAXIMUM_ALLOWED
-        *result = KeyHandles::All().Open(std::move(target));
+        *result = KeyHandles::All().Open(std::move(target), KeyHandles::All().NameOf(key, subKey));
     }
     return code;
 }
@@ -296,14 +313,56 @@ LSTATUS EnumKey(HKEY key, DWORD index, LPSTR name, DWORD size) {
     return ERROR_SUCCESS;
 }
 
+std::string KeyName(HKEY key, LPCSTR subKey = nullptr) {
+    return KeyHandles::All().NameOf(key, subKey);
+}
+
+std::string ValueName(HKEY key, LPCSTR name) {
+    return KeyName(key) + "|" + (name == nullptr ? "" : name);
+}
+
+// A key and what it is opened for: "HKEY_USERS:enumerate".
+std::string OpeningOf(HKEY key, LPCSTR subKey, REGSAM access) {
+    const std::pair<REGSAM, const char*> rights[] = {{KEY_QUERY_VALUE, "query"},
+                                                     {KEY_SET_VALUE, "set"},
+                                                     {KEY_CREATE_SUB_KEY, "create"},
+                                                     {KEY_ENUMERATE_SUB_KEYS, "enumerate"}};
+    std::string text = KeyName(key, subKey);
+    for (const auto& [right, word] : rights) {
+        text += (access & right) != 0 ? std::string(":") + word : "";
+    }
+    return text;
+}
+
 // Runs a registry function as a call of the platform.
 template <typename Function>
-LSTATUS Run(const char* name, Call::Effect effect, Function function) {
-    Call call(name, effect);
+LSTATUS Run(const char* name, const std::string& argument, Call::Effect effect, Function function) {
+    Call call(name, ToUtf8(argument), effect);
     return call.Refused() ? static_cast<LSTATUS>(call.Code()) : call.Result(function());
 }
 
+void RemoveBelow(RegistryStore& store, RegistryNode& key) {
+    while (!key.children.empty()) {
+        RemoveBelow(store, *key.children.begin()->second);
+    }
+    store.Delete(key);
+}
+
 }  // namespace
+
+void RemoveKey(std::string_view fullName) {
+    const MachineLock lock;
+    RegistryStore& store = RegistryStore::Current();
+    const std::size_t cut = std::min(fullName.find('\\'), fullName.size());
+    KeyView view = KeyView::Predefined(fullName.substr(0, cut));
+    if (cut < fullName.size()) {
+        view = view.Below(fullName.substr(cut + 1));
+        view.LookUp(store);
+        if (view.IsThere()) {
+            RemoveBelow(store, *view.Winner().key);
+        }
+    }
+}
 
 }  // namespace hosted
 
@@ -311,17 +370,17 @@ using hosted::Call;
 
 LSTATUS WINAPI RegOpenKeyExA(HKEY key, LPCSTR subKey, DWORD /*options*/, REGSAM access,
                              HKEY* result) {
-    return hosted::Run("RegOpenKeyExA", Call::Looks,
+    return hosted::Run("RegOpenKeyExA", hosted::OpeningOf(key, subKey, access), Call::Looks,
                        [&] { return hosted::OpenKey(key, subKey, access, result); });
 }
 
 LSTATUS WINAPI RegCreateKeyA(HKEY key, LPCSTR subKey, HKEY* result) {
-    return hosted::Run("RegCreateKeyA", Call::Changes,
+    return hosted::Run("RegCreateKeyA", hosted::KeyName(key, subKey), Call::Changes,
                        [&] { return hosted::CreateKey(key, subKey, result); });
 }
 
 LSTATUS WINAPI RegCloseKey(HKEY key) {
-    return hosted::Run("RegCloseKey", Call::Looks, [&]() -> LSTATUS {
+    return hosted::Run("RegCloseKey", hosted::KeyName(key), Call::Looks, [&]() -> LSTATUS {
         const bool closed =
             !hosted::PredefinedName(key).empty() || hosted::KeyHandles::All().Close(key);
         return closed ? ERROR_SUCCESS : ERROR_INVALID_HANDLE;
@@ -330,29 +389,30 @@ LSTATUS WINAPI RegCloseKey(HKEY key) {
 
 LSTATUS WINAPI RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD reserved, LPDWORD type, LPBYTE data,
                                 LPDWORD size) {
-    return hosted::Run("RegQueryValueExA", Call::Looks,
+    return hosted::Run("RegQueryValueExA", hosted::ValueName(key, name), Call::Looks,
                        [&] { return hosted::QueryValue(key, name, reserved, type, data, size); });
 }
 
 LSTATUS WINAPI RegSetValueExA(HKEY key, LPCSTR name, DWORD reserved, DWORD type, const BYTE* data,
                               DWORD size) {
-    return hosted::Run("RegSetValueExA", Call::Changes, [&]() -> LSTATUS {
-        return reserved != 0 ? ERROR_INVALID_PARAMETER
-                             : hosted::SetValue(key, name, type, data, size);
-    });
+    return hosted::Run("RegSetValueExA", hosted::ValueName(key, name), Call::Changes,
+                       [&]() -> LSTATUS {
+                           return reserved != 0 ? ERROR_INVALID_PARAMETER
+                                                : hosted::SetValue(key, name, type, data, size);
+                       });
 }
 
 LSTATUS WINAPI RegDeleteValueA(HKEY key, LPCSTR name) {
-    return hosted::Run("RegDeleteValueA", Call::Changes,
+    return hosted::Run("RegDeleteValueA", hosted::ValueName(key, name), Call::Changes,
                        [&] { return hosted::DeleteValue(key, name); });
 }
 
 LSTATUS WINAPI RegDeleteKeyA(HKEY key, LPCSTR subKey) {
-    return hosted::Run("RegDeleteKeyA", Call::Changes,
+    return hosted::Run("RegDeleteKeyA", hosted::KeyName(key, subKey), Call::Changes,
                        [&] { return hosted::DeleteKey(key, subKey); });
 }
 
 LSTATUS WINAPI RegEnumKeyA(HKEY key, DWORD index, LPSTR name, DWORD size) {
-    return hosted::Run("RegEnumKeyA", Call::Looks,
+    return hosted::Run("RegEnumKeyA", hosted::KeyName(key), Call::Looks,
                        [&] { return hosted::EnumKey(key, index, name, size); });
 }

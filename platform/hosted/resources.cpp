@@ -35,7 +35,7 @@ const StoredResource* Behind(HRSRC resource) {
 
 // 1813 for an unknown type, 1814 for an unknown name.
 HRSRC WINAPI FindResourceA(HMODULE /*module*/, LPCSTR name, LPCSTR type) {
-    hosted::Call call("FindResourceA");
+    hosted::Call call("FindResourceA", std::to_string(hosted::IdOf(name)));
     if (call.Refused()) {
         return nullptr;
     }

@@ -29,6 +29,14 @@ std::string_view TakeUpTo(std::string_view& rest, char separator) {
     return part;
 }
 
+constexpr std::pair<std::string_view, Fault::Kind> kKinds[] = {
+    {"less", Fault::Kind::Less},
+    {"gone", Fault::Kind::Gone},
+    {"stop", Fault::Kind::Stop},
+    {"kill-before", Fault::Kind::KillBefore},
+    {"kill-after", Fault::Kind::KillAfter},
+};
+
 class Reader {
  public:
     Settings Read(std::string_view text) {
@@ -86,12 +94,10 @@ class Reader {
             Folder(name, value);
         } else if (section_ == "user" && name == "sid") {
             settings_.user = FromUtf8(value);
-        } else if (section_ == "clock" && name == "virtual") {
-            settings_.virtualClock = Flag(value);
+        } else if (section_ == "clock" && name == "real") {
+            settings_.realClock = Flag(value);
         } else if (section_ == "clock" && name == "start") {
             settings_.clockStart = Number(value);
-        } else if (section_ == "busy") {
-            settings_.busy[UpperCase(FromUtf8(name))] = Number(value);
         } else if (section_ == "denied") {
             Denied(name, value);
         } else if (section_ == "faults") {
@@ -138,13 +144,18 @@ class Reader {
         Fault fault;
         fault.process = TakeUpTo(call, ' ');
         fault.function = TakeUpTo(call, ' ');
-        if (fault.process.empty() || fault.function.empty() || call.empty()) {
-            Wrong("not \"process function number\":", call);
+        const std::string_view occurrence = TakeUpTo(call, ' ');
+        if (fault.process.empty() || fault.function.empty() || occurrence.empty()) {
+            Wrong("not \"process function occurrence argument\":", call);
         }
-        fault.call = call == "*" ? 0 : Number(call);
-        fault.killBefore = what == "kill-before";
-        fault.killAfter = what == "kill-after";
-        if (!fault.killBefore && !fault.killAfter) {
+        fault.occurrence = occurrence == "*" ? 0 : Number(occurrence);
+        fault.argument = call;
+        const auto* const kind =
+            std::find_if(std::begin(kKinds), std::end(kKinds),
+                         [&](const auto& known) { return known.first == what; });
+        if (kind != std::end(kKinds)) {
+            fault.kind = kind->second;
+        } else {
             fault.code = Number(what);
         }
         settings_.faults.push_back(fault);

@@ -130,7 +130,7 @@ int Delete(LPCSTR list) {
 // with its NUL, one more NUL behind the last. Result: 0, or the code of the first item that
 // stays.
 int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
-    hosted::Call call("SHFileOperationA", hosted::Call::Changes);
+    hosted::Call call("SHFileOperationA", hosted::ToUtf8(operation->pFrom), hosted::Call::Changes);
     if (call.Refused()) {
         return static_cast<int>(call.Code());
     }

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -57,7 +58,17 @@ void Tell(int pipe, DWORD code) {
     close(pipe);
 }
 
-[[noreturn]] void BecomeScript(const Start& start, int pipe) {
+// Returns when the process that has the other end of the pipe has ended.
+void WaitForTheEndOf(int pipe) {
+    char nothing = 0;
+    while (read(pipe, &nothing, 1) < 0 && errno == EINTR) {
+    }
+    close(pipe);
+}
+
+// A script begins when its starter has ended: Windows promises no order, but one that is the
+// same every time makes runs that can be compared.
+[[noreturn]] void BecomeScript(const Start& start, int pipe, int starter) {
     Machine& machine = Machine::Current();
     machine.SetRole("script");
     // The interpreter has no window that could be closed.
@@ -73,6 +84,7 @@ void Tell(int pipe, DWORD code) {
         record.modulePath = interpreter;
     });
     Tell(pipe, 0);
+    WaitForTheEndOf(starter);
     RunScript(start.path);
     Machine::Leave();
     _exit(0);
@@ -118,17 +130,27 @@ DWORD StartProgram(std::string_view path, std::string_view arguments, std::strin
     }
     const Descriptor answer(ends[0]);
     Descriptor question(ends[1]);
+    // This process keeps one end for as long as it lives.
+    std::array<int, 2> life{};
+    if (start.isScript && pipe2(life.data(), O_CLOEXEC) != 0) {
+        return CodeOfErrno(errno);
+    }
+    const Descriptor starter(start.isScript ? life[0] : -1);
     pid = fork();
     if (pid < 0) {
         return ERROR_NOT_ENOUGH_MEMORY;
     }
     if (pid == 0) {
         const int pipe = question.Release();
-        Machine::UseAfterFork(pipe);
+        if (start.isScript) {
+            Machine::UseAfterFork({std::min(pipe, starter.Get()), std::max(pipe, starter.Get())});
+        } else {
+            Machine::UseAfterFork({pipe});
+        }
         setenv("UNINSTALL_MACHINE", Machine::Current().Folder().c_str(), 1);
         setenv(kCurrentFolderVariable, ToUtf8(start.folder).c_str(), 1);
         if (start.isScript) {
-            BecomeScript(start, pipe);
+            BecomeScript(start, pipe, starter.Get());
         }
         BecomeProgram(start, pipe);
     }

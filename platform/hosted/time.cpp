@@ -26,7 +26,7 @@ Clock& TheClock() {
 DWORD Ticks() {
     const Settings& settings = Machine::Current().GetSettings();
     const Clock& clock = TheClock();
-    if (settings.virtualClock) {
+    if (!settings.realClock) {
         return settings.clockStart + clock.passed;
     }
     const auto elapsed = std::chrono::steady_clock::now() - clock.start;
@@ -36,10 +36,10 @@ DWORD Ticks() {
 
 void Pass(DWORD milliseconds) {
     Clock& clock = TheClock();
-    if (Machine::Current().GetSettings().virtualClock) {
-        clock.passed += milliseconds;
-    } else {
+    if (Machine::Current().GetSettings().realClock) {
         ReallyWait(milliseconds);
+    } else {
+        clock.passed += milliseconds;
     }
 }
 

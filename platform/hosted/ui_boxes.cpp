@@ -188,11 +188,17 @@ Reply Ask(const Box& box) {
     return HasTerminal() ? FromTerminal(box) : FromNobody(box);
 }
 
+// Which box it is, for those who tell boxes apart: the first line of its text, UTF-8.
+std::string FirstLine(LPCSTR text) {
+    const std::string line = ToUtf8(text == nullptr ? "" : text);
+    return line.substr(0, line.find('\r'));
+}
+
 }  // namespace
 }  // namespace hosted
 
 int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
-    hosted::Call call("MessageBoxA");
+    hosted::Call call("MessageBoxA", hosted::FirstLine(text));
     if (call.Refused()) {
         return 0;
     }
@@ -213,6 +219,12 @@ int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
 BOOL WINAPI AllowSetForegroundWindow(DWORD /*processId*/) {
     hosted::Call call("AllowSetForegroundWindow");
     return call.Refused() ? FALSE : TRUE;
+}
+
+// Whoever shows icons and verbs would read them again.
+void WINAPI SHChangeNotify(LONG event, UINT flags, LPCVOID /*item1*/, LPCVOID /*item2*/) {
+    const hosted::Call call("SHChangeNotify");
+    hosted::Record("notify", {std::to_string(event), std::to_string(flags)});
 }
 
 BOOL WINAPI MessageBeep(UINT type) {

@@ -11,9 +11,18 @@ namespace forms {
 struct Form::Window final : hosted::FormWindow {
     explicit Window(Form& owner) : FormWindow(owner.layout_), form(owner) {}
 
-    void OnTimer() override { form.Form_Timer(); }
-    void OnButton() override { form.Button_Click(); }
-    void OnClose() override { form.Form_Close(); }
+    void OnTimer() override {
+        const hosted::ProgramScope program;
+        form.Form_Timer();
+    }
+    void OnButton() override {
+        const hosted::ProgramScope program;
+        form.Button_Click();
+    }
+    void OnClose() override {
+        const hosted::ProgramScope program;
+        form.Form_Close();
+    }
 
     Form& form;
 };
@@ -56,7 +65,7 @@ bool Form::Load() {
     if (window_ != nullptr) {
         return true;
     }
-    const hosted::Call call("CreateWindowExA");
+    const hosted::Call call("CreateWindowExA", std::string(layout_.name));
     if (call.Refused()) {
         return false;
     }
@@ -101,7 +110,7 @@ bool Form::SetText(std::size_t control, std::string_view text) {
     if (!Load()) {
         return false;
     }
-    const hosted::Call call("SetWindowTextA");
+    const hosted::Call call("SetWindowTextA", std::string(layout_.controls[control].name));
     if (call.Refused()) {
         return false;
     }

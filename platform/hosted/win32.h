@@ -104,10 +104,16 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* processS
                            void* threadSecurity, BOOL inheritHandles, DWORD flags,
                            LPVOID environment, LPCSTR currentDirectory, STARTUPINFOA* startup,
                            PROCESS_INFORMATION* process);
-[[noreturn]] void WINAPI ExitProcess(UINT code);
+HANDLE WINAPI GetCurrentProcess();
+BOOL WINAPI TerminateProcess(HANDLE process, UINT code);
 LPSTR WINAPI GetCommandLineA();
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size);
 BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR value);
+
+// ---- memory ----------------------------------------------------------------------
+HANDLE WINAPI GetProcessHeap();
+LPVOID WINAPI HeapAlloc(HANDLE heap, DWORD flags, SIZE_T bytes);
+BOOL WINAPI HeapFree(HANDLE heap, DWORD flags, LPVOID memory);
 
 // ---- stored resources ------------------------------------------------------------
 inline LPCSTR MAKEINTRESOURCEA(WORD id) {
@@ -166,6 +172,7 @@ DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer);
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path);
 DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size);
 DWORD WINAPI GetFileAttributesA(LPCSTR path);
+BOOL WINAPI SetFileAttributesA(LPCSTR path, DWORD attributes);
 HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data);
 BOOL WINAPI FindNextFileA(HANDLE find, WIN32_FIND_DATAA* data);
 BOOL WINAPI FindClose(HANDLE find);
@@ -203,6 +210,9 @@ int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation);
 HRESULT WINAPI SHGetSpecialFolderLocation(HWND owner, int folder, LPITEMIDLIST* list);
 BOOL WINAPI SHGetPathFromIDListA(LPCITEMIDLIST list, LPSTR path);
 void WINAPI CoTaskMemFree(LPVOID memory);
+constexpr LONG SHCNE_ASSOCCHANGED = 0x08000000;
+constexpr UINT SHCNF_IDLIST = 0;
+void WINAPI SHChangeNotify(LONG event, UINT flags, LPCVOID item1, LPCVOID item2);
 
 // ---- message boxes, sound and clipboard --------------------------------------------
 constexpr UINT MB_OK = 0;
