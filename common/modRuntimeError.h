@@ -35,9 +35,10 @@ struct [[nodiscard]] Result {
     RuntimeError error;
 
     // Implicit, so that an operation returns the one or the other as it is.
-    Result(T made) : value(std::move(made)) {}  // NOLINT(google-explicit-constructor)
-    Result(RuntimeError reason)
-        : error(std::move(reason)) {}  // NOLINT(google-explicit-constructor)
+    // NOLINTBEGIN(google-explicit-constructor)
+    Result(T made) : value(std::move(made)) {}
+    Result(RuntimeError reason) : error(std::move(reason)) {}
+    // NOLINTEND(google-explicit-constructor)
 };
 
 // The error for a Win32 error code. The description names the object and the system's own
