@@ -1,36 +1,29 @@
 #include "platform/windows/form_layout.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
+
+#include "platform/handles.h"
 
 namespace forms {
 
 namespace {
 
 constexpr int kTwipsPerInch = 1440;
-constexpr int kPointsPerInch = 72;
-constexpr int kSmallestFont = 8;  // points: the size that the layouts were measured with
+constexpr WORD kFontSize = 8;  // points: the size that the layouts were measured with
 constexpr int kFirstPlainId = 100;
-
-// The screen's device context; it also measures texts.
-class ScreenContext {
- public:
-    ScreenContext() : context_(GetDC(nullptr)) {}
-    ScreenContext(const ScreenContext&) = delete;
-    ScreenContext& operator=(const ScreenContext&) = delete;
-    ~ScreenContext() { ReleaseDC(nullptr, context_); }
-    [[nodiscard]] HDC Get() const { return context_; }
-
- private:
-    HDC context_;
-};
+constexpr WORD kProgramIcon = 1;
 
 struct Resolution {
     int horizontal, vertical;  // pixels an inch
 
     static Resolution OfScreen() {
-        const ScreenContext screen;
-        return {GetDeviceCaps(screen.Get(), LOGPIXELSX), GetDeviceCaps(screen.Get(), LOGPIXELSY)};
+        HDC screen = GetDC(nullptr);
+        const Resolution found{GetDeviceCaps(screen, LOGPIXELSX),
+                               GetDeviceCaps(screen, LOGPIXELSY)};
+        ReleaseDC(nullptr, screen);
+        return found;
     }
     [[nodiscard]] int X(int twips) const { return MulDiv(twips, horizontal, kTwipsPerInch); }
     [[nodiscard]] int Y(int twips) const { return MulDiv(twips, vertical, kTwipsPerInch); }
@@ -82,46 +75,30 @@ HWND CreateControl(const Control& control, int id, HWND form) {
     return window;
 }
 
-// The font of message boxes; false on a system that does not tell it.
-bool MessageFont(LOGFONTA& font) {
-    NONCLIENTMETRICSA metrics{};
-    metrics.cbSize = sizeof(metrics);
-    if (SystemParametersInfoA(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0) != FALSE) {
-        font = metrics.lfMessageFont;
-        return true;
-    }
-    return GetObjectA(GetStockObject(DEFAULT_GUI_FONT), sizeof(font), &font) != 0;
+// The system's name for its dialog font: the second one since Windows 2000, as its table
+// of substitutes tells.
+const wchar_t* DialogFont() {
+    constexpr char kSubstitutes[] =
+        "Software\\Microsoft\\Windows NT\\CurrentVersion\\FontSubstitutes";
+    handles::Key key;
+    const bool found = RegOpenKeyExA(HKEY_LOCAL_MACHINE, kSubstitutes, 0, KEY_QUERY_VALUE,
+                                     key.Receive()) == ERROR_SUCCESS &&
+                       RegQueryValueExA(key.Get(), "MS Shell Dlg 2", nullptr, nullptr, nullptr,
+                                        nullptr) == ERROR_SUCCESS;
+    return found ? L"MS Shell Dlg 2" : L"MS Shell Dlg";
 }
 
-std::string TextOf(HWND control) {
-    std::string text(static_cast<std::size_t>(GetWindowTextLengthA(control)) + 1, '\0');
-    const int length = GetWindowTextA(control, text.data(), static_cast<int>(text.size()));
-    text.resize(static_cast<std::size_t>(length));
-    return text;
-}
+// A dialog template without controls; no menu, the dialog's own class, no title yet. The
+// dialog manager makes the font in the screen's resolution, and ends it with the dialog.
+struct alignas(DWORD) Template {
+    DLGTEMPLATE head;
+    WORD menu, windowClass, title, fontSize;
+    std::array<wchar_t, 16> font;
+};
 
-bool Fits(HWND label, HFONT font) {
-    const std::string text = TextOf(label);
-    RECT place{};
-    GetClientRect(label, &place);
-    RECT needed = place;
-    const ScreenContext screen;
-    HGDIOBJ before = SelectObject(screen.Get(), font);
-    DrawTextA(screen.Get(), text.c_str(), static_cast<int>(text.size()), &needed,
-              DT_CALCRECT | DT_WORDBREAK | DT_NOPREFIX | DT_EXPANDTABS);
-    SelectObject(screen.Get(), before);
-    return needed.right <= place.right && needed.bottom <= place.bottom;
-}
-
-bool LabelsFit(const Layout& layout, std::span<const HWND> controls, HFONT font) {
-    for (std::size_t i = 0; i < controls.size(); ++i) {
-        const ControlKind kind = layout.controls[i].kind;
-        const bool label = kind == ControlKind::Label || kind == ControlKind::CentredLabel;
-        if (label && !Fits(controls[i], font)) {
-            return false;
-        }
-    }
-    return true;
+POINT CentredOnScreen(int width, int height) {
+    return {(GetSystemMetrics(SM_CXSCREEN) - width) / 2,
+            (GetSystemMetrics(SM_CYSCREEN) - height) / 2};
 }
 
 }  // namespace
@@ -131,17 +108,19 @@ bool HasButton(const Layout& layout) {
                        [](const Control& control) { return control.kind == ControlKind::Button; });
 }
 
-HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter) {
-    // A dialog template without controls; no menu, the dialog's own class, no title yet.
-    struct alignas(DWORD) Template {
-        DLGTEMPLATE head;
-        WORD menu, windowClass, title;
-    };
+HWND CreateFormWindow(const Layout& layout, HWND owner, DLGPROC procedure, LPARAM parameter) {
     const DWORD systemMenu = layout.closeBox ? WS_SYSMENU : 0;
-    const Template empty{
-        {WS_POPUP | WS_CAPTION | systemMenu, WS_EX_DLGMODALFRAME, 0, 0, 0, 0, 0}, 0, 0, 0};
-    HWND form = CreateDialogIndirectParamA(GetModuleHandleA(nullptr), &empty.head, nullptr,
-                                           procedure, parameter);
+    const DWORD ownButton = owner != nullptr ? WS_EX_APPWINDOW : 0;
+    Template empty{{DS_SETFONT | WS_POPUP | WS_CAPTION | systemMenu,
+                    WS_EX_DLGMODALFRAME | ownButton, 0, 0, 0, 0, 0},
+                   0,
+                   0,
+                   0,
+                   kFontSize,
+                   {}};
+    lstrcpyW(empty.font.data(), DialogFont());
+    HWND form = CreateDialogIndirectParamA(GetModuleHandleA(nullptr), &empty.head, owner, procedure,
+                                           parameter);
     if (form == nullptr) {
         return nullptr;
     }
@@ -150,14 +129,14 @@ HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter)
                        static_cast<DWORD>(GetWindowLongA(form, GWL_EXSTYLE)));
     const int width = frame.right - frame.left;
     const int height = frame.bottom - frame.top;
-    SetWindowPos(form, nullptr, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
-                 (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height,
-                 SWP_NOZORDER | SWP_NOACTIVATE);
+    const POINT place = CentredOnScreen(width, height);
+    SetWindowPos(form, nullptr, place.x, place.y, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
     SetWindowTextA(form, std::string(layout.title).c_str());
     return form;
 }
 
 std::vector<HWND> CreateControls(const Layout& layout, HWND form) {
+    const auto font = static_cast<WPARAM>(SendMessageA(form, WM_GETFONT, 0, 0));
     std::vector<HWND> controls;
     for (const Control& control : layout.controls) {
         const bool button = control.kind == ControlKind::Button;
@@ -166,28 +145,39 @@ std::vector<HWND> CreateControls(const Layout& layout, HWND form) {
         if (window == nullptr) {
             return {};
         }
+        SendMessageA(window, WM_SETFONT, font, FALSE);
         controls.push_back(window);
     }
     return controls;
 }
 
-Font ApplyFont(const Layout& layout, std::span<const HWND> controls) {
-    LOGFONTA description{};
-    if (!MessageFont(description)) {
-        return {};
+HWND CreateHiddenOwner() {
+    constexpr char kClass[] = "UnInstallOwner";
+    WNDCLASSA description{};
+    description.lpfnWndProc = DefWindowProcA;
+    description.hInstance = GetModuleHandleA(nullptr);
+    description.lpszClassName = kClass;
+    if (RegisterClassA(&description) == 0) {
+        return nullptr;
     }
-    // Newer systems have a larger message font than the layouts were measured with.
-    const LONG smallest = MulDiv(kSmallestFont, Resolution::OfScreen().vertical, kPointsPerInch);
-    Font font(CreateFontIndirectA(&description));
-    while (font && std::abs(description.lfHeight) > smallest &&
-           !LabelsFit(layout, controls, font.Get())) {
-        description.lfHeight += description.lfHeight < 0 ? 1 : -1;
-        font = Font(CreateFontIndirectA(&description));
+    const POINT place = CentredOnScreen(0, 0);
+    HWND window = CreateWindowExA(0, kClass, "", WS_POPUP, place.x, place.y, 0, 0, nullptr, nullptr,
+                                  description.hInstance, nullptr);
+    if (window != nullptr) {
+        SetIcons(window);
     }
-    for (HWND control : controls) {
-        SendMessageA(control, WM_SETFONT, reinterpret_cast<WPARAM>(font.Get()), TRUE);
-    }
-    return font;
+    return window;
+}
+
+void SetIcons(HWND window) {
+    const HINSTANCE program = GetModuleHandleA(nullptr);
+    const auto set = [&](WPARAM which, int width, int height) {
+        HANDLE icon = LoadImageA(program, MAKEINTRESOURCEA(kProgramIcon), IMAGE_ICON,
+                                 GetSystemMetrics(width), GetSystemMetrics(height), LR_SHARED);
+        SendMessageA(window, WM_SETICON, which, reinterpret_cast<LPARAM>(icon));
+    };
+    set(ICON_BIG, SM_CXICON, SM_CYICON);
+    set(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
 }
 
 }  // namespace forms

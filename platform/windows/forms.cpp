@@ -4,18 +4,19 @@
 #include "platform/forms.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "platform/windows/form_layout.h"
+#include "platform/windows/functions.h"
 
 namespace forms {
 
 namespace {
 
 constexpr UINT_PTR kTimer = 1;
-constexpr WORD kProgramIcon = 1;
 
 // The windows of the loaded forms, the one shown last at the end.
 std::vector<HWND>& LoadedWindows() {
@@ -50,23 +51,32 @@ void Dispatch(MSG& message) {
     }
 }
 
-void SetIcons(HWND form) {
-    const HINSTANCE program = GetModuleHandleA(nullptr);
-    const auto set = [&](WPARAM which, int width, int height) {
-        HANDLE icon = LoadImageA(program, MAKEINTRESOURCEA(kProgramIcon), IMAGE_ICON,
-                                 GetSystemMetrics(width), GetSystemMetrics(height), LR_SHARED);
-        SendMessageA(form, WM_SETICON, which, reinterpret_cast<LPARAM>(icon));
-    };
-    set(ICON_BIG, SM_CXICON, SM_CYICON);
-    set(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
-}
-
 // Labels and the read-only text box look like a part of the dialog. Both ask with the
 // same message.
 HBRUSH ColoursOfDialog(HDC context) {
     SetTextColor(context, GetSysColor(COLOR_BTNTEXT));
     SetBkColor(context, GetSysColor(COLOR_BTNFACE));
     return GetSysColorBrush(COLOR_BTNFACE);
+}
+
+// Tells the user, on systems that ask for it (Windows Vista), why the end of the session
+// has to wait.
+void BlockShutdown(HWND form, std::string_view reason) {
+    const auto create =
+        FindFunction<BOOL(WINAPI*)(HWND, LPCWSTR)>("user32.dll", "ShutdownBlockReasonCreate");
+    std::array<wchar_t, 256> text{};
+    if (create != nullptr &&
+        MultiByteToWideChar(CP_ACP, 0, reason.data(), static_cast<int>(reason.size()), text.data(),
+                            static_cast<int>(text.size()) - 1) != 0) {
+        create(form, text.data());
+    }
+}
+
+void UnblockShutdown(HWND form) {
+    if (const auto destroy =
+            FindFunction<BOOL(WINAPI*)(HWND)>("user32.dll", "ShutdownBlockReasonDestroy")) {
+        destroy(form);
+    }
 }
 
 }  // namespace
@@ -78,23 +88,23 @@ struct Form::Window {
     Window& operator=(const Window&) = delete;
 
     [[nodiscard]] bool Create();
-    // The events of the form happen in these. An exception cannot pass through the frames
-    // of user32 below them; an event that lets one out is a fault that ends the program.
-    void OnTimer() noexcept;
+    // The events of the form happen in these.
+    void OnTimer();
     // True if the message is dealt with; an event may have destroyed this object then.
-    bool OnMessage(UINT message, WPARAM wide, LPARAM& result) noexcept;
+    bool OnMessage(UINT message, WPARAM wide, LPARAM& result);
 
     static INT_PTR CALLBACK Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter);
 
     Form& form;
     HWND handle = nullptr;
     std::vector<HWND> controls;
-    Font font;
     bool timerRunning = false;
 };
 
 bool Form::Window::Create() {
-    handle = CreateFormWindow(form.layout_, Procedure, reinterpret_cast<LPARAM>(this));
+    // A dialog belongs to what is there; the window that shows the work stands for itself.
+    HWND owner = form.layout_.closeBox ? OwnerWindow() : nullptr;
+    handle = CreateFormWindow(form.layout_, owner, Procedure, reinterpret_cast<LPARAM>(this));
     if (handle == nullptr) {
         return false;
     }
@@ -105,9 +115,11 @@ bool Form::Window::Create() {
         return false;
     }
     SetIcons(handle);
-    font = ApplyFont(form.layout_, controls);
     if (HasButton(form.layout_)) {
         SendMessageA(handle, DM_SETDEFID, kButtonId, 0);
+    }
+    if (!form.layout_.closeBox) {
+        BlockShutdown(handle, form.layout_.controls.front().text);
     }
     return true;
 }
@@ -117,6 +129,7 @@ Form::Window::~Window() {
         return;
     }
     const DWORD code = GetLastError();
+    UnblockShutdown(handle);
     // No event reaches the form while its window goes away.
     SetWindowLongPtrA(handle, DWLP_USER, 0);
     DestroyWindow(handle);
@@ -126,7 +139,7 @@ Form::Window::~Window() {
     SetLastError(code);
 }
 
-void Form::Window::OnTimer() noexcept {
+void Form::Window::OnTimer() {
     // Stopped before the event, which lasts long and handles messages itself; a message of
     // the timer that was queued already finds it stopped.
     if (std::exchange(timerRunning, false)) {
@@ -135,7 +148,7 @@ void Form::Window::OnTimer() noexcept {
     }
 }
 
-bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) noexcept {
+bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
     const bool closeBox = form.layout_.closeBox;
     switch (message) {
         case WM_TIMER:
@@ -197,11 +210,9 @@ bool Form::Load() {
         return false;
     }
     window_ = std::move(window);
-    try {
-        Form_Load();
-    } catch (...) {
+    if (!Form_Load()) {
         Unload();
-        throw;
+        return false;
     }
     if (window_ && layout_.timerInterval != 0) {
         if (SetTimer(window_->handle, kTimer, layout_.timerInterval, nullptr) == 0) {
@@ -255,15 +266,7 @@ bool Form::SetText(std::size_t control, std::string_view text) {
     if (!Load() || !window_ || control >= window_->controls.size()) {
         return false;
     }
-    HWND target = window_->controls[control];
-    if (SetWindowTextA(target, std::string(text).c_str()) == FALSE) {
-        return false;
-    }
-    const ControlKind kind = layout_.controls[control].kind;
-    if (kind == ControlKind::Label || kind == ControlKind::CentredLabel) {
-        window_->font = ApplyFont(layout_, window_->controls);
-    }
-    return true;
+    return SetWindowTextA(window_->controls[control], std::string(text).c_str()) != FALSE;
 }
 
 void ProcessMessages() {
@@ -287,8 +290,12 @@ void RunMessageLoop() {
 
 HWND OwnerWindow() {
     const std::vector<HWND>& loaded = LoadedWindows();
-    const bool shown = !loaded.empty() && IsWindowVisible(loaded.back()) != FALSE;
-    return shown ? loaded.back() : nullptr;
+    if (!loaded.empty() && IsWindowVisible(loaded.back()) != FALSE) {
+        return loaded.back();
+    }
+    static HWND hidden = CreateHiddenOwner();
+    SetForegroundWindow(hidden);
+    return hidden;
 }
 
 }  // namespace forms

@@ -1,26 +1,27 @@
-// Keeps the exe small: the C++ library's own versions of these functions bring a
-// formatter of messages (some 40 KB) that nobody would see.
-// Exceptions work as ever; only their texts are plain.
+// Keeps the exe small: the C++ library's own versions of these functions bring its
+// exceptions and a formatter of messages (some 60 KB), for texts that nobody would see.
 #include <exception>
 #include <new>
 
+// Shows the report of an internal error and ends the program (common/modRuntimeError.h).
+[[noreturn]] void EndWithInternalError() noexcept;
+
 // Referenced by the library's code for texts and containers, which is linked against
-// these names. What they report is a fault of the program: error number 51 to whoever
-// records it, whatever its type.
+// these names. What they report is a fault of the program.
 namespace std {
 void __throw_bad_alloc() {
-    throw bad_alloc();
+    EndWithInternalError();
 }
 void __throw_bad_array_new_length() {
-    throw bad_array_new_length();
+    EndWithInternalError();
 }
 void __throw_logic_error(const char* /*text*/) {
-    throw exception();
+    EndWithInternalError();
 }
 void __throw_length_error(const char* /*text*/) {
-    throw exception();
+    EndWithInternalError();
 }
 void __throw_out_of_range_fmt(const char* /*format*/, ...) {
-    throw exception();
+    EndWithInternalError();
 }
 }  // namespace std

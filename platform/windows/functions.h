@@ -1,0 +1,11 @@
+// Functions of systems newer than the oldest one that the program runs on.
+#pragma once
+
+#include <windows.h>
+
+// The function of a library that is loaded; null where the system does not have it.
+template <typename Function>
+[[nodiscard]] Function FindFunction(const char* library, const char* name) {
+    FARPROC found = GetProcAddress(GetModuleHandleA(library), name);
+    return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(found));
+}
