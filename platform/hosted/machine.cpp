@@ -53,7 +53,7 @@ struct Machine::State {
     fs::path folder;
     Settings settings;
     std::string module;
-    std::string role = "first";
+    std::string role = "test";  // until a program of the machine says what it is
     std::unordered_map<std::type_index, std::shared_ptr<void>> parts;
 };
 
