@@ -4,9 +4,9 @@
 #include <string>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/process_table.h"
+#include "platform/hosted/process/process_table.h"
+#include "platform/hosted/process/start.h"
 #include "platform/hosted/registry_store.h"
-#include "platform/hosted/start.h"
 
 namespace {
 

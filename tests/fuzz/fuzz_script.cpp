@@ -9,7 +9,7 @@
 #include "common/modPath.h"
 #include "common/modRuntimeError.h"
 #include "main/modMain.h"
-#include "platform/hosted/script.h"
+#include "platform/hosted/process/script.h"
 #include "tests/fuzz/support.h"
 
 namespace {

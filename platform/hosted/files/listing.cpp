@@ -1,4 +1,4 @@
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/listing.h"
 
 #include <dirent.h>
 

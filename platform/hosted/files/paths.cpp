@@ -1,10 +1,10 @@
-#include "platform/hosted/paths.h"
+#include "platform/hosted/files/paths.h"
 
 #include <cerrno>
 #include <cstdlib>
 
-#include "platform/hosted/folders.h"
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/folders.h"
+#include "platform/hosted/files/listing.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {

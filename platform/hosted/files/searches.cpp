@@ -1,10 +1,10 @@
 // Looking at files: attributes, short names, searches.
-#include "platform/hosted/files.h"
+#include "platform/hosted/files/files.h"
 
 #include <cstring>
 
-#include "platform/hosted/attributes.h"
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/attributes.h"
+#include "platform/hosted/files/listing.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-#include "platform/hosted/files.h"
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/files.h"
+#include "platform/hosted/files/listing.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {

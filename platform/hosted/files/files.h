@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/hosted/handle_table.h"
-#include "platform/hosted/paths.h"
+#include "platform/hosted/files/handle_table.h"
+#include "platform/hosted/files/paths.h"
 
 namespace hosted {
 

@@ -6,11 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/hosted/folders.h"
-#include "platform/hosted/handle_table.h"
-#include "platform/hosted/paths.h"
+#include "platform/hosted/files/folders.h"
+#include "platform/hosted/files/handle_table.h"
+#include "platform/hosted/files/paths.h"
+#include "platform/hosted/process/start.h"
 #include "platform/hosted/registry_store.h"
-#include "platform/hosted/start.h"
 
 namespace hosted {
 namespace {

@@ -2,7 +2,7 @@
 #include <charconv>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/stored_resources.h"
+#include "platform/hosted/process/stored_resources.h"
 
 namespace hosted {
 namespace {

@@ -1,12 +1,12 @@
 // Folders that the system knows by name, and the current folder.
-#include "platform/hosted/folders.h"
+#include "platform/hosted/files/folders.h"
 
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/hosted/files/paths.h"
 #include "platform/hosted/machine.h"
-#include "platform/hosted/paths.h"
-#include "platform/hosted/process_table.h"
+#include "platform/hosted/process/process_table.h"
 
 // What the shell calls an item list stands for a folder here.
 struct ITEMIDLIST {

@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "platform/hosted/attributes.h"
-#include "platform/hosted/files.h"
-#include "platform/hosted/process_table.h"
+#include "platform/hosted/files/attributes.h"
+#include "platform/hosted/files/files.h"
+#include "platform/hosted/process/process_table.h"
 
 namespace hosted {
 namespace {

@@ -1,6 +1,6 @@
-#include "platform/hosted/handle_table.h"
+#include "platform/hosted/files/handle_table.h"
 
-#include "platform/hosted/files.h"
+#include "platform/hosted/files/files.h"
 
 namespace hosted {
 

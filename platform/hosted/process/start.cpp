@@ -1,5 +1,5 @@
 // Starting programs and scripts.
-#include "platform/hosted/start.h"
+#include "platform/hosted/process/start.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
@@ -11,10 +11,10 @@
 #include <csignal>
 #include <cstdlib>
 
-#include "platform/hosted/folders.h"
-#include "platform/hosted/listing.h"
-#include "platform/hosted/paths.h"
-#include "platform/hosted/process_table.h"
+#include "platform/hosted/files/folders.h"
+#include "platform/hosted/files/listing.h"
+#include "platform/hosted/files/paths.h"
+#include "platform/hosted/process/process_table.h"
 
 namespace hosted {
 namespace {

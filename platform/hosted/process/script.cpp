@@ -1,5 +1,5 @@
 // The command interpreter: as much of it as a script with "del" and "start /wait" needs.
-#include "platform/hosted/script.h"
+#include "platform/hosted/process/script.h"
 
 #include <sys/wait.h>
 
@@ -8,11 +8,11 @@
 #include <optional>
 #include <vector>
 
-#include "platform/hosted/attributes.h"
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/attributes.h"
+#include "platform/hosted/files/listing.h"
+#include "platform/hosted/files/paths.h"
 #include "platform/hosted/machine.h"
-#include "platform/hosted/paths.h"
-#include "platform/hosted/start.h"
+#include "platform/hosted/process/start.h"
 #include "platform/hosted/text.h"
 
 namespace hosted {

@@ -1,4 +1,4 @@
-#include "platform/hosted/attributes.h"
+#include "platform/hosted/files/attributes.h"
 
 #include <fcntl.h>
 #include <unistd.h>

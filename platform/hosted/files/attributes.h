@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/hosted/paths.h"
+#include "platform/hosted/files/paths.h"
 
 namespace hosted {
 

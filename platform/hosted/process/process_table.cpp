@@ -1,4 +1,4 @@
-#include "platform/hosted/process_table.h"
+#include "platform/hosted/process/process_table.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -9,10 +9,10 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "platform/hosted/folders.h"
+#include "platform/hosted/files/folders.h"
+#include "platform/hosted/files/paths.h"
 #include "platform/hosted/lock.h"
-#include "platform/hosted/paths.h"
-#include "platform/hosted/start.h"
+#include "platform/hosted/process/start.h"
 
 namespace hosted {
 namespace {

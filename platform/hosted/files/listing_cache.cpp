@@ -8,7 +8,7 @@
 #include <array>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/listing.h"
+#include "platform/hosted/files/listing.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {
