@@ -2,10 +2,7 @@
 // record of calls that machine.ini asks for.
 #include <csignal>
 #include <fstream>
-#include <map>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/hosted/machine.h"
 
@@ -22,12 +19,6 @@ unsigned& Depth() {
     static unsigned depth = 1;
     return depth;
 }
-
-// How many calls each fault has met, and how often each call was made.
-struct CallCounts {
-    std::vector<unsigned> met;
-    std::map<std::string, unsigned> made;
-};
 
 bool Matches(std::string_view pattern, std::string_view text) {
     return pattern == "*" || pattern == text;
@@ -78,23 +69,30 @@ LayerScope::~LayerScope() {
     --Depth();
 }
 
+Call::Call(const char* function, const char* argument, Effect effect)
+    : function_(function), argument_(ToUtf8(argument)), effect_(effect) {
+    Begin();
+}
+
 Call::Call(const char* function, std::string argument, Effect effect)
     : function_(function), argument_(std::move(argument)), effect_(effect) {
-    ++Depth();
+    Begin();
+}
+
+void Call::Begin() {
     Machine& machine = Machine::Current();
     const std::vector<Fault>& faults = machine.GetSettings().faults;
-    std::vector<unsigned>& met = machine.Part<CallCounts>().met;
-    met.resize(faults.size());
+    machine.faultsMet.resize(faults.size());
     for (std::size_t i = 0; i < faults.size(); ++i) {
         const Fault& fault = faults[i];
         if (Matches(fault.process, machine.Role()) && Matches(fault.function, function_) &&
             Matches(fault.argument, argument_) &&
-            (++met[i] == fault.occurrence || fault.occurrence == 0)) {
+            (++machine.faultsMet[i] == fault.occurrence || fault.occurrence == 0)) {
             Obey(fault);
         }
     }
-    if (code_ != 0 && !IsRegistry(function_)) {
-        SetLastError(code_);
+    if (code_ != 0) {
+        Fail(code_);
     }
 }
 
@@ -102,7 +100,6 @@ void Call::Obey(const Fault& fault) {
     switch (fault.kind) {
         case Fault::Kind::Code:
             code_ = fault.code;
-            result_ = fault.code;
             break;
         case Fault::Kind::Less:
             less_ = true;
@@ -125,17 +122,16 @@ void Call::Obey(const Fault& fault) {
 Call::~Call() {
     Machine& machine = Machine::Current();
     if (machine.GetSettings().traceCalls) {
-        const unsigned made =
-            ++machine.Part<CallCounts>().made[std::string(function_) + '\t' + argument_];
-        machine.AppendLine("calls.txt", machine.Role() + '\t' + function_ + '\t' +
-                                            std::to_string(made) + '\t' + std::to_string(result_) +
+        const std::string name = std::string(function_) + '\t';
+        machine.AppendLine("calls.txt", machine.Role() + '\t' + name +
+                                            std::to_string(++machine.callsMade[name + argument_]) +
+                                            '\t' + std::to_string(result_) +
                                             (effect_ == Changes ? "\tchanges\t" : "\tlooks\t") +
                                             argument_);
     }
     if (killAfter_) {
         Kill();
     }
-    --Depth();
 }
 
 BOOL Call::Fail(DWORD code) {

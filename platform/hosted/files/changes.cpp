@@ -1,118 +1,107 @@
 // Deleting and copying files.
 #include <fcntl.h>
-#include <sys/stat.h>
+#include <sys/file.h>
 #include <unistd.h>
 
-#include "platform/hosted/files/attributes.h"
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
 #include "platform/hosted/files/files.h"
-#include "platform/hosted/process/process_table.h"
 
 namespace hosted {
 namespace {
 
-// How many deletions of an item machine.ini still wants refused in this process.
+constexpr std::size_t kLongestPath = MAX_PATH - 1;
+constexpr DWORD kInvalidLevel = 124;  // for a relative path
+constexpr DWORD kRootFolder = 0x74;   // "the source is a root folder"
 
-DWORD CheckCopyTarget(const Place& source, const Place& target, bool failIfExists) {
-    if (target.code == ERROR_FILE_NOT_FOUND) {
-        return ERROR_SUCCESS;
+// Deletes a file, a link (never what it points to) or an empty folder, unless somebody
+// stands against it. Result: a Win32 code.
+DWORD DeleteItem(const fs::path& host) {
+    const Descriptor item(open(host.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (item && flock(item.Get(), LOCK_EX | LOCK_NB) != 0) {
+        return fs::is_directory(host) ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED;
     }
-    if (!target.Exists()) {
-        return target.code;
-    }
-    if (failIfExists) {
-        return ERROR_FILE_EXISTS;
-    }
-    if (target.IsFolder()) {
-        return ERROR_ACCESS_DENIED;
-    }
-    if (IdOf(source.status) == IdOf(target.status)) {
+    if (item && IsHeld(item)) {
         return ERROR_SHARING_VIOLATION;
     }
-    constexpr DWORD kProtected = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN;
-    if ((KeptAttributes(target.host) & kProtected) != 0) {
-        return ERROR_ACCESS_DENIED;
-    }
-    return OpenConflict(IdOf(target.status), GENERIC_WRITE, 0);
-}
-
-// Content, permissions (a copy of a program can be started) and time of change.
-DWORD CopyContent(const std::string& source, const std::string& target) {
-    std::error_code error;
-    fs::copy_file(source, target, fs::copy_options::overwrite_existing, error);
-    if (!error) {
-        const auto time = fs::last_write_time(source, error);
-        if (!error) {
-            fs::last_write_time(target, time, error);
-        }
-    }
-    return CodeOfErrno(error.value());
-}
-
-DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
-    const MachineLock lock;
-    const Place source = LocateTarget(from);
-    if (!source.Exists()) {
-        return source.code;
-    }
-    if (source.IsFolder()) {
-        return ERROR_ACCESS_DENIED;
-    }
-    const DWORD unreadable = OpenConflict(IdOf(source.status), GENERIC_READ,
-                                          FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
-    if (unreadable != ERROR_SUCCESS) {
-        return unreadable;
-    }
-    const Place target = LocateTarget(to);
-    DWORD code = CheckCopyTarget(source, target, failIfExists);
-    if (code == ERROR_SUCCESS) {
-        code = CopyContent(source.host, target.host);
-    }
-    if (code == ERROR_SUCCESS) {
-        KeepAttributes(target.host, KeptAttributes(source.host));
-    }
-    return code;
-}
-
-}  // namespace
-
-DWORD RemoveItem(const std::string& host, const struct stat& status) {
-    const bool isFolder = S_ISDIR(status.st_mode);
-    if (isFolder && IsCurrentFolder(IdOf(status))) {
-        return ERROR_SHARING_VIOLATION;
-    }
-    if (const DWORD code = isFolder ? 0 : DeleteConflict(IdOf(status)); code != ERROR_SUCCESS) {
-        return code;
-    }
-    if ((isFolder ? rmdir(host.c_str()) : unlink(host.c_str())) != 0) {
+    if (std::remove(host.c_str()) != 0) {
         return CodeOfErrno(errno);
     }
     KeepAttributes(host, 0);
     return ERROR_SUCCESS;
 }
 
-namespace {
-
-DWORD DeletePlace(const Place& place) {
+DWORD DeletePlace(const Place& place, bool folder) {
     if (!place.Exists()) {
         return place.code;
     }
-    if (place.IsFolder() || (KeptAttributes(place.host) & FILE_ATTRIBUTE_READONLY) != 0) {
-        return ERROR_ACCESS_DENIED;
-    }
-    return RemoveItem(place.host, place.status);
-}
-
-DWORD RemoveFolderAt(const Place& place) {
-    if (!place.Exists()) {
-        return place.code;
-    }
-    if (!place.IsFolder()) {
+    if (folder && !place.IsFolder()) {
         return ERROR_DIRECTORY;
     }
-    if (place.isRoot || (KeptAttributes(place.host) & FILE_ATTRIBUTE_READONLY) != 0) {
+    const bool isReadOnly = (KeptAttributes(place.host) & FILE_ATTRIBUTE_READONLY) != 0;
+    if (isReadOnly || place.IsRoot() || place.IsFolder() != folder) {
         return ERROR_ACCESS_DENIED;
     }
-    return RemoveItem(place.host, place.status);
+    return DeleteItem(place.host);
+}
+
+// Content, permissions (a copy of a program can be started) and attributes.
+DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
+    Descriptor source;
+    Descriptor target;
+    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    DWORD code = OpenAs(from, {GENERIC_READ, kShare, OPEN_EXISTING, 0}, source);
+    const fs::path host = LocateTarget(from).host;
+    if (code == ERROR_SUCCESS) {
+        const DWORD disposition = failIfExists ? CREATE_NEW : CREATE_ALWAYS;
+        code = OpenAs(to, {GENERIC_WRITE, 0, disposition, KeptAttributes(host)}, target);
+    }
+    if (code != ERROR_SUCCESS && code != ERROR_ALREADY_EXISTS) {
+        return code;
+    }
+    std::error_code error;
+    fs::copy_file(host, LocateTarget(to).host, fs::copy_options::overwrite_existing, error);
+    return CodeOfErrno(error.value());
+}
+
+// Removes an item with all that is in it. What cannot be removed stays, with the folders
+// around it; everything else goes. Links are removed, never followed. length: of its path
+// on the machine, which no function of the system takes beyond its limit; so the depth is
+// bounded as well. Result: the code of the first failure.
+DWORD DeleteTree(const fs::path& host, std::size_t length) {
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(host, error);
+    if (length > kLongestPath) {
+        return ERROR_FILENAME_EXCED_RANGE;
+    }
+    DWORD failure = ERROR_SUCCESS;
+    if (fs::is_directory(status)) {
+        for (const Entry& entry : List(host)) {
+            const DWORD code = DeleteTree(host / entry.stored, length + 1 + entry.name.size());
+            failure = failure == ERROR_SUCCESS ? code : failure;
+        }
+    }
+    if (failure == ERROR_SUCCESS) {
+        failure = DeleteItem(host);
+    }
+    return failure == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : failure;  // gone since the look
+}
+
+DWORD DeleteByShell(std::string_view path) {
+    const Place place = Locate(path);
+    if (path.size() < 3 || path[1] != ':') {
+        return kInvalidLevel;
+    }
+    if (!place.Exists() || place.IsRoot()) {
+        return place.Exists() ? kRootFolder : place.code;
+    }
+    return DeleteTree(place.host, place.path.size());
+}
+
+BOOL Result(Call& call, DWORD code) {
+    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
 }
 
 }  // namespace
@@ -121,34 +110,40 @@ DWORD RemoveFolderAt(const Place& place) {
 // Refuses folders, read-only files and running programs (5) and files that somebody has
 // open without sharing deletion (32). Of a link only the link goes.
 BOOL WINAPI DeleteFileA(LPCSTR path) {
-    hosted::Call call("DeleteFileA", hosted::ToUtf8(path), hosted::Call::Changes);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const hosted::MachineLock lock;
-    const DWORD code = hosted::DeletePlace(hosted::Locate(path));
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    hosted::Call call("DeleteFileA", path, hosted::Call::Changes);
+    return call.Refused() ? FALSE
+                          : hosted::Result(call, hosted::DeletePlace(hosted::Locate(path), false));
 }
 
 // An empty folder (145 otherwise), or a link to one: of that only the link goes. Refuses
 // files (267), read-only folders (5) and anybody's current folder (32).
 BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
-    hosted::Call call("RemoveDirectoryA", hosted::ToUtf8(path), hosted::Call::Changes);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const hosted::MachineLock lock;
-    const DWORD code = hosted::RemoveFolderAt(hosted::Locate(path));
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    hosted::Call call("RemoveDirectoryA", path, hosted::Call::Changes);
+    return call.Refused() ? FALSE
+                          : hosted::Result(call, hosted::DeletePlace(hosted::Locate(path), true));
 }
 
-// Copies content, attributes and time of change. An existing target is overwritten unless
-// failIfExists (80) or it is read-only or hidden (5), running or open (32).
+// An existing target is overwritten unless failIfExists (80) or it is read-only or hidden
+// (5), running or open (32).
 BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
-    hosted::Call call("CopyFileA", hosted::ToUtf8(target), hosted::Call::Changes);
-    if (call.Refused()) {
-        return FALSE;
+    hosted::Call call("CopyFileA", target, hosted::Call::Changes);
+    return call.Refused() ? FALSE
+                          : hosted::Result(call, hosted::Copy(source, target, failIfExists != 0));
+}
+
+// Only FO_DELETE, without questions: read-only items go as well. pFrom: full paths, each
+// with its NUL, one more NUL behind the last. Result: 0, or the code of the first item that
+// stays.
+int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
+    hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
+    DWORD failure = call.Code();
+    LPCSTR path = operation->pFrom;
+    for (; !call.Refused() && *path != '\0'; path += std::strlen(path) + 1) {
+        const DWORD code = hosted::DeleteByShell(path);
+        failure = failure == ERROR_SUCCESS ? code : failure;
     }
-    const DWORD code = hosted::Copy(source, target, failIfExists != FALSE);
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    if (failure != ERROR_SUCCESS) {
+        call.Fail(failure);
+    }
+    return static_cast<int>(failure);
 }

@@ -1,12 +1,10 @@
 // Folders that the system knows by name, and the current folder.
-#include "platform/hosted/files/folders.h"
+#include <fcntl.h>
+#include <sys/file.h>
 
-#include <cstdlib>
 #include <cstring>
 
-#include "platform/hosted/files/paths.h"
-#include "platform/hosted/machine.h"
-#include "platform/hosted/process/process_table.h"
+#include "platform/hosted/files/files.h"
 
 // What the shell calls an item list stands for a folder here.
 struct ITEMIDLIST {
@@ -17,11 +15,6 @@ namespace hosted {
 namespace {
 
 constexpr HRESULT kNoSuchFolder = static_cast<HRESULT>(0x80004005);
-constexpr HRESULT kSuccess = 0;
-
-struct CurrentFolderState {
-    std::string path;
-};
 
 // A folder of machine.ini; empty where it is not available.
 std::string KnownFolder(const char* name) {
@@ -31,73 +24,56 @@ std::string KnownFolder(const char* name) {
 }
 
 // Writes a path as the Get...Path functions do: its length, or with too small a buffer the
-// size needed, its NUL included.
-DWORD Give(const std::string& path, LPSTR buffer, DWORD size) {
-    if (size <= path.size()) {
+// size needed, its NUL included. "less": it does not fit.
+DWORD Give(const Call& call, const std::string& path, LPSTR buffer, DWORD size) {
+    if (size <= path.size() || call.Less()) {
         return static_cast<DWORD>(path.size() + 1);
     }
     std::memcpy(buffer, path.c_str(), path.size() + 1);
     return static_cast<DWORD>(path.size());
 }
 
-DWORD GiveKnown(Call& call, const char* name, bool backslash, LPSTR buffer, DWORD size) {
-    if (call.Refused()) {
-        return 0;
-    }
-    std::string path = KnownFolder(name);
+DWORD GiveKnown(Call& call, const char* name, LPSTR buffer, DWORD size) {
+    const std::string path = KnownFolder(name);
     if (path.empty()) {
         call.Fail(ERROR_PATH_NOT_FOUND);
-        return 0;
     }
-    while (path.size() > 3 && path.back() == '\\') {
-        path.pop_back();
-    }
-    if (backslash && path.back() != '\\') {
-        path += '\\';
-    }
-    // "less": the folder does not fit.
-    return Give(path, buffer, call.Less() ? 0 : size);
-}
-
-std::string FolderAtStart() {
-    const char* given = std::getenv(kCurrentFolderVariable);
-    const std::string module = Machine::Current().ModulePath();
-    if (given != nullptr && *given != '\0') {
-        return FromUtf8(given);
-    }
-    if (module.empty()) {
-        return "C:\\";
-    }
-    const std::size_t end = module.rfind('\\');
-    return module.substr(0, end == 2 ? 3 : end);
+    return call.Refused() || path.empty() ? 0 : Give(call, path, buffer, size);
 }
 
 }  // namespace
 
-std::string CurrentFolder() {
-    std::string& path = Machine::Current().Part<CurrentFolderState>().path;
-    if (path.empty()) {
-        path = FolderAtStart();
+// A process starts where its starter says, which is where it is on the disk; one that a
+// person starts from elsewhere, in its own folder.
+const std::string& CurrentFolder() {
+    std::string& folder = Files().currentFolder;
+    if (folder.empty()) {
+        const Machine& machine = Machine::Current();
+        std::error_code error;
+        folder = MachinePath(machine.Folder(), fs::current_path(error));
+        if (folder.empty()) {
+            const std::string module = machine.ModulePath();
+            folder = module.substr(0, module.rfind('\\'));
+        }
+        folder += folder.empty() ? "C:\\" : folder.ends_with(':') ? "\\" : "";
     }
-    return path;
+    return folder;
 }
 
-unsigned SetCurrentFolder(std::string_view path) {
-    const MachineLock lock;
-    const FullPath full = ParsePath(path);
-    const Place place = LocateTarget(full);
-    if (full.code != 0 || !place.Exists()) {
-        return full.code != 0 ? full.code : place.code;
+DWORD SetCurrentFolder(std::string_view path) {
+    const Place place = LocateTarget(path);
+    if (!place.Exists() || !place.IsFolder()) {
+        return place.Exists() ? ERROR_DIRECTORY : place.code;
     }
-    if (!place.IsFolder()) {
-        return ERROR_DIRECTORY;
-    }
-    Machine::Current().Part<CurrentFolderState>().path = full.Text();
-    OwnEntry().Change([&](ProcessRecord& process) {
-        process.folder = IdOf(place.status);
-        process.folderPath = full.Text();
-    });
+    Files().currentFolder = place.path;
+    Files().occupied = Occupy(place.host);
     return ERROR_SUCCESS;
+}
+
+Descriptor Occupy(const fs::path& host) {
+    Descriptor place(open(host.c_str(), O_RDONLY | O_CLOEXEC));
+    flock(place.Get(), LOCK_SH);
+    return place;
 }
 
 }  // namespace hosted
@@ -105,57 +81,48 @@ unsigned SetCurrentFolder(std::string_view path) {
 // The path ends in a backslash; whether the folder exists is not looked at.
 DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer) {
     hosted::Call call("GetTempPathA");
-    return hosted::GiveKnown(call, "temp", true, buffer, size);
+    return hosted::GiveKnown(call, "temp", buffer, size);
 }
 
 UINT WINAPI GetSystemDirectoryA(LPSTR buffer, UINT size) {
     hosted::Call call("GetSystemDirectoryA");
-    return hosted::GiveKnown(call, "system", false, buffer, size);
+    return hosted::GiveKnown(call, "system", buffer, size);
 }
 
 UINT WINAPI GetWindowsDirectoryA(LPSTR buffer, UINT size) {
     hosted::Call call("GetWindowsDirectoryA");
-    return hosted::GiveKnown(call, "windows", false, buffer, size);
+    return hosted::GiveKnown(call, "windows", buffer, size);
 }
 
 DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
-    hosted::Call call("GetCurrentDirectoryA");
-    return call.Refused() ? 0 : hosted::Give(hosted::CurrentFolder(), buffer, size);
+    const hosted::Call call("GetCurrentDirectoryA");
+    return call.Refused() ? 0 : hosted::Give(call, hosted::CurrentFolder(), buffer, size);
 }
 
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
-    hosted::Call call("SetCurrentDirectoryA", hosted::ToUtf8(path));
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const DWORD code = hosted::SetCurrentFolder(path);
+    hosted::Call call("SetCurrentDirectoryA", path);
+    const DWORD code = call.Refused() ? call.Code() : hosted::SetCurrentFolder(path);
     return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
 }
 
 // Only the two Programs folders; an unknown or unavailable one fails.
 HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLIST* list) {
-    hosted::Call call("SHGetSpecialFolderLocation", std::to_string(folder));
+    const hosted::Call call("SHGetSpecialFolderLocation", std::to_string(folder));
     *list = nullptr;
-    if (call.Refused()) {
-        return hosted::kNoSuchFolder;
-    }
-    std::string path;
-    if (folder == CSIDL_COMMON_PROGRAMS) {
-        path = hosted::KnownFolder("common-programs");
-    } else if (folder == CSIDL_PROGRAMS) {
-        path = hosted::KnownFolder("programs");
-    }
-    if (path.empty()) {
-        call.Fail(ERROR_FILE_NOT_FOUND);
+    const std::string path = folder == CSIDL_COMMON_PROGRAMS
+                                 ? hosted::KnownFolder("common-programs")
+                             : folder == CSIDL_PROGRAMS ? hosted::KnownFolder("programs")
+                                                        : std::string();
+    if (call.Refused() || path.empty()) {
         return hosted::kNoSuchFolder;
     }
     *list = std::make_unique<ITEMIDLIST>(ITEMIDLIST{path}).release();
-    return hosted::kSuccess;
+    return ERROR_SUCCESS;
 }
 
 // path: room for MAX_PATH characters.
 BOOL WINAPI SHGetPathFromIDListA(LPCITEMIDLIST list, LPSTR path) {
-    hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : hosted::ToUtf8(list->path));
+    hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : list->path.c_str());
     if (call.Refused()) {
         return FALSE;
     }

@@ -1,11 +1,9 @@
-#include "platform/hosted/files/paths.h"
-
+// Paths of the machine: taken apart as the system does it, and found on the disk.
+#include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <sstream>
 
-#include "platform/hosted/files/folders.h"
-#include "platform/hosted/files/listing.h"
-#include "platform/hosted/machine.h"
+#include "platform/hosted/files/files.h"
 
 namespace hosted {
 namespace {
@@ -13,215 +11,112 @@ namespace {
 constexpr std::size_t kLongestPath = MAX_PATH - 1;
 constexpr DWORD kBadNetworkPath = 53;
 
-bool IsLetter(char character) {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
-}
-
-bool MayStandInName(char character, bool wildcards) {
-    const auto code = static_cast<unsigned char>(character);
-    if (code < 0x20 || character == '<' || character == '>' || character == '"' ||
-        character == '|' || character == ':') {
-        return false;
-    }
-    return wildcards || (character != '*' && character != '?');
-}
-
 // The end of a path loses all its dots and blanks, a name on the way only a single dot.
 void DropTail(std::string& name, bool last) {
     if (last) {
         name.erase(name.find_last_not_of(". ") + 1);
-    } else if (name.size() > 1 && name.back() == '.' && name[name.size() - 2] != '.') {
+    } else if (name.ends_with('.') && !name.ends_with("..")) {
         name.pop_back();
     }
 }
 
-// Appends the names of a text without drive to path.
-void AppendNames(FullPath& path, std::string_view text, Wildcards wildcards) {
-    path.trailingBackslash = text.ends_with('\\');
-    while (!text.empty()) {
-        const std::size_t end = text.find('\\');
-        const bool last = end == std::string_view::npos;
-        std::string name(text.substr(0, end));
-        text = last ? std::string_view() : text.substr(end + 1);
-        if (name.empty() || name == ".") {
-            continue;
-        }
+bool MayStandInName(char character) {
+    return static_cast<unsigned char>(character) >= 0x20 &&
+           std::string_view("<>\"|:*?").find(character) == std::string_view::npos;
+}
+
+// The names of a path without its drive, "." and ".." resolved.
+std::vector<std::string> NamesIn(const std::string& path, DWORD& code) {
+    std::vector<std::string> names;
+    std::istringstream parts(path);
+    for (std::string name; std::getline(parts, name, '\\');) {
         if (name == "..") {
-            if (!path.names.empty()) {
-                path.names.pop_back();
-            }
+            names.resize(names.empty() ? 0 : names.size() - 1);
             continue;
         }
-        const bool pattern = last && wildcards == Wildcards::InLastName;
-        if (!pattern || name.find_first_of("*?") == std::string::npos) {
-            DropTail(name, last);
-        }
-        for (const char character : name) {
-            if (!MayStandInName(character, pattern)) {
-                path.code = ERROR_INVALID_NAME;
-            }
+        DropTail(name, parts.eof());
+        if (!std::all_of(name.begin(), name.end(), MayStandInName)) {
+            code = ERROR_INVALID_NAME;
         }
         if (!name.empty()) {
-            path.names.push_back(std::move(name));
+            names.push_back(name);
         }
     }
+    return names;
 }
 
-std::string WithBackslashes(std::string_view path) {
-    std::string text(path);
-    for (char& character : text) {
-        if (character == '/') {
-            character = '\\';
+// Goes down from the drive name by name; gives the code.
+DWORD Descend(Place& place, const std::vector<std::string>& names) {
+    std::error_code error;  // what cannot be looked at is not there
+    place.status = fs::symlink_status(place.host, error);
+    for (const std::string& name : names) {
+        if (place.IsLink()) {
+            place.host = fs::canonical(place.host, error);
         }
-    }
-    return text;
-}
-
-// The names of a path that begins without root, from the current folder on.
-FullPath StartOf(const std::string& text) {
-    FullPath current;
-    const std::string folder = CurrentFolder();
-    current.drive = folder[0];
-    const char drive =
-        text.size() > 1 && text[1] == ':' ? UpperCase(text.substr(0, 1))[0] : current.drive;
-    if (drive == current.drive) {
-        AppendNames(current, std::string_view(folder).substr(3), Wildcards::Refused);
-    }
-    current.drive = drive;
-    return current;
-}
-
-std::string Resolved(const std::string& host) {
-    const std::unique_ptr<char, decltype(&std::free)> target(realpath(host.c_str(), nullptr),
-                                                             &std::free);
-    return target == nullptr ? std::string() : std::string(target.get());
-}
-
-// Goes one name further down from a folder that exists.
-bool Enter(std::string& host, const std::string& name, struct stat& status) {
-    std::string next = host + '/' + ToUtf8(name);
-    if (lstat(next.c_str(), &status) != 0) {
-        const std::string stored = StoredName(host, name);
-        if (stored.empty()) {
-            host = std::move(next);
-            return false;
+        if (!fs::is_directory(place.host, error)) {
+            return ERROR_PATH_NOT_FOUND;
         }
-        next = host + '/' + stored;
-        if (lstat(next.c_str(), &status) != 0) {
-            host = std::move(next);
-            return false;
-        }
+        place.host = Find(place.host, name);
+        place.status = fs::symlink_status(place.host, error);
     }
-    host = std::move(next);
-    return true;
+    if (fs::exists(place.status)) {
+        return ERROR_SUCCESS;
+    }
+    return names.empty() ? ERROR_PATH_NOT_FOUND : ERROR_FILE_NOT_FOUND;
 }
 
 }  // namespace
 
-std::string FullPath::Text() const {
-    std::string text{drive, ':'};
-    for (const std::string& name : names) {
-        text += '\\';
-        text += name;
-    }
-    if (names.empty()) {
-        text += '\\';
-    }
-    return text;
-}
-
-FullPath ParsePath(std::string_view path, Wildcards wildcards) {
-    FullPath full;
-    const std::string text = WithBackslashes(path);
-    std::string_view names = text;
-    if (text.empty()) {
-        full.code = ERROR_PATH_NOT_FOUND;
-        return full;
-    }
-    if (text.starts_with("\\\\")) {
-        full.code = kBadNetworkPath;
-        return full;
-    }
-    const bool hasDrive = text.size() > 1 && text[1] == ':';
-    if (hasDrive && !IsLetter(text[0])) {
-        full.code = ERROR_INVALID_NAME;
-        return full;
-    }
-    names.remove_prefix(hasDrive ? 2 : 0);
-    if (names.starts_with('\\')) {
-        full.drive = hasDrive ? UpperCase(text.substr(0, 1))[0] : CurrentFolder()[0];
-    } else {
-        full = StartOf(text);
-    }
-    AppendNames(full, names, wildcards);
-    if (full.code == 0 && full.Text().size() > kLongestPath) {
-        full.code = ERROR_FILENAME_EXCED_RANGE;
-    }
-    return full;
-}
-
 bool Place::IsFolder() const {
-    if (!IsLink()) {
-        return S_ISDIR(status.st_mode);
-    }
-    struct stat target {};
-    return stat(host.c_str(), &target) != 0 || S_ISDIR(target.st_mode);
+    std::error_code error;
+    const fs::file_status target = IsLink() ? fs::status(host, error) : status;
+    return fs::is_directory(target) || (IsLink() && !fs::exists(target));
 }
 
-Place Locate(const FullPath& path) {
+Place Locate(std::string_view path) {
     Place place;
-    place.code = path.code;
-    if (place.code != 0) {
+    std::string text(path);
+    std::replace(text.begin(), text.end(), '/', '\\');
+    if (text.empty() || text.starts_with("\\\\")) {
+        place.code = text.empty() ? ERROR_PATH_NOT_FOUND : kBadNetworkPath;
         return place;
     }
-    place.host = (Machine::Current().Folder() / "drives" / std::string(1, path.drive)).native();
-    place.isRoot = path.names.empty();
-    if (stat(place.host.c_str(), &place.status) != 0 || !S_ISDIR(place.status.st_mode)) {
-        place.code = ERROR_PATH_NOT_FOUND;
+    if (text.size() < 2 || text[1] != ':') {
+        text = CurrentFolder() + '\\' + text;
+    }
+    const std::string drive = UpperCase(text.substr(0, 1));
+    if (drive[0] < 'A' || drive[0] > 'Z') {
+        place.code = ERROR_INVALID_NAME;
         return place;
     }
-    for (std::size_t i = 0; i < path.names.size(); ++i) {
-        const bool last = i + 1 == path.names.size();
-        if (!Enter(place.host, path.names[i], place.status)) {
-            place.code = last ? ERROR_FILE_NOT_FOUND : ERROR_PATH_NOT_FOUND;
-            return place;
-        }
-        if (last) {
-            break;
-        }
-        if (place.IsLink()) {
-            place.host = Resolved(place.host);
-        }
-        if (stat(place.host.c_str(), &place.status) != 0 || !S_ISDIR(place.status.st_mode)) {
-            place.code = ERROR_PATH_NOT_FOUND;
-            return place;
-        }
+    const std::vector<std::string> names = NamesIn(text.substr(2), place.code);
+    place.path = drive + ':';
+    for (const std::string& name : names) {
+        place.path += '\\' + name;
     }
-    if (path.trailingBackslash && !place.IsFolder()) {
+    place.path += names.empty() ? "\\" : "";
+    place.host = Machine::Current().Folder() / "drives" / drive;
+    if (place.path.size() > kLongestPath && place.Exists()) {
+        place.code = ERROR_FILENAME_EXCED_RANGE;
+    }
+    if (place.Exists()) {
+        place.code = Descend(place, names);
+    }
+    if (place.Exists() && text.ends_with('\\') && !place.IsFolder()) {
         place.code = ERROR_INVALID_NAME;
     }
     return place;
 }
 
-Place Locate(std::string_view path) {
-    return Locate(ParsePath(path));
-}
-
-Place LocateTarget(const FullPath& path) {
+Place LocateTarget(std::string_view path) {
     Place place = Locate(path);
     if (place.Exists() && place.IsLink()) {
-        std::string target = Resolved(place.host);
-        if (target.empty() || stat(target.c_str(), &place.status) != 0) {
-            place.code = ERROR_FILE_NOT_FOUND;
-            return place;
-        }
-        place.host = std::move(target);
+        std::error_code error;
+        place.host = fs::canonical(place.host, error);
+        place.status = fs::status(place.host, error);
+        place.code = error ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
     }
     return place;
-}
-
-Place LocateTarget(std::string_view path) {
-    return LocateTarget(ParsePath(path));
 }
 
 DWORD CodeOfErrno(int error) {
@@ -230,21 +125,10 @@ DWORD CodeOfErrno(int error) {
             return ERROR_SUCCESS;
         case ENOENT:
             return ERROR_FILE_NOT_FOUND;
-        case ENOTDIR:
-        case ELOOP:
-            return ERROR_PATH_NOT_FOUND;
-        case EMFILE:
-        case ENFILE:
-            return ERROR_TOO_MANY_OPEN_FILES;
-        case ENOMEM:
-            return ERROR_NOT_ENOUGH_MEMORY;
         case EEXIST:
             return ERROR_FILE_EXISTS;
         case ENOSPC:
-        case EDQUOT:
             return ERROR_DISK_FULL;
-        case EROFS:
-            return ERROR_WRITE_PROTECT;
         case ETXTBSY:
             return ERROR_SHARING_VIOLATION;
         case ENOTEMPTY:
@@ -256,36 +140,19 @@ DWORD CodeOfErrno(int error) {
     }
 }
 
-std::optional<fs::path> HostPath(std::string_view path, bool missingLast) {
+std::optional<fs::path> HostPath(std::string_view path) {
     const Place place = Locate(path);
-    if (place.Exists() || (missingLast && place.code == ERROR_FILE_NOT_FOUND)) {
-        return fs::path(place.host);
-    }
-    return std::nullopt;
-}
-
-std::string MachinePath(const fs::path& host) {
-    return MachinePath(Machine::Current().Folder(), host);
+    return place.Exists() ? std::optional(place.host) : std::nullopt;
 }
 
 std::string MachinePath(const fs::path& machine, const fs::path& host) {
     const std::string drives = (machine / "drives").native() + '/';
-    const std::string& text = host.native();
-    if (text.size() <= drives.size() || text.compare(0, drives.size(), drives) != 0 ||
-        (text.size() > drives.size() + 1 && text[drives.size() + 1] != '/')) {
+    if (!host.native().starts_with(drives)) {
         return {};
     }
-    std::string path = FromUtf8(std::string_view(text).substr(drives.size()));
-    path.insert(1, 1, ':');
-    for (char& character : path) {
-        if (character == '/') {
-            character = '\\';
-        }
-    }
-    if (path.size() == 2) {
-        path += '\\';
-    }
-    return path;
+    std::string path = FromUtf8(host.native().substr(drives.size()));
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path.size() == 1 ? path + ":\\" : path.insert(1, ":");
 }
 
 }  // namespace hosted

@@ -1,133 +1,90 @@
 // Looking at files: attributes, short names, searches.
-#include "platform/hosted/files/files.h"
-
+#include <algorithm>
 #include <cstring>
 
-#include "platform/hosted/files/attributes.h"
-#include "platform/hosted/files/listing.h"
-#include "platform/hosted/machine.h"
+#include "platform/hosted/files/files.h"
 
 namespace hosted {
 namespace {
 
-FILETIME FileTimeOf(const timespec& time) {
-    constexpr std::int64_t kSecondsFrom1601To1970 = 11644473600;
-    const auto ticks = static_cast<std::uint64_t>(
-        (time.tv_sec + kSecondsFrom1601To1970) * std::int64_t{10000000} + time.tv_nsec / 100);
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-std::string NameOf(const std::string& host) {
-    return host.substr(host.rfind('/') + 1);
-}
-
-std::string FolderOf(const std::string& host) {
-    return host.substr(0, host.rfind('/'));
-}
-
-// Describes an entry; false if it is not there any more.
-bool Describe(const std::string& folder, const std::string& stored, WIN32_FIND_DATAA& data) {
-    const std::string host = stored == "."    ? folder
-                             : stored == ".." ? FolderOf(folder)
-                                              : folder + '/' + stored;
-    struct stat status {};
-    if (lstat(host.c_str(), &status) != 0) {
+// Describes an entry; false if it is not there any more. Times and sizes are nobody's concern.
+bool Describe(const fs::path& host, const Entry& entry, WIN32_FIND_DATAA& data) {
+    Place place;
+    place.host = host;
+    std::error_code error;
+    place.status = fs::symlink_status(host, error);
+    if (!fs::exists(place.status)) {
         return false;
     }
     data = {};
-    data.dwFileAttributes = AttributesOf(host, status);
-    data.ftCreationTime = FileTimeOf(status.st_ctim);
-    data.ftLastAccessTime = FileTimeOf(status.st_atim);
-    data.ftLastWriteTime = FileTimeOf(status.st_mtim);
-    if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
-        const auto size = static_cast<std::uint64_t>(status.st_size);
-        data.nFileSizeHigh = static_cast<DWORD>(size >> 32);
-        data.nFileSizeLow = static_cast<DWORD>(size);
+    data.dwFileAttributes = AttributesOf(place);
+    if (place.IsLink()) {
+        data.dwReserved0 = place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
     }
-    if ((data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
-        const bool toFolder = (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        data.dwReserved0 = toFolder ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
-    }
-    const std::string name = FromUtf8(stored);
-    std::strncpy(data.cFileName, name.c_str(), sizeof data.cFileName - 1);
-    if (stored != "." && stored != ".." && !IsShortName(name)) {
-        const std::string alternate = ListingOf(folder).ShortName(name);
-        std::strncpy(data.cAlternateFileName, alternate.c_str(),
-                     sizeof data.cAlternateFileName - 1);
-    }
+    std::strncpy(data.cFileName, entry.name.c_str(), sizeof data.cFileName - 1);
+    std::strncpy(data.cAlternateFileName, entry.alternate.c_str(),
+                 sizeof data.cAlternateFileName - 1);
     return true;
 }
 
-// The next entry of a search that is still there.
-bool Next(FindState& find, WIN32_FIND_DATAA& data) {
-    while (find.next < find.names.size()) {
-        if (Describe(find.folder, find.names[find.next++], data)) {
-            return true;
+// The entry of a folder that is stored under this name.
+Entry EntryOf(const fs::path& host) {
+    for (Entry& entry : List(host.parent_path())) {
+        if (entry.stored == host.filename()) {
+            return std::move(entry);
         }
     }
-    return false;
+    return {};
 }
 
-// Fills find with what the pattern names; result: a Win32 code.
-DWORD Search(FullPath pattern, FindState& find) {
-    if (pattern.code != 0) {
-        return pattern.code;
-    }
-    if (pattern.trailingBackslash || pattern.names.empty()) {
+// Fills found with what the pattern names: one item, or with "*" at the end a folder's
+// content. Result: a Win32 code.
+DWORD Search(std::string_view pattern, std::vector<WIN32_FIND_DATAA>& found) {
+    WIN32_FIND_DATAA data{};
+    if (!pattern.ends_with("\\*")) {
         const Place place = Locate(pattern);
-        return place.code == ERROR_PATH_NOT_FOUND ? ERROR_PATH_NOT_FOUND : ERROR_FILE_NOT_FOUND;
-    }
-    const std::string last = pattern.names.back();
-    if (!HasWildcards(last)) {
-        const Place place = Locate(pattern);
-        find.folder = FolderOf(place.host);
-        find.names.push_back(NameOf(place.host));
+        if (place.Exists() && !place.IsRoot() && !pattern.ends_with('\\') &&
+            Describe(place.host, EntryOf(place.host), data)) {
+            found.push_back(data);
+        }
         return place.code;
     }
-    pattern.names.pop_back();
-    const Place folder = LocateTarget(pattern.Text());
+    const Place folder = LocateTarget(pattern.substr(0, pattern.size() - 1));
     if (!folder.Exists()) {
         return folder.code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : folder.code;
     }
-    if (!folder.IsFolder()) {
-        return ERROR_DIRECTORY;
+    std::vector<Entry> entries = List(folder.host);
+    if (!folder.IsRoot()) {
+        entries.insert(entries.begin(), {{".", ".", "", ""}, {"..", "..", "", ""}});
     }
-    find.folder = folder.host;
-    if (!folder.isRoot) {
-        for (const char* dots : {".", ".."}) {
-            if (NameMatches(last, dots)) {
-                find.names.emplace_back(dots);
-            }
-        }
-    }
-    for (const auto& [capitals, entry] : ListingOf(folder.host).All()) {
-        if (NameMatches(last, entry.name)) {
-            find.names.push_back(entry.stored);
+    for (const Entry& entry : entries) {
+        if (Describe(folder.host / entry.stored, entry, data)) {
+            found.push_back(data);
         }
     }
     return ERROR_SUCCESS;
 }
 
-// The short form of a path that exists; names that are short stay as they were given.
-std::string ShortPath(const FullPath& path) {
-    FullPath way;
-    way.drive = path.drive;
-    std::string text{path.drive, ':'};
-    for (const std::string& name : path.names) {
-        text += '\\';
-        if (IsShortName(name)) {
-            text += name;
-        } else {
-            Listing& listing = ListingOf(LocateTarget(way.Text()).host);
-            const Listing::Entry* entry = listing.Find(name);
-            text += entry == nullptr ? name : listing.ShortName(entry->name);
-        }
-        way.names.push_back(name);
-    }
-    if (path.names.empty() || path.trailingBackslash) {
-        text += '\\';
+// The short form of a path that exists; names that are short come as they are stored.
+std::string ShortPath(const Place& place) {
+    const fs::path drive = Machine::Current().Folder() / "drives" / place.path.substr(0, 1);
+    fs::path folder = drive;
+    std::string text = place.path.substr(0, 2);
+    for (const fs::path& name : place.host.lexically_relative(drive)) {
+        folder /= name;
+        const Entry entry = EntryOf(folder);
+        text += '\\' + (entry.alternate.empty() ? entry.name : entry.alternate);
     }
     return text;
+}
+
+// The next item of a search; 18 after the last one.
+BOOL Next(Call& call, Handle& find, WIN32_FIND_DATAA& data) {
+    if (find.given == find.found.size()) {
+        return call.Fail(ERROR_NO_MORE_FILES);
+    }
+    data = find.found[find.given++];
+    return TRUE;
 }
 
 }  // namespace
@@ -135,7 +92,7 @@ std::string ShortPath(const FullPath& path) {
 
 // INVALID_FILE_ATTRIBUTES on failure: 2 or 3 for what is not there.
 DWORD WINAPI GetFileAttributesA(LPCSTR path) {
-    hosted::Call call("GetFileAttributesA", hosted::ToUtf8(path));
+    hosted::Call call("GetFileAttributesA", path);
     if (call.Refused()) {
         return INVALID_FILE_ATTRIBUTES;
     }
@@ -147,14 +104,12 @@ DWORD WINAPI GetFileAttributesA(LPCSTR path) {
     return hosted::AttributesOf(place);
 }
 
-// The size needed with its NUL when it is too small, otherwise the length; 0 on failure.
 // Read-only, hidden and system; the others come from what the item is.
 BOOL WINAPI SetFileAttributesA(LPCSTR path, DWORD attributes) {
-    hosted::Call call("SetFileAttributesA", hosted::ToUtf8(path), hosted::Call::Changes);
+    hosted::Call call("SetFileAttributesA", path, hosted::Call::Changes);
     if (call.Refused()) {
         return FALSE;
     }
-    const hosted::MachineLock lock;
     const hosted::Place place = hosted::Locate(path);
     if (!place.Exists()) {
         return call.Fail(place.code);
@@ -163,18 +118,19 @@ BOOL WINAPI SetFileAttributesA(LPCSTR path, DWORD attributes) {
     return TRUE;
 }
 
+// The size needed with its NUL when it is too small, otherwise the length; 0 on failure.
 DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
-    hosted::Call call("GetShortPathNameA", hosted::ToUtf8(longPath));
+    hosted::Call call("GetShortPathNameA", longPath);
     if (call.Refused()) {
         return 0;
     }
-    const hosted::FullPath path = hosted::ParsePath(longPath);
-    const hosted::Place place = hosted::Locate(path);
+    const hosted::Place place = hosted::Locate(longPath);
     if (!place.Exists()) {
         call.Fail(place.code);
         return 0;
     }
-    const std::string text = hosted::ShortPath(path);
+    std::string text = place.IsRoot() ? place.path : hosted::ShortPath(place);
+    text += std::string_view(longPath).ends_with('\\') && !text.ends_with('\\') ? "\\" : "";
     // "less": it has grown since its size was asked for.
     if (size <= text.size() || call.Less()) {
         return std::max(static_cast<DWORD>(text.size() + 1), size + 1);
@@ -185,31 +141,26 @@ DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
 
 // Entries come in the order of their names' capitals, as NTFS keeps them.
 HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
-    hosted::Call call("FindFirstFileA", hosted::ToUtf8(pattern));
+    hosted::Call call("FindFirstFileA", pattern);
     if (call.Refused()) {
         return INVALID_HANDLE_VALUE;
     }
-    auto find = std::make_unique<hosted::FindState>();
-    find->name = hosted::ToUtf8(pattern);
-    DWORD code = hosted::Search(hosted::ParsePath(pattern, hosted::Wildcards::InLastName), *find);
-    if (code == ERROR_SUCCESS && !hosted::Next(*find, *data)) {
-        code = ERROR_FILE_NOT_FOUND;
-    }
-    if (code != ERROR_SUCCESS) {
-        call.Fail(code);
+    hosted::Handle find;
+    find.name = pattern;
+    const DWORD code = hosted::Search(pattern, find.found);
+    if (code != ERROR_SUCCESS || find.found.empty()) {
+        call.Fail(code != ERROR_SUCCESS ? code : ERROR_FILE_NOT_FOUND);
         return INVALID_HANDLE_VALUE;
     }
-    return hosted::HandleTable::Ours().Add(std::move(find));
+    hosted::Next(call, find, *data);
+    return hosted::AddHandle(std::move(find));
 }
 
 BOOL WINAPI FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
-    hosted::Call call("FindNextFileA", hosted::HandleTable::Ours().NameOf(handle));
+    hosted::Call call("FindNextFileA", hosted::NameOf(handle));
+    hosted::Handle* const find = hosted::HandleBehind(handle);
     if (call.Refused()) {
         return FALSE;
     }
-    auto* find = hosted::HandleTable::Ours().Find<hosted::FindState>(handle);
-    if (find == nullptr) {
-        return call.Fail(ERROR_INVALID_HANDLE);
-    }
-    return hosted::Next(*find, *data) ? TRUE : call.Fail(ERROR_NO_MORE_FILES);
+    return find == nullptr ? call.Fail(ERROR_INVALID_HANDLE) : hosted::Next(call, *find, *data);
 }

@@ -1,148 +1,37 @@
-// Processes, as the program sees them.
-#include <sys/wait.h>
+// What a process asks about itself, its memory and its end.
+#include "platform/hosted/process/process.h"
+
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
-#include "platform/hosted/files/folders.h"
-#include "platform/hosted/files/handle_table.h"
-#include "platform/hosted/files/paths.h"
-#include "platform/hosted/process/start.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/files/files.h"
 
 namespace hosted {
-namespace {
 
-struct CommandLine {
-    std::string text = '"' + Machine::Current().ModulePath() + '"';
-};
-
-// A process or its thread. Nothing is asked of it but to be closed.
-struct ProcessHandle : HandleObject {};
-
-constexpr std::string_view kBlanks = " \t";
-
-std::string VariableName(std::string_view name) {
-    return "UNINSTALL_VARIABLE_" + ToUtf8(UpperCase(name));
-}
-
-bool IsProgram(std::string_view path) {
-    const Place place = LocateTarget(path);
-    return place.Exists() && !place.IsFolder();
-}
-
-// The length of the program's name in a command line that begins with it. Without quotes
-// the shortest beginning that is a program counts, as the system has it.
-std::size_t LengthOfProgram(std::string_view line) {
-    std::size_t end = line.find_first_of(kBlanks);
-    const std::size_t first = std::min(end, line.size());
-    while (end != std::string_view::npos && !IsProgram(line.substr(0, end))) {
-        end = line.find_first_of(kBlanks, end + 1);
+ProcessState& Process() {
+    std::shared_ptr<ProcessState>& process = Machine::Current().process;
+    if (process == nullptr) {
+        process = std::make_shared<ProcessState>();
     }
-    const std::size_t found = std::min(end, line.size());
-    return IsProgram(line.substr(0, found)) ? found : first;
+    return *process;
 }
-
-struct Command {
-    std::string program, arguments;
-};
-
-Command Separate(LPCSTR application, LPCSTR commandLine) {
-    const std::string_view line = commandLine == nullptr ? "" : commandLine;
-    Command command;
-    std::size_t end = 0;
-    if (line.starts_with('"')) {
-        const std::size_t quote = std::min(line.find('"', 1), line.size());
-        command.program = line.substr(1, quote - 1);
-        end = std::min(quote + 1, line.size());
-    } else if (application != nullptr &&
-               EqualIgnoringCase(line.substr(0, std::strlen(application)), application)) {
-        end = std::strlen(application);
-    } else if (application != nullptr) {
-        end = std::min(line.find_first_of(kBlanks), line.size());
-    } else {
-        end = LengthOfProgram(line);
-        command.program = line.substr(0, end);
-    }
-    if (application != nullptr) {
-        command.program = application;
-    }
-    // The blanks between the two belong to neither; those at the end are part of the text.
-    const std::size_t begin = line.find_first_not_of(kBlanks, end);
-    command.arguments = begin == std::string_view::npos ? "" : line.substr(begin);
-    return command;
-}
-
-}  // namespace
 
 void SetArguments(std::string_view arguments) {
-    std::string& text = Machine::Current().Part<CommandLine>().text;
-    text = CommandLine().text;
-    if (!arguments.empty()) {
-        text += ' ';
-        text += arguments;
-    }
+    std::string& line = Process().commandLine;
+    line = '"' + Machine::Current().ModulePath() + '"';
+    line.append(arguments.empty() ? "" : " ").append(arguments);
 }
 
-std::optional<std::string> Variable(std::string_view name) {
-    if (const char* value = std::getenv(VariableName(name).c_str()); value != nullptr) {
-        return FromUtf8(value);
-    }
-    const auto& folders = Machine::Current().GetSettings().folders;
-    const auto folder = [&](const char* known) -> std::optional<std::string> {
-        const auto place = folders.find(known);
-        return place == folders.end() ? std::nullopt : std::optional(place->second);
-    };
-    if (EqualIgnoringCase(name, "TEMP") || EqualIgnoringCase(name, "TMP")) {
-        return folder("temp");
-    }
-    if (EqualIgnoringCase(name, "windir") || EqualIgnoringCase(name, "SystemRoot")) {
-        return folder("windows");
-    }
-    if (EqualIgnoringCase(name, "CD")) {
-        return CurrentFolder();
-    }
-    return std::nullopt;
+void EnterProcess() {
+    Process().program = Occupy("/proc/self/exe");
+    SetCurrentFolder(CurrentFolder());
 }
 
 }  // namespace hosted
 
-// Starts a program or, by the command interpreter, a script. Without application its name
-// is what the command line begins with. Environment and error mode are inherited; startup
-// is not looked at: nothing that is started here has a window of its own.
-BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* /*processSecurity*/,
-                           void* /*threadSecurity*/, BOOL /*inheritHandles*/, DWORD /*flags*/,
-                           LPVOID /*environment*/, LPCSTR currentDirectory,
-                           STARTUPINFOA* /*startup*/, PROCESS_INFORMATION* process) {
-    hosted::Call call("CreateProcessA",
-                      hosted::ToUtf8(application == nullptr ? commandLine : application),
-                      hosted::Call::Changes);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const hosted::Command command = hosted::Separate(application, commandLine);
-    int pid = 0;
-    const DWORD code =
-        hosted::StartProgram(command.program, command.arguments,
-                             currentDirectory == nullptr ? "" : currentDirectory, pid);
-    if (code != ERROR_SUCCESS) {
-        return call.Fail(code);
-    }
-    auto& handles = hosted::HandleTable::Ours();
-    for (HANDLE* const handle : {&process->hProcess, &process->hThread}) {
-        auto object = std::make_unique<hosted::ProcessHandle>();
-        object->name = hosted::ToUtf8(command.program);
-        *handle = handles.Add(std::move(object));
-    }
-    process->dwProcessId = static_cast<DWORD>(pid);
-    process->dwThreadId = static_cast<DWORD>(pid);
-    return TRUE;
-}
-
 HANDLE WINAPI GetCurrentProcess() {
-    return reinterpret_cast<HANDLE>(std::intptr_t{-1});
+    return INVALID_HANDLE_VALUE;
 }
 
 // Of this process only: ends it at once, with nothing of the program's running any more. The
@@ -175,40 +64,26 @@ BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
 // blank only where there are some.
 LPSTR WINAPI GetCommandLineA() {
     const hosted::Call call("GetCommandLineA");
-    return hosted::Machine::Current().Part<hosted::CommandLine>().text.data();
+    return hosted::Process().commandLine.data();
 }
 
-// Too small a buffer receives the beginning of the path; the result is its size then, the
-// last error code 122.
+// Too small a buffer: its size, with 122. The program's has room for every path there is.
 DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
     hosted::Call call("GetModuleFileNameA");
+    const std::string& path = hosted::Machine::Current().ModulePath();
     if (call.Refused()) {
         return 0;
     }
-    const std::string path = hosted::Machine::Current().ModulePath();
-    if (path.empty() || size == 0) {
-        call.Fail(path.empty() ? ERROR_FILE_NOT_FOUND : ERROR_INSUFFICIENT_BUFFER);
-        return 0;
-    }
-    const std::size_t length = path.copy(buffer, size - 1);
-    buffer[length] = '\0';
-    if (length < path.size()) {
+    if (path.size() >= size) {
         call.Fail(ERROR_INSUFFICIENT_BUFFER);
         return size;
     }
-    return static_cast<DWORD>(length);
+    buffer[path.copy(buffer, size)] = '\0';
+    return static_cast<DWORD>(path.size());
 }
 
-// For this process and those that it starts; a null value removes the variable. Variables
-// of the Linux environment are no variables of the machine.
-BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR value) {
-    hosted::Call call("SetEnvironmentVariableA", name);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const std::string variable = hosted::VariableName(name);
-    const int result = value == nullptr
-                           ? unsetenv(variable.c_str())
-                           : setenv(variable.c_str(), hosted::ToUtf8(value).c_str(), 1);
-    return result == 0 ? TRUE : call.Fail(ERROR_INVALID_PARAMETER);
+// The interpreter here is this layer's own and reads no variable.
+BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR /*value*/) {
+    const hosted::Call call("SetEnvironmentVariableA", name);
+    return call.Refused() ? FALSE : TRUE;
 }

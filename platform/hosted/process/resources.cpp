@@ -1,68 +1,34 @@
 // The resources that the program carries.
-#include <charconv>
+#include <algorithm>
 
 #include "platform/hosted/machine.h"
 #include "platform/hosted/process/stored_resources.h"
 
-namespace hosted {
 namespace {
 
-// The id that a resource name means: a number in place of a pointer, or "#101".
-unsigned IdOf(LPCSTR name) {
-    const auto value = reinterpret_cast<std::uintptr_t>(name);
-    if (value <= 0xFFFF) {
-        return static_cast<unsigned>(value);
-    }
-    const std::string_view text = name;
-    unsigned id = 0;
-    if (text.starts_with('#')) {
-        std::from_chars(text.data() + 1, text.data() + text.size(), id);
-    }
-    return id;
-}
-
-bool IsType(const StoredResource& resource, LPCSTR type) {
-    return reinterpret_cast<std::uintptr_t>(type) > 0xFFFF &&
-           EqualIgnoringCase(resource.type, type);
-}
-
-const StoredResource* Behind(HRSRC resource) {
-    return reinterpret_cast<const StoredResource*>(resource);
+const hosted::StoredResource* Behind(HRSRC resource) {
+    return reinterpret_cast<const hosted::StoredResource*>(resource);
 }
 
 }  // namespace
-}  // namespace hosted
 
-// 1813 for an unknown type, 1814 for an unknown name.
+// By number (MAKEINTRESOURCE); 1814 for an unknown one.
 HRSRC WINAPI FindResourceA(HMODULE /*module*/, LPCSTR name, LPCSTR type) {
-    hosted::Call call("FindResourceA", std::to_string(hosted::IdOf(name)));
-    if (call.Refused()) {
-        return nullptr;
-    }
-    DWORD code = ERROR_RESOURCE_TYPE_NOT_FOUND;
+    const auto id = reinterpret_cast<std::uintptr_t>(name);
+    hosted::Call call("FindResourceA", std::to_string(id));
     for (const hosted::StoredResource& resource : hosted::StoredResources()) {
-        if (!hosted::IsType(resource, type)) {
-            continue;
-        }
-        if (resource.id == hosted::IdOf(name)) {
+        if (!call.Refused() && resource.id == id &&
+            hosted::EqualIgnoringCase(resource.type, type)) {
             return reinterpret_cast<HRSRC>(const_cast<hosted::StoredResource*>(&resource));
         }
-        code = ERROR_RESOURCE_NAME_NOT_FOUND;
     }
-    call.Fail(code);
+    call.Fail(call.Refused() ? call.Code() : ERROR_RESOURCE_NAME_NOT_FOUND);
     return nullptr;
 }
 
 HGLOBAL WINAPI LoadResource(HMODULE /*module*/, HRSRC resource) {
-    hosted::Call call("LoadResource");
-    if (call.Refused()) {
-        return nullptr;
-    }
-    if (resource == nullptr) {
-        call.Fail(ERROR_RESOURCE_DATA_NOT_FOUND);
-        return nullptr;
-    }
-    return const_cast<unsigned char*>(hosted::Behind(resource)->data);
+    const hosted::Call call("LoadResource");
+    return call.Refused() ? nullptr : const_cast<unsigned char*>(Behind(resource)->data);
 }
 
 LPVOID WINAPI LockResource(HGLOBAL data) {
@@ -72,7 +38,5 @@ LPVOID WINAPI LockResource(HGLOBAL data) {
 
 DWORD WINAPI SizeofResource(HMODULE /*module*/, HRSRC resource) {
     const hosted::Call call("SizeofResource");
-    return call.Refused() || resource == nullptr
-               ? 0
-               : static_cast<DWORD>(hosted::Behind(resource)->size);
+    return call.Refused() ? 0 : static_cast<DWORD>(Behind(resource)->size);
 }
