@@ -9,16 +9,9 @@
 namespace hosted {
 namespace {
 
-DWORD& LastError() {
-    static DWORD code = 0;  // the program has one thread
-    return code;
-}
-
-// How many calls of the layer are running; without WinMain the program is not.
-unsigned& Depth() {
-    static unsigned depth = 1;
-    return depth;
-}
+// The program has one thread.
+DWORD lastError = 0;
+bool inProgram = false;  // until WinMain
 
 bool Matches(std::string_view pattern, std::string_view text) {
     return pattern == "*" || pattern == text;
@@ -52,21 +45,13 @@ void Vanish(std::string_view function, const std::string& argument) {
 }  // namespace
 
 bool InProgram() {
-    return Depth() == 0;
+    return inProgram;
 }
 
-ProgramScope::ProgramScope() : depth_(std::exchange(Depth(), 0)) {}
+Scope::Scope(bool program) : before_(std::exchange(inProgram, program)) {}
 
-ProgramScope::~ProgramScope() {
-    Depth() = depth_;
-}
-
-LayerScope::LayerScope() {
-    ++Depth();
-}
-
-LayerScope::~LayerScope() {
-    --Depth();
+Scope::~Scope() {
+    inProgram = before_;
 }
 
 Call::Call(const char* function, const char* argument, Effect effect)
@@ -97,25 +82,16 @@ void Call::Begin() {
 }
 
 void Call::Obey(const Fault& fault) {
-    switch (fault.kind) {
-        case Fault::Kind::Code:
-            code_ = fault.code;
-            break;
-        case Fault::Kind::Less:
-            less_ = true;
-            break;
-        case Fault::Kind::Gone:
-            Vanish(function_, argument_);
-            break;
-        case Fault::Kind::Stop:
-            WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
-            break;
-        case Fault::Kind::KillBefore:
-            Kill();
-            break;
-        case Fault::Kind::KillAfter:
-            killAfter_ = true;
-            break;
+    using Kind = Fault::Kind;
+    code_ = fault.kind == Kind::Code ? fault.code : code_;
+    less_ = less_ || fault.kind == Kind::Less;
+    killAfter_ = killAfter_ || fault.kind == Kind::KillAfter;
+    if (fault.kind == Kind::Gone) {
+        Vanish(function_, argument_);
+    } else if (fault.kind == Kind::Stop) {
+        WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
+    } else if (fault.kind == Kind::KillBefore) {
+        Kill();
     }
 }
 
@@ -134,12 +110,12 @@ Call::~Call() {
     }
 }
 
-BOOL Call::Fail(DWORD code) {
+BOOL Call::Done(DWORD code) {
     result_ = code;
-    if (!IsRegistry(function_)) {
+    if (code != 0 && !IsRegistry(function_)) {
         SetLastError(code);
     }
-    return FALSE;
+    return code == 0 ? TRUE : FALSE;
 }
 
 LSTATUS Call::Result(LSTATUS code) {
@@ -150,9 +126,9 @@ LSTATUS Call::Result(LSTATUS code) {
 }  // namespace hosted
 
 DWORD WINAPI GetLastError() {
-    return hosted::LastError();
+    return hosted::lastError;
 }
 
 void WINAPI SetLastError(DWORD code) {
-    hosted::LastError() = code;
+    hosted::lastError = code;
 }

@@ -2,7 +2,7 @@
 // machine's processes and runs WinMain.
 #include <csignal>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/files/files.h"
 #include "platform/hosted/process/process.h"
 
 namespace {
@@ -35,8 +35,8 @@ int main(int count, char** values) {
         const hosted::ProgramScope program;
         status = static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal));
     }
-    for (const std::string& name : machine.open) {
-        machine.AppendLine("log.txt", "still open: " + name);
+    for (const auto& [value, handle] : hosted::Files().handles) {
+        machine.AppendLine("log.txt", "still open: " + hosted::ToUtf8(handle.name));
     }
     { const hosted::Call call("ExitProcess"); }
     return static_cast<int>(status);

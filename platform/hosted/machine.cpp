@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include "platform/hosted/descriptor.h"
 
@@ -27,17 +28,10 @@ fs::path OwnProgram() {
 
 // The folder above "drives/X" of a program's file; empty where there is none. The outermost
 // counts: a machine may well hold a folder that is itself called "drives".
-fs::path MachineAround(const fs::path& program) {
-    fs::path folder;
-    for (auto part = program.begin(); part != program.end(); ++part) {
-        const auto drive = std::next(part);
-        if (*part == "drives" && drive != program.end() && drive->native().size() == 1 &&
-            std::next(drive) != program.end()) {
-            return folder;
-        }
-        folder /= *part;
-    }
-    return {};
+fs::path MachineAround(const std::string& program) {
+    static const std::regex onADrive("(.*?)/drives/[^/]/.*");
+    std::smatch parts;
+    return std::regex_match(program, parts, onADrive) ? parts[1].str() : "";
 }
 
 [[noreturn]] void GiveUp(const std::string& sentence) {

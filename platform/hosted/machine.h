@@ -140,9 +140,6 @@ class Machine {
     std::shared_ptr<struct RegistryState> registry;
     std::shared_ptr<struct ProcessState> process;
     std::shared_ptr<struct UiState> ui;
-    // The name (UTF-8) of every file, search, process and key that the program has open: put
-    // in when it is opened, taken out when it is closed. Nothing may be left at the end.
-    std::multiset<std::string> open;
     // How many calls each fault has met, and how often each call was made.
     std::vector<unsigned> faultsMet;
     std::map<std::string, unsigned> callsMade;
@@ -171,24 +168,23 @@ class MachineLock {
 // Whether the program itself is running, not this layer on its behalf: only then is its
 // memory counted.
 bool InProgram();
-// While the layer runs code of the program: WinMain, an event of a form.
-class ProgramScope {
+class Scope {
  public:
-    ProgramScope();
-    ~ProgramScope();
-    ProgramScope(const ProgramScope&) = delete;
-    ProgramScope& operator=(const ProgramScope&) = delete;
+    explicit Scope(bool inProgram);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
 
  private:
-    unsigned depth_;
+    bool before_;
+};
+// While the layer runs code of the program: WinMain, an event of a form.
+struct ProgramScope : Scope {
+    ProgramScope() : Scope(true) {}
 };
 // While the layer runs outside of a Call.
-class LayerScope {
- public:
-    LayerScope();
-    ~LayerScope();
-    LayerScope(const LayerScope&) = delete;
-    LayerScope& operator=(const LayerScope&) = delete;
+struct LayerScope : Scope {
+    LayerScope() : Scope(false) {}
 };
 
 // Every platform function starts with one of these, named with its argument: in UTF-8 as a
@@ -220,8 +216,14 @@ class Call {
     // It is to succeed with less: one byte fewer, a buffer that has become too small.
     [[nodiscard]] bool Less() const { return less_; }
     // Records how the call went (0: success) and, unless it is a registry call, leaves a
-    // failure as the last error code.
-    BOOL Fail(DWORD code);
+    // failure as the last error code. Gives TRUE for success.
+    BOOL Done(DWORD code);
+    BOOL Fail(DWORD code) { return Done(code); }
+    // Does the work, which gives a code, unless the call is refused; then as Done.
+    template <typename Work>
+    BOOL Run(Work work) {
+        return Done(Refused() ? code_ : work());
+    }
     LSTATUS Result(LSTATUS code);
 
  private:

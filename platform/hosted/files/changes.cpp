@@ -100,10 +100,6 @@ DWORD DeleteByShell(std::string_view path) {
     return DeleteTree(place.host, place.path.size());
 }
 
-BOOL Result(Call& call, DWORD code) {
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
-}
-
 }  // namespace
 }  // namespace hosted
 
@@ -111,24 +107,21 @@ BOOL Result(Call& call, DWORD code) {
 // open without sharing deletion (32). Of a link only the link goes.
 BOOL WINAPI DeleteFileA(LPCSTR path) {
     hosted::Call call("DeleteFileA", path, hosted::Call::Changes);
-    return call.Refused() ? FALSE
-                          : hosted::Result(call, hosted::DeletePlace(hosted::Locate(path), false));
+    return call.Run([&] { return hosted::DeletePlace(hosted::Locate(path), false); });
 }
 
 // An empty folder (145 otherwise), or a link to one: of that only the link goes. Refuses
 // files (267), read-only folders (5) and anybody's current folder (32).
 BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
     hosted::Call call("RemoveDirectoryA", path, hosted::Call::Changes);
-    return call.Refused() ? FALSE
-                          : hosted::Result(call, hosted::DeletePlace(hosted::Locate(path), true));
+    return call.Run([&] { return hosted::DeletePlace(hosted::Locate(path), true); });
 }
 
 // An existing target is overwritten unless failIfExists (80) or it is read-only or hidden
 // (5), running or open (32).
 BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
     hosted::Call call("CopyFileA", target, hosted::Call::Changes);
-    return call.Refused() ? FALSE
-                          : hosted::Result(call, hosted::Copy(source, target, failIfExists != 0));
+    return call.Run([&] { return hosted::Copy(source, target, failIfExists != 0); });
 }
 
 // Only FO_DELETE, without questions: read-only items go as well. pFrom: full paths, each
@@ -137,13 +130,12 @@ BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
 int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
     hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
     DWORD failure = call.Code();
-    LPCSTR path = operation->pFrom;
-    for (; !call.Refused() && *path != '\0'; path += std::strlen(path) + 1) {
-        const DWORD code = hosted::DeleteByShell(path);
-        failure = failure == ERROR_SUCCESS ? code : failure;
-    }
-    if (failure != ERROR_SUCCESS) {
-        call.Fail(failure);
-    }
+    call.Run([&] {
+        for (LPCSTR path = operation->pFrom; *path != '\0'; path += std::strlen(path) + 1) {
+            const DWORD code = hosted::DeleteByShell(path);
+            failure = failure == ERROR_SUCCESS ? code : failure;
+        }
+        return failure;
+    });
     return static_cast<int>(failure);
 }

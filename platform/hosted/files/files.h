@@ -63,13 +63,11 @@ DWORD AttributesOf(const Place& place);
 struct Handle {
     std::string name;  // what it was opened as, Windows-1252
     Descriptor file;
-    std::vector<WIN32_FIND_DATAA> found;  // by a search
-    std::size_t given = 0;                // so many of them
+    std::vector<WIN32_FIND_DATAA> found;  // by a search and not yet given, the next one last
 };
 HANDLE AddHandle(Handle handle);
-// Null if there is no such handle.
-Handle* HandleBehind(HANDLE handle);
-const char* NameOf(HANDLE handle);
+// Nothing, without a file, where there is no such handle.
+Handle& HandleBehind(HANDLE handle);
 
 struct Wish {
     DWORD access, share, disposition, attributes;

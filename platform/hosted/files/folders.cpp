@@ -2,8 +2,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-#include <cstring>
-
 #include "platform/hosted/files/files.h"
 
 // What the shell calls an item list stands for a folder here.
@@ -29,7 +27,7 @@ DWORD Give(const Call& call, const std::string& path, LPSTR buffer, DWORD size) 
     if (size <= path.size() || call.Less()) {
         return static_cast<DWORD>(path.size() + 1);
     }
-    std::memcpy(buffer, path.c_str(), path.size() + 1);
+    buffer[path.copy(buffer, size)] = '\0';
     return static_cast<DWORD>(path.size());
 }
 
@@ -101,8 +99,7 @@ DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
 
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
     hosted::Call call("SetCurrentDirectoryA", path);
-    const DWORD code = call.Refused() ? call.Code() : hosted::SetCurrentFolder(path);
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    return call.Run([&] { return hosted::SetCurrentFolder(path); });
 }
 
 // Only the two Programs folders; an unknown or unavailable one fails.
@@ -123,14 +120,13 @@ HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLI
 // path: room for MAX_PATH characters.
 BOOL WINAPI SHGetPathFromIDListA(LPCITEMIDLIST list, LPSTR path) {
     hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : list->path.c_str());
-    if (call.Refused()) {
-        return FALSE;
-    }
-    if (list == nullptr || list->path.size() >= MAX_PATH) {
-        return call.Fail(ERROR_INVALID_PARAMETER);
-    }
-    std::memcpy(path, list->path.c_str(), list->path.size() + 1);
-    return TRUE;
+    return call.Run([&] {
+        if (list == nullptr || list->path.size() >= MAX_PATH) {
+            return ERROR_INVALID_PARAMETER;
+        }
+        path[list->path.copy(path, MAX_PATH)] = '\0';
+        return ERROR_SUCCESS;
+    });
 }
 
 // Item lists are all that is allocated for the caller like this.

@@ -14,49 +14,34 @@
 namespace hosted {
 namespace {
 
-struct Right {
-    off_t had, denied;  // the bytes that are locked
-    DWORD access, share;
-};
-constexpr std::array<Right, 2> kRights{
-    {{0, 1, GENERIC_READ, FILE_SHARE_READ}, {2, 3, GENERIC_WRITE, FILE_SHARE_WRITE}}};
-constexpr off_t kDeletionDenied = 4;
+constexpr std::array<std::pair<DWORD, DWORD>, 3> kRights{
+    {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_WRITE, FILE_SHARE_WRITE}, {0, FILE_SHARE_DELETE}}};
+constexpr off_t kDeletionDenied = 5;
 
-struct flock LockOf(off_t byte, short type) {
+// Locks a byte, or asks whether another opening of the file has locked it.
+bool Lock(const Descriptor& file, int command, off_t byte) {
     struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
+    lock.l_type = command == F_OFD_SETLK ? F_RDLCK : F_WRLCK;
     lock.l_start = byte;
     lock.l_len = 1;
-    return lock;
-}
-
-void Lock(const Descriptor& file, off_t byte) {
-    struct flock lock = LockOf(byte, F_RDLCK);
-    fcntl(file.Get(), F_OFD_SETLK, &lock);
-}
-
-// By another opening than this one.
-bool IsLocked(const Descriptor& file, off_t byte) {
-    struct flock lock = LockOf(byte, F_WRLCK);
-    return fcntl(file.Get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    return fcntl(file.Get(), command, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 // False if somebody stands against it; closing the file takes back what it has claimed.
 bool Claim(const Descriptor& file, DWORD access, DWORD share) {
     bool free = true;
-    for (const Right& right : kRights) {
-        if ((access & right.access) != 0) {
-            Lock(file, right.had);
-            free = free && !IsLocked(file, right.denied);
+    off_t had = 0;
+    for (const auto& [right, sharing] : kRights) {
+        const off_t denied = had + 1;
+        if ((access & right) != 0) {
+            Lock(file, F_OFD_SETLK, had);
+            free = free && !Lock(file, F_OFD_GETLK, denied);
         }
-        if ((share & right.share) == 0) {
-            Lock(file, right.denied);
-            free = free && !IsLocked(file, right.had);
+        if ((share & sharing) == 0) {
+            Lock(file, F_OFD_SETLK, denied);
+            free = free && !Lock(file, F_OFD_GETLK, had);
         }
-    }
-    if ((share & FILE_SHARE_DELETE) == 0) {
-        Lock(file, kDeletionDenied);
+        had += 2;
     }
     return free;
 }
@@ -78,46 +63,34 @@ DWORD CheckPlace(const Place& place, const Wish& wish) {
     return refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
-// Moves count bytes by one of read and write, which may take several goes.
-template <typename Move, typename Byte>
-DWORD MoveAll(Move move, const Handle* handle, Byte* bytes, DWORD count, DWORD& moved) {
-    while (handle != nullptr && moved < count) {
-        const ssize_t size = move(handle->file.Get(), bytes + moved, count - moved);
-        if (size < 0) {
-            return CodeOfErrno(errno);
-        }
-        if (size == 0) {
-            break;
-        }
-        moved += static_cast<DWORD>(size);
-    }
-    return handle == nullptr ? ERROR_INVALID_HANDLE : ERROR_SUCCESS;
-}
-
-// Opens a file as a handle; INVALID_HANDLE_VALUE with the last error code set on failure.
+// Opens a file as a handle; INVALID_HANDLE_VALUE on failure.
 HANDLE Open(Call& call, const char* path, const Wish& wish) {
     Handle handle;
     handle.name = path;
-    const DWORD code = OpenAs(path, wish, handle.file);
-    if (code != ERROR_SUCCESS && code != ERROR_ALREADY_EXISTS) {
-        call.Fail(code);
+    DWORD replaced = 0;  // what success leaves as the last error code
+    const BOOL opened = call.Run([&] {
+        const DWORD code = OpenAs(path, wish, handle.file);
+        replaced = code == ERROR_ALREADY_EXISTS ? code : 0;
+        return code - replaced;
+    });
+    if (opened == FALSE) {
         return INVALID_HANDLE_VALUE;
     }
-    SetLastError(code);
+    SetLastError(replaced);
     return AddHandle(std::move(handle));
 }
 
+// It is closed even where a fault tells the program otherwise.
 BOOL Close(const char* function, HANDLE handle) {
-    Call call(function, NameOf(handle));
-    // The program has done its part even where it is told that it failed.
-    auto& open = Machine::Current().open;
-    if (const auto name = open.find(ToUtf8(NameOf(handle))); name != open.end()) {
-        open.erase(name);
-    }
-    if (call.Refused()) {
-        return FALSE;
-    }
-    return Files().handles.erase(handle) != 0 ? TRUE : call.Fail(ERROR_INVALID_HANDLE);
+    Call call(function, HandleBehind(handle).name.c_str());
+    const bool known = Files().handles.erase(handle) != 0;
+    return call.Run([&] { return known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE; });
+}
+
+// What read or write has moved; a code.
+DWORD Moved(ssize_t size, LPDWORD moved) {
+    *moved = size > 0 ? static_cast<DWORD>(size) : 0;
+    return size < 0 ? CodeOfErrno(errno) : ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -131,7 +104,6 @@ FilesState& Files() {
 }
 
 HANDLE AddHandle(Handle handle) {
-    Machine::Current().open.insert(ToUtf8(handle.name));
     // Never used twice, so that a handle used after it was closed is noticed; small, since
     // OpenFile gives it as an int.
     const auto value = reinterpret_cast<HANDLE>(Files().lastHandle += 4);
@@ -139,14 +111,10 @@ HANDLE AddHandle(Handle handle) {
     return value;
 }
 
-Handle* HandleBehind(HANDLE handle) {
+Handle& HandleBehind(HANDLE handle) {
+    static Handle none;
     const auto found = Files().handles.find(handle);
-    return found == Files().handles.end() ? nullptr : &found->second;
-}
-
-const char* NameOf(HANDLE handle) {
-    const Handle* found = HandleBehind(handle);
-    return found == nullptr ? "" : found->name.c_str();
+    return found == Files().handles.end() ? none : found->second;
 }
 
 DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file) {
@@ -174,7 +142,7 @@ DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file) {
 }
 
 bool IsHeld(const Descriptor& file) {
-    return IsLocked(file, kDeletionDenied);
+    return Lock(file, F_OFD_GETLK, kDeletionDenied);
 }
 
 }  // namespace hosted
@@ -186,50 +154,37 @@ HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*securi
                           DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
     const bool opensOnly = disposition == OPEN_EXISTING && (access & GENERIC_WRITE) == 0;
     hosted::Call call("CreateFileA", path, opensOnly ? hosted::Call::Looks : hosted::Call::Changes);
-    if (call.Refused()) {
-        return INVALID_HANDLE_VALUE;
-    }
     return hosted::Open(call, path, {access, share, disposition, flags & hosted::kKeptAttributes});
 }
 
 // Only OF_WRITE, in the compatibility sharing mode, which shares reading and writing.
 HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
     hosted::Call call("OpenFile", path);
-    if (!call.Refused() && std::strlen(path) >= OFS_MAXPATHNAME) {
+    if (std::strlen(path) >= OFS_MAXPATHNAME) {
         call.Fail(ERROR_FILENAME_EXCED_RANGE);  // the record has no room for more
         return HFILE_ERROR;
     }
-    HANDLE handle = INVALID_HANDLE_VALUE;
-    if (!call.Refused()) {
-        constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
-        handle = hosted::Open(call, path, {GENERIC_WRITE, kShare, OPEN_EXISTING, 0});
-    }
+    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const HANDLE handle = hosted::Open(call, path, {GENERIC_WRITE, kShare, OPEN_EXISTING, 0});
     return static_cast<HFILE>(reinterpret_cast<std::intptr_t>(handle));
 }
 
+// "less": half of what is asked for.
 BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* /*overlapped*/) {
-    hosted::Call call("ReadFile", hosted::NameOf(file));
-    *read = 0;
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const DWORD code =
-        hosted::MoveAll(::read, hosted::HandleBehind(file), static_cast<char*>(buffer),
-                        call.Less() && count > 1 ? count / 2 : count, *read);
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    const hosted::Handle& handle = hosted::HandleBehind(file);
+    hosted::Call call("ReadFile", handle.name.c_str());
+    count = call.Less() && count > 1 ? count / 2 : count;
+    return call.Run([&] { return hosted::Moved(::read(handle.file.Get(), buffer, count), read); });
 }
 
+// "less": all but a byte.
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
                       void* /*overlapped*/) {
-    hosted::Call call("WriteFile", hosted::NameOf(file), hosted::Call::Changes);
-    *written = 0;
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const DWORD code =
-        hosted::MoveAll(::write, hosted::HandleBehind(file), static_cast<const char*>(data),
-                        count - (call.Less() && count > 0 ? 1 : 0), *written);
-    return code == ERROR_SUCCESS ? TRUE : call.Fail(code);
+    const hosted::Handle& handle = hosted::HandleBehind(file);
+    hosted::Call call("WriteFile", handle.name.c_str(), hosted::Call::Changes);
+    count -= call.Less() && count > 0 ? 1 : 0;
+    return call.Run(
+        [&] { return hosted::Moved(::write(handle.file.Get(), data, count), written); });
 }
 
 BOOL WINAPI CloseHandle(HANDLE handle) {

@@ -120,24 +120,15 @@ Place LocateTarget(std::string_view path) {
 }
 
 DWORD CodeOfErrno(int error) {
-    switch (error) {
-        case 0:
-            return ERROR_SUCCESS;
-        case ENOENT:
-            return ERROR_FILE_NOT_FOUND;
-        case EEXIST:
-            return ERROR_FILE_EXISTS;
-        case ENOSPC:
-            return ERROR_DISK_FULL;
-        case ETXTBSY:
-            return ERROR_SHARING_VIOLATION;
-        case ENOTEMPTY:
-            return ERROR_DIR_NOT_EMPTY;
-        case ENAMETOOLONG:
-            return ERROR_FILENAME_EXCED_RANGE;
-        default:
-            return ERROR_ACCESS_DENIED;
-    }
+    static const std::map<int, DWORD> codes{{0, ERROR_SUCCESS},
+                                            {ENOENT, ERROR_FILE_NOT_FOUND},
+                                            {EEXIST, ERROR_FILE_EXISTS},
+                                            {ENOSPC, ERROR_DISK_FULL},
+                                            {ETXTBSY, ERROR_SHARING_VIOLATION},
+                                            {ENOTEMPTY, ERROR_DIR_NOT_EMPTY},
+                                            {ENAMETOOLONG, ERROR_FILENAME_EXCED_RANGE}};
+    const auto known = codes.find(error);
+    return known == codes.end() ? ERROR_ACCESS_DENIED : known->second;
 }
 
 std::optional<fs::path> HostPath(std::string_view path) {

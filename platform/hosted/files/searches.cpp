@@ -7,70 +7,59 @@
 namespace hosted {
 namespace {
 
-// Describes an entry; false if it is not there any more. Times and sizes are nobody's concern.
-bool Describe(const fs::path& host, const Entry& entry, WIN32_FIND_DATAA& data) {
+// Adds an entry to what was found, unless it is not there any more. Times and sizes are
+// nobody's concern.
+void Describe(const fs::path& host, const Entry& entry, std::vector<WIN32_FIND_DATAA>& found) {
     Place place;
     place.host = host;
     std::error_code error;
     place.status = fs::symlink_status(host, error);
     if (!fs::exists(place.status)) {
-        return false;
+        return;
     }
-    data = {};
-    data.dwFileAttributes = AttributesOf(place);
-    if (place.IsLink()) {
-        data.dwReserved0 = place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
-    }
-    std::strncpy(data.cFileName, entry.name.c_str(), sizeof data.cFileName - 1);
-    std::strncpy(data.cAlternateFileName, entry.alternate.c_str(),
-                 sizeof data.cAlternateFileName - 1);
-    return true;
-}
-
-// The entry of a folder that is stored under this name.
-Entry EntryOf(const fs::path& host) {
-    for (Entry& entry : List(host.parent_path())) {
-        if (entry.stored == host.filename()) {
-            return std::move(entry);
-        }
-    }
-    return {};
-}
-
-// Fills found with what the pattern names: one item, or with "*" at the end a folder's
-// content. Result: a Win32 code.
-DWORD Search(std::string_view pattern, std::vector<WIN32_FIND_DATAA>& found) {
     WIN32_FIND_DATAA data{};
-    if (!pattern.ends_with("\\*")) {
-        const Place place = Locate(pattern);
-        if (place.Exists() && !place.IsRoot() && !pattern.ends_with('\\') &&
-            Describe(place.host, EntryOf(place.host), data)) {
-            found.push_back(data);
-        }
-        return place.code;
+    data.dwFileAttributes = AttributesOf(place);
+    data.dwReserved0 = !place.IsLink()    ? 0
+                       : place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT
+                                          : IO_REPARSE_TAG_SYMLINK;
+    entry.name.copy(data.cFileName, sizeof data.cFileName - 1);
+    entry.alternate.copy(data.cAlternateFileName, sizeof data.cAlternateFileName - 1);
+    found.push_back(data);
+}
+
+// The entry of its folder for what lies at a place.
+Entry EntryOf(const fs::path& host) {
+    std::vector<Entry> entries = List(host.parent_path());
+    const auto entry = std::find_if(entries.begin(), entries.end(), [&](const Entry& candidate) {
+        return candidate.stored == host.filename();
+    });
+    return entry == entries.end() ? Entry{} : std::move(*entry);
+}
+
+// What the pattern names: one item, or with "*" at the end a folder's content, in the order
+// of the names' capitals. Result: a Win32 code.
+DWORD Search(std::string_view pattern, std::vector<WIN32_FIND_DATAA>& found) {
+    const bool all = pattern.ends_with("\\*");
+    const Place place = all ? LocateTarget(pattern.substr(0, pattern.size() - 1)) : Locate(pattern);
+    if (!place.Exists()) {
+        const bool noFolder = all && place.code == ERROR_FILE_NOT_FOUND;
+        return noFolder ? ERROR_PATH_NOT_FOUND : place.code;
     }
-    const Place folder = LocateTarget(pattern.substr(0, pattern.size() - 1));
-    if (!folder.Exists()) {
-        return folder.code == ERROR_FILE_NOT_FOUND ? ERROR_PATH_NOT_FOUND : folder.code;
+    if (all && !place.IsRoot()) {
+        Describe(place.host, {".", ".", "", ""}, found);
+        Describe(place.host, {"..", "..", "", ""}, found);
     }
-    std::vector<Entry> entries = List(folder.host);
-    if (!folder.IsRoot()) {
-        entries.insert(entries.begin(), {{".", ".", "", ""}, {"..", "..", "", ""}});
+    for (const Entry& entry : all ? List(place.host) : std::vector{EntryOf(place.host)}) {
+        Describe(all ? place.host / entry.stored : place.host, entry, found);
     }
-    for (const Entry& entry : entries) {
-        if (Describe(folder.host / entry.stored, entry, data)) {
-            found.push_back(data);
-        }
-    }
-    return ERROR_SUCCESS;
+    return found.empty() ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS;
 }
 
 // The short form of a path that exists; names that are short come as they are stored.
 std::string ShortPath(const Place& place) {
-    const fs::path drive = Machine::Current().Folder() / "drives" / place.path.substr(0, 1);
-    fs::path folder = drive;
+    fs::path folder = Machine::Current().Folder() / "drives" / place.path.substr(0, 1);
     std::string text = place.path.substr(0, 2);
-    for (const fs::path& name : place.host.lexically_relative(drive)) {
+    for (const fs::path& name : place.host.lexically_relative(folder)) {
         folder /= name;
         const Entry entry = EntryOf(folder);
         text += '\\' + (entry.alternate.empty() ? entry.name : entry.alternate);
@@ -79,12 +68,13 @@ std::string ShortPath(const Place& place) {
 }
 
 // The next item of a search; 18 after the last one.
-BOOL Next(Call& call, Handle& find, WIN32_FIND_DATAA& data) {
-    if (find.given == find.found.size()) {
-        return call.Fail(ERROR_NO_MORE_FILES);
+DWORD Next(Handle& find, WIN32_FIND_DATAA& data) {
+    if (find.found.empty()) {
+        return ERROR_NO_MORE_FILES;
     }
-    data = find.found[find.given++];
-    return TRUE;
+    data = find.found.back();
+    find.found.pop_back();
+    return ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -93,74 +83,54 @@ BOOL Next(Call& call, Handle& find, WIN32_FIND_DATAA& data) {
 // INVALID_FILE_ATTRIBUTES on failure: 2 or 3 for what is not there.
 DWORD WINAPI GetFileAttributesA(LPCSTR path) {
     hosted::Call call("GetFileAttributesA", path);
-    if (call.Refused()) {
-        return INVALID_FILE_ATTRIBUTES;
-    }
     const hosted::Place place = hosted::Locate(path);
-    if (!place.Exists()) {
-        call.Fail(place.code);
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    return hosted::AttributesOf(place);
+    const bool found = call.Run([&] { return place.code; }) != FALSE;
+    return found ? hosted::AttributesOf(place) : INVALID_FILE_ATTRIBUTES;
 }
 
 // Read-only, hidden and system; the others come from what the item is.
 BOOL WINAPI SetFileAttributesA(LPCSTR path, DWORD attributes) {
     hosted::Call call("SetFileAttributesA", path, hosted::Call::Changes);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    const hosted::Place place = hosted::Locate(path);
-    if (!place.Exists()) {
-        return call.Fail(place.code);
-    }
-    hosted::KeepAttributes(place.host, attributes);
-    return TRUE;
+    return call.Run([&] {
+        const hosted::Place place = hosted::Locate(path);
+        if (place.Exists()) {
+            hosted::KeepAttributes(place.host, attributes);
+        }
+        return place.code;
+    });
 }
 
 // The size needed with its NUL when it is too small, otherwise the length; 0 on failure.
 DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
     hosted::Call call("GetShortPathNameA", longPath);
-    if (call.Refused()) {
-        return 0;
-    }
     const hosted::Place place = hosted::Locate(longPath);
-    if (!place.Exists()) {
-        call.Fail(place.code);
+    if (call.Run([&] { return place.code; }) == FALSE) {
         return 0;
     }
     std::string text = place.IsRoot() ? place.path : hosted::ShortPath(place);
-    text += std::string_view(longPath).ends_with('\\') && !text.ends_with('\\') ? "\\" : "";
+    text += std::string_view(longPath).ends_with('\\') && !place.IsRoot() ? "\\" : "";
     // "less": it has grown since its size was asked for.
     if (size <= text.size() || call.Less()) {
         return std::max(static_cast<DWORD>(text.size() + 1), size + 1);
     }
-    std::memcpy(buffer, text.c_str(), text.size() + 1);
+    buffer[text.copy(buffer, size)] = '\0';
     return static_cast<DWORD>(text.size());
 }
 
-// Entries come in the order of their names' capitals, as NTFS keeps them.
 HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
     hosted::Call call("FindFirstFileA", pattern);
-    if (call.Refused()) {
-        return INVALID_HANDLE_VALUE;
-    }
     hosted::Handle find;
     find.name = pattern;
-    const DWORD code = hosted::Search(pattern, find.found);
-    if (code != ERROR_SUCCESS || find.found.empty()) {
-        call.Fail(code != ERROR_SUCCESS ? code : ERROR_FILE_NOT_FOUND);
+    if (call.Run([&] { return hosted::Search(pattern, find.found); }) == FALSE) {
         return INVALID_HANDLE_VALUE;
     }
-    hosted::Next(call, find, *data);
+    std::reverse(find.found.begin(), find.found.end());
+    hosted::Next(find, *data);
     return hosted::AddHandle(std::move(find));
 }
 
 BOOL WINAPI FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
-    hosted::Call call("FindNextFileA", hosted::NameOf(handle));
-    hosted::Handle* const find = hosted::HandleBehind(handle);
-    if (call.Refused()) {
-        return FALSE;
-    }
-    return find == nullptr ? call.Fail(ERROR_INVALID_HANDLE) : hosted::Next(call, *find, *data);
+    hosted::Handle& find = hosted::HandleBehind(handle);
+    hosted::Call call("FindNextFileA", find.name.c_str());
+    return call.Run([&] { return hosted::Next(find, *data); });
 }

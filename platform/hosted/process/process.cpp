@@ -71,12 +71,9 @@ LPSTR WINAPI GetCommandLineA() {
 DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
     hosted::Call call("GetModuleFileNameA");
     const std::string& path = hosted::Machine::Current().ModulePath();
-    if (call.Refused()) {
-        return 0;
-    }
-    if (path.size() >= size) {
-        call.Fail(ERROR_INSUFFICIENT_BUFFER);
-        return size;
+    const bool fits = path.size() < size;
+    if (call.Run([&] { return fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER; }) == FALSE) {
+        return call.Refused() ? 0 : size;
     }
     buffer[path.copy(buffer, size)] = '\0';
     return static_cast<DWORD>(path.size());

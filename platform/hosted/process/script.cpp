@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -101,8 +100,7 @@ DWORD StartAndWait(const ScriptCommand& command) {
     if (posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ) != 0) {
         return kBadProgram;
     }
-    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    waitpid(process, nullptr, 0);
     return ERROR_SUCCESS;
 }
 

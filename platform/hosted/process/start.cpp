@@ -31,7 +31,7 @@ namespace {
     _exit(0);
 }
 
-DWORD StartScript(const char* path, const char* folder, int& process) {
+DWORD StartScript(const char* path, const char* folder) {
     const Place script = LocateTarget(path);
     const Place place = LocateTarget(folder);
     if (!script.Exists() || !place.Exists() || !place.IsFolder()) {
@@ -42,7 +42,7 @@ DWORD StartScript(const char* path, const char* folder, int& process) {
     if (pipe2(life.data(), O_CLOEXEC) != 0) {
         return CodeOfErrno(errno);
     }
-    process = fork();
+    const pid_t process = fork();
     if (process == 0) {
         BecomeInterpreter(script.path, place, life[0]);
     }
@@ -60,20 +60,11 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR /*commandLine*/, void* /*pr
                            LPVOID /*environment*/, LPCSTR currentDirectory,
                            STARTUPINFOA* /*startup*/, PROCESS_INFORMATION* process) {
     hosted::Call call("CreateProcessA", application, hosted::Call::Changes);
-    if (call.Refused()) {
+    *process = {};
+    if (call.Run([&] { return hosted::StartScript(application, currentDirectory); }) == FALSE) {
         return FALSE;
     }
-    int id = 0;
-    const DWORD code = hosted::StartScript(application, currentDirectory, id);
-    if (code != ERROR_SUCCESS) {
-        return call.Fail(code);
-    }
-    for (HANDLE* const handle : {&process->hProcess, &process->hThread}) {
-        hosted::Handle object;
-        object.name = application;
-        *handle = hosted::AddHandle(std::move(object));
-    }
-    process->dwProcessId = static_cast<DWORD>(id);
-    process->dwThreadId = static_cast<DWORD>(id);
+    process->hProcess = hosted::AddHandle({application, {}, {}});
+    process->hThread = hosted::AddHandle({application, {}, {}});
     return TRUE;
 }
