@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 #include "platform/hosted/descriptor.h"
 
@@ -29,9 +28,12 @@ fs::path OwnProgram() {
 // The folder above "drives/X" of a program's file; empty where there is none. The outermost
 // counts: a machine may well hold a folder that is itself called "drives".
 fs::path MachineAround(const std::string& program) {
-    static const std::regex onADrive("(.*?)/drives/[^/]/.*");
-    std::smatch parts;
-    return std::regex_match(program, parts, onADrive) ? parts[1].str() : "";
+    constexpr std::string_view kDrives = "/drives/";
+    std::size_t at = program.find(kDrives);
+    while (at != std::string::npos && program.substr(at + kDrives.size() + 1, 1) != "/") {
+        at = program.find(kDrives, at + 1);
+    }
+    return program.substr(0, at == std::string::npos ? 0 : at);
 }
 
 [[noreturn]] void GiveUp(const std::string& sentence) {
