@@ -139,15 +139,11 @@ TEST_F(HostedWindows, AWindowThatCannotBeMadeSaysWhy) {
     EXPECT_TRUE(form.IsLoaded());
 }
 
-TEST_F(HostedWindows, AVirtualClockMovesBySleepingOrLookingAtIt) {
+TEST_F(HostedWindows, AVirtualClockMovesBySleeping) {
     const DWORD start = GetTickCount();
     EXPECT_EQ(start, 4294967290U);
     Sleep(3600000);
     EXPECT_EQ(GetTickCount() - start, 3600000U);  // across the wrap, and at once
-    const DWORD now = GetTickCount();
-    for (unsigned i = 0; GetTickCount() == now; ++i) {
-        ASSERT_LT(i, 2000U) << "a loop without Sleep does not end";
-    }
 }
 
 TEST_F(HostedWindows, TheClipboardTakesMemoryOver) {
