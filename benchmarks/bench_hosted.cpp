@@ -9,7 +9,7 @@
 
 #include "benchmarks/staging.h"
 #include "main/modMain.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
 #include "uninstall/frmUnInstProc.h"

@@ -5,7 +5,7 @@
 
 #include "platform/hosted/machine.h"
 #include "platform/hosted/process_table.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 #include "platform/hosted/start.h"
 
 namespace {

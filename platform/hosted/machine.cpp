@@ -12,7 +12,7 @@
 #include <unordered_map>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 
 namespace hosted {
 namespace {

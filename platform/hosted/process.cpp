@@ -9,7 +9,7 @@
 #include "platform/hosted/folders.h"
 #include "platform/hosted/handle_table.h"
 #include "platform/hosted/paths.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 #include "platform/hosted/start.h"
 
 namespace hosted {

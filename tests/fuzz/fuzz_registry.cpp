@@ -7,7 +7,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/file.h"
 #include "tests/fuzz/support.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/file.h"
 
 namespace report {
 namespace {

@@ -3,7 +3,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/file.h"
 #include "tests/support/stage.h"
 
 namespace support {

@@ -21,8 +21,8 @@
 #include <string_view>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/registry_file.h"
-#include "platform/hosted/registry_tree.h"
+#include "platform/hosted/registry/file.h"
+#include "platform/hosted/registry/tree.h"
 
 namespace hosted {
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 #include "platform/hosted/win32.h"
 
 namespace hosted {

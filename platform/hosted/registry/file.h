@@ -19,7 +19,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/hosted/registry_tree.h"
+#include "platform/hosted/registry/tree.h"
 
 namespace hosted {
 

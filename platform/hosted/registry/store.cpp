@@ -1,4 +1,4 @@
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/store.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/file.h"
 
 #include <algorithm>
 #include <string>

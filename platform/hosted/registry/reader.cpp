@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/file.h"
 
 namespace hosted {
 

@@ -1,4 +1,4 @@
-#include "platform/hosted/registry_tree.h"
+#include "platform/hosted/registry/tree.h"
 
 #include <utility>
 

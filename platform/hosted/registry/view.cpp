@@ -1,9 +1,9 @@
-#include "platform/hosted/registry_view.h"
+#include "platform/hosted/registry/view.h"
 
 #include <algorithm>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/registry_errors.h"
+#include "platform/hosted/registry/errors.h"
 
 namespace hosted {
 

@@ -9,9 +9,9 @@
 #include <utility>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/registry_errors.h"
-#include "platform/hosted/registry_store.h"
-#include "platform/hosted/registry_view.h"
+#include "platform/hosted/registry/errors.h"
+#include "platform/hosted/registry/store.h"
+#include "platform/hosted/registry/view.h"
 #include "platform/hosted/win32.h"
 
 namespace hosted {
