@@ -5,7 +5,7 @@
 
 #include "platform/hosted/machine.h"
 #include "platform/hosted/process_table.h"
-#include "platform/hosted/registry/store.h"
+#include "platform/hosted/registry/registry.h"
 #include "platform/hosted/start.h"
 
 namespace {
@@ -36,5 +36,9 @@ int main(int count, char** values) {
         status = static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal));
     }
     { const hosted::Call call("ExitProcess"); }
+    for (const std::string& key : hosted::OpenKeys()) {
+        machine.AppendLine("log.txt", "still open: " + key);
+    }
+    hosted::SaveRegistry();
     return static_cast<int>(status);
 }

@@ -12,7 +12,7 @@
 #include <unordered_map>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/registry/store.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
@@ -82,7 +82,7 @@ void Machine::Use(const fs::path& folder) {
 
 void Machine::Leave() {
     if (CurrentSlot()) {
-        LeaveRegistry();
+        SaveRegistry();
     }
     CurrentSlot().reset();
 }
@@ -159,7 +159,8 @@ void Machine::AppendLine(std::string_view file, std::string_view line) {
 }
 
 void Machine::Damaged(const fs::path& file, unsigned line, std::string_view what) const {
-    GiveUp(file.string() + ", line " + std::to_string(line) + ": " + std::string(what) + ".");
+    const std::string place = line == 0 ? "" : ", line " + std::to_string(line);
+    GiveUp(file.string() + place + ": " + std::string(what) + ".");
 }
 
 }  // namespace hosted

@@ -138,7 +138,7 @@ class Machine {
     std::shared_ptr<struct RegistryState> registry;
     std::shared_ptr<struct ProcessState> process;
     std::shared_ptr<struct UiState> ui;
-    // A damaged file: the sentence on stderr, exit status 2.
+    // A damaged file: the sentence on stderr, exit status 2. Line 0 stands for the whole.
     [[noreturn]] void Damaged(const fs::path& file, unsigned line, std::string_view what) const;
 
  private:

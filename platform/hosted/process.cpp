@@ -9,7 +9,7 @@
 #include "platform/hosted/folders.h"
 #include "platform/hosted/handle_table.h"
 #include "platform/hosted/paths.h"
-#include "platform/hosted/registry/store.h"
+#include "platform/hosted/registry/registry.h"
 #include "platform/hosted/start.h"
 
 namespace hosted {
@@ -149,7 +149,7 @@ HANDLE WINAPI GetCurrentProcess() {
 // registry is written, as Windows keeps what it was told.
 BOOL WINAPI TerminateProcess(HANDLE /*process*/, UINT code) {
     { const hosted::Call call("TerminateProcess"); }
-    hosted::LeaveRegistry();
+    hosted::SaveRegistry();
     _exit(static_cast<int>(code));
 }
 

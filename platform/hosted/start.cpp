@@ -15,6 +15,7 @@
 #include "platform/hosted/listing.h"
 #include "platform/hosted/paths.h"
 #include "platform/hosted/process_table.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
@@ -122,6 +123,7 @@ DWORD StartProgram(std::string_view path, std::string_view arguments, std::strin
     if (const DWORD code = Prepare(path, folder, start); code != ERROR_SUCCESS) {
         return code;
     }
+    SaveRegistry();  // the new process reads it
     // The new process answers through it, or closes it by becoming the program. By then it
     // stands among the processes: whoever waits for all of them sees no gap.
     std::array<int, 2> ends{};
