@@ -55,8 +55,8 @@ DWORD GiveKnown(Call& call, const char* name, bool backslash, LPSTR buffer, DWOR
     if (backslash && path.back() != '\\') {
         path += '\\';
     }
-    // "less": the folder does not fit.
-    return Give(path, buffer, call.Less() ? 0 : size);
+    // "less": the folder has become longer than the buffer.
+    return call.Less() ? size + 1 : Give(path, buffer, size);
 }
 
 std::string FolderAtStart() {
