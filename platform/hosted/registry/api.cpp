@@ -236,6 +236,7 @@ LSTATUS WINAPI RegCreateKeyA(HKEY key, LPCSTR subKey, HKEY* result) {
                        hosted::Create, subKey, result);
 }
 
+// A handle whose closing is refused is no longer open either: nobody can try again.
 LSTATUS WINAPI RegCloseKey(HKEY key) {
     Call call("RegCloseKey", hosted::KeyName(key));
     const auto number = reinterpret_cast<std::uintptr_t>(key);
@@ -243,7 +244,8 @@ LSTATUS WINAPI RegCloseKey(HKEY key) {
     if (known && number < hosted::kFirstRoot) {
         hosted::RegistryState::Ours().handles.erase(number);
     }
-    return call.Result(known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE);
+    return call.Refused() ? static_cast<LSTATUS>(call.Code())
+                          : call.Result(known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE);
 }
 
 LSTATUS WINAPI RegQueryValueExA(HKEY key, LPCSTR name, LPDWORD, LPDWORD type, LPBYTE data,
