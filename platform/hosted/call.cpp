@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/hosted/machine.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
@@ -21,13 +22,16 @@ bool IsRegistry(std::string_view function) {
     return function.starts_with("Reg");
 }
 
-// A process ended like this runs nothing more of its own, as when the power goes.
+// A process ended like this runs nothing more of its own; Windows keeps what its registry was
+// told.
 void Kill() {
+    SaveRegistry();
     static_cast<void>(std::raise(SIGKILL));
 }
 
 void WaitUntilLetGo(const std::string& line) {
     const fs::path& folder = Machine::Current().Folder();
+    SaveRegistry();  // for those who look meanwhile
     std::ofstream(folder / "stopped") << line << '\n' << std::flush;
     std::string word;
     std::ifstream(folder / "go") >> word;

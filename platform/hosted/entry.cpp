@@ -4,6 +4,7 @@
 
 #include "platform/hosted/files/files.h"
 #include "platform/hosted/process/process.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace {
 
@@ -39,5 +40,9 @@ int main(int count, char** values) {
         machine.AppendLine("log.txt", "still open: " + hosted::ToUtf8(handle.name));
     }
     { const hosted::Call call("ExitProcess"); }
+    for (const std::string& key : hosted::OpenKeys()) {
+        machine.AppendLine("log.txt", "still open: " + key);
+    }
+    hosted::SaveRegistry();
     return static_cast<int>(status);
 }

@@ -11,6 +11,7 @@
 #include <iterator>
 
 #include "platform/hosted/descriptor.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
@@ -62,7 +63,7 @@ void Machine::Use(const fs::path& folder) {
 
 void Machine::Leave() {
     if (CurrentSlot()) {
-        LeaveRegistry();
+        SaveRegistry();
     }
     CurrentSlot().reset();
 }
@@ -108,7 +109,8 @@ void Machine::AppendLine(std::string_view file, std::string_view line) const {
 }
 
 void Machine::Damaged(const fs::path& file, unsigned line, std::string_view what) {
-    GiveUp(file.string() + ", line " + std::to_string(line) + ": " + std::string(what) + ".");
+    const std::string place = line == 0 ? "" : ", line " + std::to_string(line);
+    GiveUp(file.string() + place + ": " + std::string(what) + ".");
 }
 
 namespace {

@@ -124,7 +124,7 @@ class Machine {
 
     // Appends one line (UTF-8, without its line feed) to a file of the machine folder.
     void AppendLine(std::string_view file, std::string_view line) const;
-    // A damaged file: the sentence on stderr, exit status 2.
+    // A damaged file: the sentence on stderr, exit status 2. Line 0 stands for the whole.
     [[noreturn]] static void Damaged(const fs::path& file, unsigned line, std::string_view what);
     // What a part of this layer remembers about the machine: made on first use, forgotten
     // with the machine. One object for each type.
@@ -250,8 +250,5 @@ std::optional<fs::path> HostPath(std::string_view path);
 std::string MachinePath(const fs::path& machine, const fs::path& host);
 // Removes a key with all that is below it, by the full name that the program knows it by.
 void RemoveKey(std::string_view fullName);
-// Reads the registry, and writes it if it was changed: when a process begins and ends.
-void LoadRegistry();
-void LeaveRegistry();
 
 }  // namespace hosted

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "platform/hosted/files/files.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 
@@ -38,7 +39,7 @@ HANDLE WINAPI GetCurrentProcess() {
 // registry is written, as Windows keeps what it was told.
 BOOL WINAPI TerminateProcess(HANDLE /*process*/, UINT code) {
     { const hosted::Call call("TerminateProcess"); }
-    hosted::LeaveRegistry();
+    hosted::SaveRegistry();
     _exit(static_cast<int>(code));
 }
 

@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include "platform/hosted/files/files.h"
+#include "platform/hosted/registry/registry.h"
 #include "platform/hosted/process/process.h"
 
 namespace hosted {
@@ -37,6 +38,7 @@ DWORD StartScript(const char* path, const char* folder) {
     if (!script.Exists() || !place.Exists() || !place.IsFolder()) {
         return script.Exists() ? ERROR_DIRECTORY : script.code;
     }
+    SaveRegistry();  // those who come next read it
     // This process keeps one end for as long as it lives.
     std::array<int, 2> life{};
     if (pipe2(life.data(), O_CLOEXEC) != 0) {

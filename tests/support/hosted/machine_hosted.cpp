@@ -148,6 +148,7 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 
 Machine::~Machine() {
     LetGo();
+    host_->folder.Leave();
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
     fs::remove_all(host_->folder.Folder(), ignored);
 }
@@ -182,23 +183,21 @@ Machine& Machine::Attributes(const std::string& path, const std::string& attribu
 
 Machine& Machine::Key(const std::string& key) {
     Keys keys = host_->folder.ReadRegistry();
-    keys[key];
+    regtext::AddKey(keys, key);
     host_->folder.WriteRegistry(keys);
     return *this;
 }
 
 Machine& Machine::RemoveKey(const std::string& key) {
     Keys keys = host_->folder.ReadRegistry();
-    std::erase_if(keys, [&key](const auto& entry) {
-        return entry.first == key || entry.first.starts_with(key + "\\");
-    });
+    regtext::RemoveTree(keys, key);
     host_->folder.WriteRegistry(keys);
     return *this;
 }
 
 Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
     Keys keys = host_->folder.ReadRegistry();
-    keys[key][name] = value;
+    regtext::AddKey(keys, key)[name] = value;
     host_->folder.WriteRegistry(keys);
     return *this;
 }
@@ -226,7 +225,7 @@ Machine& Machine::Link(const std::string& path, const std::string& target) {
 }
 
 void Machine::Enter() {
-    hosted::Machine::Use(host_->folder.Folder());
+    host_->folder.Enter();
 }
 
 void Machine::Answer(const std::vector<std::string>& answers) {

@@ -149,10 +149,11 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
     host_->Clear();
     UseTemp(kTempFolder);
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
-        SetRealValue(kExplorer + folders, "Common Programs",
-                     FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+        SetRealValue(
+            kExplorer + folders, "Common Programs",
+            regtext::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
     }
-    for (const auto& [key, values] : ParseRegistry(registry)) {
+    for (const auto& [key, values] : regtext::Parse(registry)) {
         MakeKey(key);
         for (const auto& [name, value] : values) {
             SetRealValue(key, name, value);
