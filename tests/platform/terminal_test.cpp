@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/dialog.h"
+#include "platform/hosted/ui/dialog.h"
 #include "tests/support/flow.h"
 
 namespace support {

@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "platform/hosted/dialog.h"
-#include "platform/hosted/terminal.h"
+#include "platform/hosted/ui/dialog.h"
+#include "platform/hosted/ui/terminal.h"
 
 namespace hosted {
 

@@ -1,4 +1,4 @@
-#include "platform/hosted/dialog.h"
+#include "platform/hosted/ui/dialog.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "platform/hosted/terminal.h"
+#include "platform/hosted/ui/terminal.h"
 
 #include <poll.h>
 #include <sys/ioctl.h>

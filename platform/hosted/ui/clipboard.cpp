@@ -3,7 +3,7 @@
 #include <map>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/ui_answers.h"
+#include "platform/hosted/ui/answers.h"
 
 namespace hosted {
 namespace {

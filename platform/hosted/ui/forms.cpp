@@ -3,7 +3,7 @@
 
 #include "platform/forms.h"
 #include "platform/hosted/clock.h"
-#include "platform/hosted/form_window.h"
+#include "platform/hosted/ui/form_window.h"
 #include "platform/hosted/machine.h"
 
 namespace forms {

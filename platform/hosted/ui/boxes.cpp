@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/hosted/dialog_view.h"
+#include "platform/hosted/ui/dialog_view.h"
 #include "platform/hosted/machine.h"
-#include "platform/hosted/ui_answers.h"
+#include "platform/hosted/ui/answers.h"
 
 namespace hosted {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/hosted/form_window.h"
+#include "platform/hosted/ui/form_window.h"
 
 #include <algorithm>
 #include <array>

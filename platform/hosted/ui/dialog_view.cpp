@@ -1,4 +1,4 @@
-#include "platform/hosted/dialog_view.h"
+#include "platform/hosted/ui/dialog_view.h"
 
 #include <algorithm>
 

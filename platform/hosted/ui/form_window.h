@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/forms.h"
-#include "platform/hosted/dialog_view.h"
-#include "platform/hosted/ui_answers.h"
+#include "platform/hosted/ui/dialog_view.h"
+#include "platform/hosted/ui/answers.h"
 
 namespace hosted {
 

@@ -1,4 +1,4 @@
-#include "platform/hosted/ui_answers.h"
+#include "platform/hosted/ui/answers.h"
 
 #include <cctype>
 #include <fstream>
