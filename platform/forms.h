@@ -64,9 +64,8 @@ class Form {
     [[nodiscard]] bool SetText(std::size_t control, std::string_view text);
 
  protected:
-    // What it throws leaves Load, with the form unloaded again; a form may also unload
-    // itself here, and then stays so.
-    virtual void Form_Load() {}
+    // False: loading fails, the form is unloaded again.
+    virtual bool Form_Load() { return true; }
     // Runs once per load, timerInterval milliseconds after it: never a second time, also
     // not while it runs and processes messages itself.
     virtual void Form_Timer() {}

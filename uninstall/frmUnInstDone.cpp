@@ -3,7 +3,6 @@
 #include <array>
 
 #include "common/modGeneral.h"
-#include "common/modRuntimeError.h"
 
 namespace {
 
@@ -21,12 +20,10 @@ constexpr forms::Layout kLayout{"frmUnInstDone", AppTitle, 4935, 3435, true, 0, 
 
 frmUnInstDone::frmUnInstDone() : Form(kLayout) {}
 
-void frmUnInstDone::Form_Load() {
-    if (!SetText(lblMsg,
-                 "Die Deinstallation von Tessorin ist abgeschlossen.\r\n"
-                 "Folgende Probleme sind aufgetreten:")) {
-        RaiseSystemError(GetLastError(), "lblMsg");
-    }
+bool frmUnInstDone::Form_Load() {
+    return SetText(lblMsg,
+                   "Die Deinstallation von Tessorin ist abgeschlossen.\r\n"
+                   "Folgende Probleme sind aufgetreten:");
 }
 
 bool frmUnInstDone::SetErrLog(std::string_view text) {

@@ -16,7 +16,7 @@ class frmUnInstDone : public forms::Form {
     [[nodiscard]] bool SetErrLog(std::string_view text);
 
  protected:
-    void Form_Load() override;
+    bool Form_Load() override;
     void Button_Click() override { cmdOK_Click(); }
     void Form_Close() override { cmdOK_Click(); }
 

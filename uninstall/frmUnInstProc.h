@@ -22,7 +22,10 @@ class frmUnInstProc : public forms::Form {
     std::string ProblemLog;
 
  protected:
-    void Form_Load() override { ProblemLog.clear(); }
+    bool Form_Load() override {
+        ProblemLog.clear();
+        return true;
+    }
     void Form_Timer() override { tmrInitiateUnInst_Timer(); }
 
  private:

@@ -238,6 +238,9 @@ DWORD StartProgram(std::string_view path, std::string_view arguments, std::strin
                    int& pid);
 // Removes a key with all that is below it, by the full name that the program knows it by.
 void RemoveKey(std::string_view fullName);
+// Writes the registry as it is now to registry.reg, for those who look at the machine while
+// the program waits.
+void SaveRegistry();
 // Runs a batch file of the machine to its end, as the command interpreter does.
 void RunScript(std::string_view path);
 

@@ -73,6 +73,10 @@ bool FoldRegistry() {
     return RegistryStore::Current().Fold();
 }
 
+void SaveRegistry() {
+    FoldRegistry();
+}
+
 void LeaveRegistry() {
     RegistryStore* store = Living();
     if (store != nullptr && store->IsInUse()) {

@@ -1,223 +1,116 @@
 // Message boxes: answered from answers.txt, in the terminal, or by their default button.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 
-#include "platform/hosted/ui/dialog_view.h"
-#include "platform/hosted/machine.h"
-#include "platform/hosted/ui/answers.h"
+#include "platform/hosted/ui/dialog.h"
+#include "platform/hosted/ui/ui.h"
 
 namespace hosted {
 namespace {
 
 constexpr DWORD kInvalidStyle = 1438;  // ERROR_INVALID_MSGBOX_STYLE
-constexpr UINT kButtonsMask = 0xF;
-constexpr UINT kIconMask = 0xF0;
-constexpr UINT kDefaultMask = 0xF00;
-constexpr int kLookAtSize = 250;  // milliseconds without a key
+constexpr unsigned kMostUnanswered = 1000;
 
 struct BoxButton {
     int id;
     std::string_view word;   // in answers.txt and transcript.txt
     std::string_view label;  // as a German Windows has it
 };
+using Buttons = std::vector<BoxButton>;
 
-constexpr BoxButton kOk{IDOK, "ok", "&OK"};
-constexpr BoxButton kCancel{IDCANCEL, "cancel", "&Abbrechen"};
-constexpr BoxButton kAbort{IDABORT, "abort", "&Abbrechen"};
-constexpr BoxButton kRetry{IDRETRY, "retry", "&Wiederholen"};
-constexpr BoxButton kIgnore{IDIGNORE, "ignore", "&Ignorieren"};
-constexpr BoxButton kYes{IDYES, "yes", "&Ja"};
-constexpr BoxButton kNo{IDNO, "no", "&Nein"};
-
-std::vector<BoxButton> ButtonsOf(UINT style) {
-    switch (style & kButtonsMask) {
+Buttons ButtonsOf(UINT style) {
+    switch (style & 0xF) {
         case MB_OK:
-            return {kOk};
+            return {{IDOK, "ok", "&OK"}};
         case MB_ABORTRETRYIGNORE:
-            return {kAbort, kRetry, kIgnore};
+            return {{IDABORT, "abort", "&Abbrechen"},
+                    {IDRETRY, "retry", "&Wiederholen"},
+                    {IDIGNORE, "ignore", "&Ignorieren"}};
         case MB_YESNO:
-            return {kYes, kNo};
+            return {{IDYES, "yes", "&Ja"}, {IDNO, "no", "&Nein"}};
         case MB_RETRYCANCEL:
-            return {kRetry, kCancel};
+            return {{IDRETRY, "retry", "&Wiederholen"}, {IDCANCEL, "cancel", "&Abbrechen"}};
         default:
             return {};
     }
 }
 
-Symbol SymbolOf(UINT style) {
-    switch (style & kIconMask) {
-        case MB_ICONHAND:
-            return Symbol::Stop;
-        case MB_ICONQUESTION:
-            return Symbol::Question;
-        case MB_ICONEXCLAMATION:
-            return Symbol::Warning;
-        case MB_ICONASTERISK:
-            return Symbol::Information;
-        default:
-            return Symbol::None;
-    }
-}
-
-struct Box {
-    std::string text, caption;
-    UINT style;
-    std::vector<BoxButton> buttons;
-    std::size_t defaultButton;
-
-    // What Escape does, and the close box: Cancel if there is one, the only button, or
-    // nothing.
-    [[nodiscard]] const BoxButton* OnEscape() const {
-        const auto cancel = std::find_if(buttons.begin(), buttons.end(),
-                                         [](const BoxButton& b) { return b.id == IDCANCEL; });
-        return cancel != buttons.end() ? &*cancel : buttons.size() == 1 ? &buttons[0] : nullptr;
-    }
-};
-
-struct Reply {
-    int id;
-    std::string word;
-};
-
-Reply ReplyOf(const BoxButton& button) {
-    return {button.id, std::string(button.word)};
-}
-
-std::optional<Reply> ReplyFor(const Box& box, const std::string& answer) {
-    if (answer == "enter") {
-        return ReplyOf(box.buttons[box.defaultButton]);
-    }
-    if (answer == "escape") {
-        const BoxButton* const button = box.OnEscape();
-        return button != nullptr ? std::optional(ReplyOf(*button)) : std::nullopt;
-    }
-    if (answer == "fail") {
-        return Reply{0, answer};
-    }
-    if (answer.size() > 1 && answer.front() == '=') {
-        char* end = nullptr;
-        const long number = std::strtol(answer.c_str() + 1, &end, 10);
-        return *end == '\0' ? std::optional(Reply{static_cast<int>(number), answer}) : std::nullopt;
-    }
-    for (const BoxButton& button : box.buttons) {
-        if (button.word == answer) {
-            return ReplyOf(button);
+std::optional<std::size_t> Position(const Buttons& buttons, std::string_view word) {
+    for (std::size_t i = 0; i < buttons.size(); ++i) {
+        if (buttons[i].word == word) {
+            return i;
         }
     }
     return std::nullopt;
 }
 
-std::string WordsOf(const Box& box) {
-    std::string words("the box has");
-    for (const BoxButton& button : box.buttons) {
-        words.append(" ").append(button.word);
-    }
-    return words;
-}
-
-// The answer that the file has, if it has one.
-std::optional<Reply> FromFile(const Box& box) {
-    Question question;
-    for (;;) {
-        switch (question.Look()) {
-            case Question::State::Open:
-                return std::nullopt;
-            case Question::State::Waiting:
-                break;
-            case Question::State::Answered:
-                if (std::optional<Reply> reply = ReplyFor(box, question.Answer())) {
-                    return reply;
-                }
-                question.Refuse(WordsOf(box));
-                return ReplyOf(box.buttons[box.defaultButton]);
-        }
-    }
-}
-
-Reply FromTerminal(const Box& box) {
+Dialog DialogOf(LPCSTR text, LPCSTR caption, UINT style, const Buttons& buttons) {
     Dialog dialog;
-    dialog.title = box.caption;
-    dialog.symbol = SymbolOf(box.style);
-    dialog.texts.push_back({box.text});
-    for (const BoxButton& button : box.buttons) {
-        dialog.buttons.push_back(ButtonOf(button.label));
+    dialog.title = caption;
+    dialog.icon = (style >> 4) & 0xF;
+    dialog.texts.push_back({text});
+    for (const BoxButton& button : buttons) {
+        dialog.buttons.emplace_back(button.label);
     }
-    dialog.focus = box.defaultButton;
-    DialogView view(std::move(dialog));
-    for (;;) {
-        const std::optional<DialogAction> action = view.Poll(kLookAtSize);
-        if (!action) {
-            continue;
-        }
-        const BoxButton* const button = action->kind == DialogAction::Kind::Button
-                                            ? &box.buttons[action->button]
-                                            : box.OnEscape();
-        if (button != nullptr) {
-            view.ShowChoice(static_cast<std::size_t>(button - box.buttons.data()));
-            return ReplyOf(*button);
-        }
-    }
+    const std::size_t focus = (style >> 8) & 0xF;
+    dialog.focus = focus < buttons.size() ? focus : 0;
+    // Escape is Cancel if there is one, the only button, or nothing.
+    dialog.escape = buttons.size() == 1 ? 0 : Position(buttons, "cancel");
+    return dialog;
 }
 
-struct Unanswered {
-    std::string text;
-    unsigned times = 0;
-};
-
-// The default; a program that asks the same again and again must not fill the disk with its
-// record.
-Reply FromNobody(const Box& box) {
-    constexpr unsigned kMost = 1000;
-    auto& last = Machine::Current().Part<Unanswered>();
-    if (last.text != box.text) {
-        last = {box.text, 0};
+std::size_t ChoiceIn(Dialog& dialog, const Buttons& buttons) {
+    if (const std::optional<std::string> answer = TakeAnswer()) {
+        const std::optional<std::size_t> chosen = *answer == "enter" ? dialog.focus
+                                                  : *answer == "escape"
+                                                      ? dialog.escape
+                                                      : Position(buttons, *answer);
+        if (!chosen) {
+            Record("misfit", {FromUtf8(*answer)});
+        }
+        return chosen.value_or(dialog.focus);
     }
-    if (++last.times > kMost) {
-        static_cast<void>(
-            std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr));
-        std::_Exit(2);
+    if (HasTerminal()) {
+        return Ask(dialog);
     }
-    return ReplyOf(box.buttons[box.defaultButton]);
-}
-
-Reply Ask(const Box& box) {
-    if (std::optional<Reply> reply = FromFile(box)) {
-        return *std::move(reply);
+    // A program that asks the same again and again must not fill the disk with its record.
+    UiState& state = Ui();
+    const std::string& text = dialog.texts[0].text;
+    state.times = state.unanswered == text ? state.times + 1 : 1;
+    state.unanswered = text;
+    if (state.times > kMostUnanswered) {
+        EndWithout("nobody answers, and the questions have no end.");
     }
-    return HasTerminal() ? FromTerminal(box) : FromNobody(box);
+    return dialog.focus;
 }
 
 // Which box it is, for those who tell boxes apart: the first line of its text, UTF-8.
-std::string FirstLine(LPCSTR text) {
-    const std::string line = ToUtf8(text == nullptr ? "" : text);
-    return line.substr(0, line.find('\r'));
+std::string FirstLine(std::string_view text) {
+    return ToUtf8(text.substr(0, text.find('\r')));
 }
 
 }  // namespace
 }  // namespace hosted
 
 int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
+    const hosted::LayerScope layer;
+    hosted::SaveRegistry();
     hosted::Call call("MessageBoxA", hosted::FirstLine(text));
     if (call.Refused()) {
         return 0;
     }
-    hosted::Box box{text != nullptr ? text : "", caption != nullptr ? caption : "", style,
-                    hosted::ButtonsOf(style), (style & hosted::kDefaultMask) >> 8};
-    if (box.buttons.empty()) {
+    const hosted::Buttons buttons = hosted::ButtonsOf(style);
+    if (buttons.empty()) {
         return call.Fail(hosted::kInvalidStyle);
     }
-    if (box.defaultButton >= box.buttons.size()) {
-        box.defaultButton = 0;
-    }
-    const hosted::Reply reply = hosted::Ask(box);
-    hosted::Record("box", {std::to_string(style), box.caption, box.text, reply.word});
-    return reply.id == 0 ? call.Fail(ERROR_NOT_ENOUGH_MEMORY) : reply.id;
+    hosted::Dialog dialog = hosted::DialogOf(text, caption, style, buttons);
+    const hosted::BoxButton& chosen = buttons[hosted::ChoiceIn(dialog, buttons)];
+    hosted::Record("box", {std::to_string(style), caption, text, chosen.word});
+    return chosen.id;
 }
 
 // A terminal has one foreground only.
 BOOL WINAPI AllowSetForegroundWindow(DWORD /*processId*/) {
-    hosted::Call call("AllowSetForegroundWindow");
+    const hosted::Call call("AllowSetForegroundWindow");
     return call.Refused() ? FALSE : TRUE;
 }
 
@@ -233,8 +126,6 @@ BOOL WINAPI MessageBeep(UINT type) {
         return FALSE;
     }
     hosted::Record("beep", {std::to_string(type)});
-    if (hosted::HasTerminal()) {
-        hosted::WriteTerminal("\a");
-    }
+    hosted::WriteTerminal("\a");
     return TRUE;
 }

@@ -1,57 +1,56 @@
-// A message box or a form as the terminal shows it, laid out for a given size. Texts are
-// Windows-1252, so that a byte is a column; only the finished lines are UTF-8.
+// A message box or a form as the terminal shows it. Texts are Windows-1252, so that a byte
+// is a column; only the finished lines are UTF-8.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace hosted {
 
-enum class Symbol { None, Stop, Question, Warning, Information };
-
 struct DialogText {
     std::string text;
     bool centred = false;
-    std::size_t rows = 0;  // height of a field of its own that scrolls; 0: as many as it takes
+    std::size_t rows = 0;  // at least so many, in a frame of their own; 0: without a frame
 };
 
-struct DialogButton {
-    std::string label;
-    std::size_t access;  // position of the letter that chooses it
+struct Screen {
+    std::size_t columns = 0, rows = 0;
+    bool attributes = false;  // it obeys escape sequences: bold, underlined, reversed
+    bool colours = false;
+    bool operator==(const Screen&) const = default;
 };
-// "&" marks the letter; without it, it is the first one.
-DialogButton ButtonOf(std::string_view marked);
 
 struct Dialog {
     std::string title;
-    Symbol symbol = Symbol::None;
+    std::size_t icon = 0;  // none, stop, question, warning, information
     std::vector<DialogText> texts;
-    std::vector<DialogButton> buttons;
-    std::size_t focus = 0;  // of the buttons
+    std::vector<std::string> buttons;   // "&" stands before the letter that chooses it
+    std::size_t focus = 0;              // of the buttons
+    std::optional<std::size_t> escape;  // the button that Escape chooses
     bool closeBox = false;
-    std::size_t scrolled = 0;  // first line that the scrolling text shows
+
+    std::vector<std::string> shown;  // the lines that stand on the screen
+    Screen screen;                   // which was such when they were written
 };
 
-struct Canvas {
-    std::size_t columns, rows;
-    bool attributes = false;  // bold, underlined, reversed
-    bool colours = false;
-};
+// The lines of the dialog in a frame that is as wide as its texts need and the screen allows.
+std::vector<std::string> Draw(const Dialog& dialog, const Screen& screen);
 
-struct Picture {
-    std::vector<std::string> lines;
-    std::size_t scrollPage = 0;  // lines of the scrolling text that are seen at a time
-    std::size_t scrollEnd = 0;   // the largest useful Dialog::scrolled
-};
+// ---- in the terminal that the program was started in (terminal.cpp) ------------------
+// Whether somebody can be asked there: standard input and output are terminals.
+bool HasTerminal();
+// Where there is one.
+void WriteTerminal(const std::string& utf8);
 
-// Draws the dialog in a frame that is as large as its texts need and the canvas allows.
-// What does not fit scrolls: the field that has rows, otherwise the first text.
-Picture Draw(const Dialog& dialog, const Canvas& canvas);
+// Where there is one: draws a dialog below what stands there already, or over itself as it was
+// shown last; the caller has written nothing since.
+void Show(Dialog& dialog);
 
-// The lines of a text, none longer than width, broken at blanks where possible. Characters
-// that would steer a terminal become a dot.
-std::vector<std::string> Wrap(std::string_view text, std::size_t width);
+// Shows the dialog until one of its buttons is chosen, and gives its number; the number of
+// buttons for its close box. Ctrl-C ends the process as it does everywhere; so does the end of the
+// terminal, because nobody is left who could answer.
+std::size_t Ask(Dialog& dialog);
 
 }  // namespace hosted

@@ -1,57 +1,104 @@
-#include "platform/hosted/ui/terminal.h"
+#include "platform/hosted/ui/dialog.h"
 
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <array>
+#include <cctype>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
-#include <string>
-
-#include "platform/hosted/machine.h"
 
 namespace hosted {
 namespace {
 
-constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-constexpr std::string_view kHideCursor = "\x1b[?25l";
+constexpr char kHideCursor[] = "\x1b[?25l";
 constexpr std::string_view kShowCursor = "\x1b[?25h";
 // How long the rest of a key's sequence may take; Escape alone is known after that.
 constexpr int kSequenceGap = 25;  // milliseconds
-constexpr char kInterrupt = 3;
-constexpr char kControlW = 23;
+constexpr int kForever = -1;
+
+// Keys, as the bytes that they send or would send.
+constexpr char kNothing = 0;
+constexpr char kInterrupt = 3;  // Ctrl-C
+constexpr char kNext = '\t';
+constexpr char kEnter = '\r';
+constexpr char kClose = 23;  // Ctrl-W
+constexpr char kEscape = 27;
+constexpr char kPrevious = 28;
 
 // What a signal handler needs must be reachable without anything: these are all of it.
 termios savedMode;
-volatile std::sig_atomic_t savedValid = 0;
-unsigned rawDepth = 0;
-std::array<struct sigaction, kSignals.size()> savedActions;
+volatile std::sig_atomic_t isRaw = 0, cursorHidden = 0;
 
 void PutBack() {
-    if (savedValid != 0) {
-        savedValid = 0;
-        tcsetattr(STDIN_FILENO, TCSANOW, &savedMode);
-        if (write(STDOUT_FILENO, kShowCursor.data(), kShowCursor.size()) < 0) {
-            return;  // a terminal that is gone needs no cursor
-        }
+    if (isRaw == 0) {
+        return;
+    }
+    isRaw = 0;
+    tcsetattr(STDIN_FILENO, TCSANOW, &savedMode);
+    if (cursorHidden != 0 && write(STDOUT_FILENO, kShowCursor.data(), kShowCursor.size()) < 0) {
+        return;  // a terminal that is gone needs no cursor
     }
 }
 
-extern "C" void OnSignal(int number) {
+extern "C" void OnEnd(int number) {
     PutBack();
-    static_cast<void>(std::signal(number, SIG_DFL));
-    static_cast<void>(std::raise(number));
+    std::signal(number, SIG_DFL);
+    std::raise(number);
 }
 
 [[noreturn]] void EndBy(int number) {
     PutBack();
-    static_cast<void>(std::signal(number, SIG_DFL));
-    static_cast<void>(std::raise(number));
+    std::raise(number);
     std::_Exit(128 + number);
 }
+
+void CatchSignals() {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        if (std::signal(number, OnEnd) == SIG_IGN) {
+            std::signal(number, SIG_IGN);
+        }
+    }
+    // Only so that it interrupts the waiting for a key.
+    std::signal(SIGWINCH, [](int) {});
+}
+
+Screen TheScreen() {
+    const char* const kind = std::getenv("TERM");
+    const char* const noColour = std::getenv("NO_COLOR");
+    const bool escapes = kind != nullptr && std::string_view(kind) != "dumb";
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
+        size.ws_col = 80;
+        size.ws_row = 24;
+    }
+    return {size.ws_col, size.ws_row, escapes,
+            escapes && (noColour == nullptr || *noColour == '\0')};
+}
+
+// Keys arrive one by one and unseen for as long as this lives. The terminal is put back when
+// the process ends by a signal, too.
+class RawMode {
+ public:
+    RawMode() {
+        CatchSignals();
+        if (tcgetattr(STDIN_FILENO, &savedMode) != 0) {
+            return;
+        }
+        isRaw = 1;
+        termios mode = savedMode;
+        cfmakeraw(&mode);
+        tcsetattr(STDIN_FILENO, TCSADRAIN, &mode);
+        cursorHidden = TheScreen().attributes ? 1 : 0;
+        WriteTerminal(cursorHidden != 0 ? kHideCursor : "");
+    }
+    ~RawMode() { PutBack(); }
+    RawMode(const RawMode&) = delete;
+    RawMode& operator=(const RawMode&) = delete;
+};
 
 bool HasInput(int milliseconds) {
     pollfd wait{STDIN_FILENO, POLLIN, 0};
@@ -60,86 +107,71 @@ bool HasInput(int milliseconds) {
 
 char ReadByte() {
     char byte = 0;
-    for (;;) {
-        const ssize_t count = read(STDIN_FILENO, &byte, 1);
-        if (count == 1) {
-            return byte;
+    ssize_t count = 0;
+    do {
+        count = read(STDIN_FILENO, &byte, 1);
+    } while (count < 0 && errno == EINTR);
+    if (count != 1) {
+        EndBy(SIGHUP);
+    }
+    return byte;
+}
+
+// Alt with a letter is that letter; "[" and "O" begin the sequence of a key, if more follows.
+char ReadAfterEscape() {
+    std::string sequence;
+    do {
+        if (!HasInput(kSequenceGap)) {
+            return sequence.empty() ? kEscape : sequence[0];
         }
-        if (count == 0 || errno != EINTR) {
-            EndBy(SIGHUP);
-        }
+        sequence += ReadByte();
+        std::erase(sequence, kEscape);  // Alt with a key that is itself a sequence
+    } while (sequence.empty() || ((sequence[0] == '[' || sequence[0] == 'O') &&
+                                  (sequence.size() == 1 || sequence.back() < '@')));
+    switch (sequence.size() > 1 ? sequence.back() : '\0') {
+        case 'A':  // up, left, Shift-Tab
+        case 'D':
+        case 'Z':
+            return kPrevious;
+        case 'B':  // down, right
+        case 'C':
+            return kNext;
+        default:
+            return sequence.size() > 1 ? kNothing : sequence[0];
     }
 }
 
-// What follows "ESC [" or "ESC O": digits, then the byte that names the key.
-std::optional<KeyPress> ReadSequence() {
-    std::string digits;
-    char last = 0;
-    while (HasInput(kSequenceGap)) {
-        last = ReadByte();
-        if (last >= '@') {
-            break;
-        }
-        digits += last;
+// The next key; nothing when the terminal has changed its size meanwhile.
+char ReadKey() {
+    if (!HasInput(kForever)) {
+        return kNothing;
     }
-    if (last == '~') {
-        constexpr std::array kNumbered{
-            std::pair{"1", Key::Home}, std::pair{"7", Key::Home},   std::pair{"4", Key::End},
-            std::pair{"8", Key::End},  std::pair{"5", Key::PageUp}, std::pair{"6", Key::PageDown},
-        };
-        for (const auto& [number, key] : kNumbered) {
-            if (digits == number) {
-                return KeyPress{key};
-            }
-        }
-        return std::nullopt;
+    const char byte = ReadByte();
+    if (byte == kInterrupt) {
+        EndBy(SIGINT);
     }
-    constexpr std::array kLettered{
-        std::pair{'A', Key::Up},      std::pair{'B', Key::Down}, std::pair{'C', Key::Right},
-        std::pair{'D', Key::Left},    std::pair{'H', Key::Home}, std::pair{'F', Key::End},
-        std::pair{'Z', Key::BackTab},
-    };
-    for (const auto& [letter, key] : kLettered) {
-        if (last == letter) {
-            return KeyPress{key};
+    return byte == kEscape ? ReadAfterEscape() : byte == '\n' ? kEnter : byte;
+}
+
+// What the key chooses, as Ask gives it; nothing if it does not.
+std::optional<std::size_t> ChosenBy(char key, const Dialog& dialog) {
+    const auto upper = [](char letter) { return std::toupper(static_cast<unsigned char>(letter)); };
+    if (key == kEnter || key == ' ') {
+        return dialog.focus;
+    }
+    if (key == kEscape || (key == kClose && !dialog.closeBox)) {
+        return dialog.escape;
+    }
+    for (std::size_t i = 0; i < dialog.buttons.size(); ++i) {
+        const std::string& label = dialog.buttons[i];
+        if (upper(label[label.find('&') + 1]) == upper(key)) {
+            return i;
         }
+    }
+    if (dialog.closeBox && (key == kClose || upper(key) == 'X')) {
+        return dialog.buttons.size();
     }
     return std::nullopt;
-}
-
-std::optional<KeyPress> ReadCharacter(char lead) {
-    std::string utf8(1, lead);
-    const auto code = static_cast<unsigned char>(lead);
-    const unsigned more = code >= 0xF0 ? 3 : code >= 0xE0 ? 2 : code >= 0xC0 ? 1 : 0;
-    while (utf8.size() <= more && HasInput(kSequenceGap)) {
-        utf8 += ReadByte();
-    }
-    const std::string ansi = FromUtf8(utf8);
-    if (ansi.size() != 1 || code < ' ' || code == 0x7F) {
-        return std::nullopt;
-    }
-    return KeyPress{Key::Character, ansi.front()};
-}
-
-std::optional<KeyPress> ReadAfterEscape() {
-    if (!HasInput(kSequenceGap)) {
-        return KeyPress{Key::Escape};
-    }
-    const char next = ReadByte();
-    if (next == '[') {
-        return ReadSequence();
-    }
-    // "ESC O" begins a sequence of some keys, but alone it is Alt+O.
-    if (next == 'O' && HasInput(kSequenceGap)) {
-        return ReadSequence();
-    }
-    // Alt with a key that is itself a sequence.
-    return next == '\x1b' ? ReadAfterEscape() : ReadCharacter(next);
-}
-
-bool IsSet(const char* variable) {
-    const char* const value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
 }
 
 }  // namespace
@@ -148,88 +180,47 @@ bool HasTerminal() {
     return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
 }
 
-TerminalSize SizeOfTerminal() {
-    winsize size{};
-    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
-        return {80, 24};
+void WriteTerminal(const std::string& utf8) {
+    std::fputs(HasTerminal() ? utf8.c_str() : "", stdout);
+    std::fflush(stdout);  // reading will tell that the terminal is gone
+}
+
+void Show(Dialog& dialog) {
+    const Screen screen = TheScreen();
+    std::vector<std::string> lines = Draw(dialog, screen);
+    if (lines == dialog.shown) {
+        return;
     }
-    return {size.ws_col, size.ws_row};
+    std::string output;
+    // After a change of size the lines are no longer where they were, and the top of what is
+    // higher than the screen cannot be reached.
+    if (screen == dialog.screen && screen.attributes && dialog.shown.size() < screen.rows) {
+        output = "\x1b[" + std::to_string(dialog.shown.size()) + "A\r\x1b[J";
+    }
+    for (const std::string& line : lines) {
+        output.append(line).append("\r\n");
+    }
+    WriteTerminal(output);
+    dialog.shown = std::move(lines);
+    dialog.screen = screen;
 }
 
-bool HasEscapeSequences() {
-    const char* const kind = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) != 0 && kind != nullptr && std::string_view(kind) != "dumb";
-}
-
-bool HasColours() {
-    return HasEscapeSequences() && !IsSet("NO_COLOR");
-}
-
-void WriteTerminal(std::string_view utf8) {
-    while (!utf8.empty()) {
-        const ssize_t count = write(STDOUT_FILENO, utf8.data(), utf8.size());
-        if (count < 0 && errno != EINTR && errno != EAGAIN) {
-            return;  // reading will tell that the terminal is gone
+std::size_t Ask(Dialog& dialog) {
+    const RawMode raw;
+    const std::size_t count = dialog.buttons.size();
+    std::optional<std::size_t> chosen;
+    while (!chosen) {
+        Show(dialog);
+        const char key = ReadKey();
+        if (key == kNext || key == kPrevious) {
+            dialog.focus = (dialog.focus + (key == kNext ? 1 : count - 1)) % count;
+        } else {
+            chosen = ChosenBy(key, dialog);
         }
-        utf8.remove_prefix(count > 0 ? static_cast<std::size_t>(count) : 0);
     }
-}
-
-RawMode::RawMode() {
-    if (rawDepth++ > 0 || tcgetattr(STDIN_FILENO, &savedMode) != 0) {
-        return;
-    }
-    savedValid = 1;
-    // A program that is ended in the middle leaves its automatic objects as they are.
-    static const bool atExit = std::atexit(PutBack) == 0;
-    static_cast<void>(atExit);
-    struct sigaction action {};
-    action.sa_handler = OnSignal;
-    sigemptyset(&action.sa_mask);
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        sigaction(kSignals[i], &action, &savedActions[i]);
-    }
-    termios mode = savedMode;
-    mode.c_iflag &= ~static_cast<tcflag_t>(ICRNL | IXON);
-    mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | IEXTEN | ISIG);
-    mode.c_cc[VMIN] = 1;
-    mode.c_cc[VTIME] = 0;
-    tcsetattr(STDIN_FILENO, TCSADRAIN, &mode);
-    if (HasEscapeSequences()) {
-        WriteTerminal(kHideCursor);
-    }
-}
-
-RawMode::~RawMode() {
-    if (--rawDepth > 0 || savedValid == 0) {
-        return;
-    }
-    PutBack();
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-        sigaction(kSignals[i], &savedActions[i], nullptr);
-    }
-}
-
-std::optional<KeyPress> ReadKey(int milliseconds) {
-    if (!HasInput(milliseconds)) {
-        return std::nullopt;
-    }
-    const char byte = ReadByte();
-    switch (byte) {
-        case kInterrupt:
-            EndBy(SIGINT);
-        case kControlW:
-            return KeyPress{Key::Close};
-        case '\t':
-            return KeyPress{Key::Tab};
-        case '\r':
-        case '\n':
-            return KeyPress{Key::Enter};
-        case '\x1b':
-            return ReadAfterEscape();
-        default:
-            return ReadCharacter(byte);
-    }
+    dialog.focus = *chosen < count ? *chosen : dialog.focus;
+    Show(dialog);
+    return *chosen;
 }
 
 }  // namespace hosted
