@@ -1,6 +1,5 @@
 // Names, sizes and numbers at their limits, links where folders are expected, and folders
 // that nobody should uninstall.
-#include <filesystem>
 #include <fstream>
 #include <functional>
 
@@ -186,7 +185,7 @@ TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
     }
     // The shell deletes no root, and nobody takes the links out of a whole drive.
     Machine machine;
-    machine.Setting("clock", "virtual=1").Link("C:\\Programme\\Textwerk\\alle", "C:\\Programme");
+    machine.Link("C:\\Programme\\Textwerk\\alle", "C:\\Programme");
     ExpectOutcome(machine.RunCopy("/u=C:\\", {"yes", "no"}),
                   {Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
                    Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},
@@ -254,26 +253,23 @@ TEST_F(HandOverFile, IsNeverWrittenThroughWhatIsThere) {
     EXPECT_TRUE(SameChanges({"- file " + kPath}, Difference(before, machine_.Look())));
 }
 
-// Both are let go right before the start, so the last step ahead of it is stopped here.
 TEST_F(HandOverFile, IsHeldUntilTheScriptIsToStart) {
-    Machine machine;
-    machine.Setting("faults", "first FindResourceA 1=1814");
-    machine.Begin({"yes", "wait"});
-    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
-    machine.WaitUntilShown("waiting");  // the report that the record could not be written
-    machine.Enter();
-    for (const std::string& file : Lines{"\\UnInstall.bat", "\\UnInstall.exe"}) {
-        const std::string path = kTempFolder + file;
-        const State before = machine.Look();
+    const std::string copy = kTempFolder + "\\UnInstall.exe";
+    machine_.StopAt("first CloseHandle 1 " + copy).Begin({});
+    machine_.Start(kProgramFolder + "\\UnInstall.exe", "");
+    machine_.WaitUntilStopped();
+    machine_.Enter();
+    for (const std::string& path : Lines{kPath, copy}) {
+        const State before = machine_.Look();
         EXPECT_EQ(CodeOfOpening(path, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION}) << path;
         EXPECT_EQ(DeleteFileA(path.c_str()), FALSE) << path;
-        EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
+        EXPECT_TRUE(SameChanges({}, Difference(before, machine_.Look())));
     }
-    const std::filesystem::path folder(machine.HostFolder());
-    std::ofstream(folder / "answers.next") << "no\n";
-    std::filesystem::rename(folder / "answers.next", folder / "answers.txt");
-    EXPECT_EQ(machine.Finish().status, 1);
-    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
+    machine_.GoOn();
+    ExpectOutcome(
+        machine_.Finish(),
+        {Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+        CompleteRemoval());
 }
 
 }  // namespace

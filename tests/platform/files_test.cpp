@@ -140,11 +140,11 @@ TEST_F(Files, SharingIsKept) {
 
 TEST_F(Files, AnotherProcessHoldsItsFiles) {
     const std::string path = At("Über uns.txt"_ansi);
-    machine_.HoldOpen(kArea + "\\Über uns.txt", 300);
+    machine_.HoldOpen(kArea + "\\Über uns.txt");
     EXPECT_EQ(OpenFailure(path, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING),
               DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(Failure(DeleteFileA(path.c_str())), DWORD{ERROR_SHARING_VIOLATION});
-    machine_.WaitUntilClosed();
+    machine_.LetGo();
     EXPECT_NE(DeleteFileA(path.c_str()), FALSE);
 }
 

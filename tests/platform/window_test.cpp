@@ -43,7 +43,7 @@ class TestForm : public forms::Form {
 class HostedWindows : public testing::Test {
  protected:
     HostedWindows() {
-        machine_.Setting("clock", "virtual=1").Setting("clock", "start=4294967290");
+        machine_.Setting("clock", "start=4294967290");
         machine_.Enter();
         // Without answers a terminal that the suite runs in would be asked.
         machine_.Answer(std::vector<std::string>(100, "enter"));
@@ -128,7 +128,8 @@ TEST_F(HostedWindows, AShownWindowIsWhatTheUserActsOn) {
 }
 
 TEST_F(HostedWindows, AWindowThatCannotBeMadeSaysWhy) {
-    machine_.Setting("faults", "* CreateWindowExA 1=8").Setting("faults", "* SetWindowTextA 1=14");
+    machine_.Setting("faults", "* CreateWindowExA 1 *=8");
+    machine_.Setting("faults", "* SetWindowTextA 1 *=14");
     machine_.Enter();
     TestForm form;
     EXPECT_FALSE(form.Show());
@@ -155,7 +156,9 @@ TEST_F(HostedWindows, TheClipboardTakesMemoryOver) {
     std::memcpy(GlobalLock(memory), kText.data(), kText.size());
     GlobalUnlock(memory);
     EXPECT_EQ(SetClipboardData(CF_TEXT, memory), nullptr);  // not open
-    ASSERT_TRUE(OpenClipboard(nullptr));
+    TestForm form;
+    ASSERT_TRUE(form.Show());
+    ASSERT_TRUE(OpenClipboard(forms::OwnerWindow()));
     EXPECT_FALSE(OpenClipboard(nullptr));
     ASSERT_TRUE(EmptyClipboard());
     EXPECT_EQ(SetClipboardData(CF_TEXT, memory), memory);
