@@ -1,5 +1,7 @@
 // Message boxes: answered from answers.txt, in the terminal, or by their default button.
-#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "platform/hosted/ui/dialog.h"
 #include "platform/hosted/ui/ui.h"
@@ -60,10 +62,9 @@ Dialog DialogOf(LPCSTR text, LPCSTR caption, UINT style, const Buttons& buttons)
 
 std::size_t ChoiceIn(Dialog& dialog, const Buttons& buttons) {
     if (const std::optional<std::string> answer = TakeAnswer()) {
-        const std::optional<std::size_t> chosen = *answer == "enter" ? dialog.focus
-                                                  : *answer == "escape"
-                                                      ? dialog.escape
-                                                      : Position(buttons, *answer);
+        const auto chosen = *answer == "enter"    ? dialog.focus
+                            : *answer == "escape" ? dialog.escape
+                                                  : Position(buttons, *answer);
         if (!chosen) {
             Record("misfit", {FromUtf8(*answer)});
         }
@@ -78,14 +79,10 @@ std::size_t ChoiceIn(Dialog& dialog, const Buttons& buttons) {
     state.times = state.unanswered == text ? state.times + 1 : 1;
     state.unanswered = text;
     if (state.times > kMostUnanswered) {
-        EndWithout("nobody answers, and the questions have no end.");
+        std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr);
+        std::_Exit(2);
     }
     return dialog.focus;
-}
-
-// Which box it is, for those who tell boxes apart: the first line of its text, UTF-8.
-std::string FirstLine(std::string_view text) {
-    return ToUtf8(text.substr(0, text.find('\r')));
 }
 
 }  // namespace
@@ -94,7 +91,8 @@ std::string FirstLine(std::string_view text) {
 int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
     const hosted::LayerScope layer;
     hosted::SaveRegistry();
-    hosted::Call call("MessageBoxA", hosted::FirstLine(text));
+    const std::string_view line = std::string_view(text).substr(0, std::strcspn(text, "\r"));
+    hosted::Call call("MessageBoxA", hosted::ToUtf8(line));
     if (call.Refused()) {
         return 0;
     }

@@ -36,7 +36,8 @@ BOOL WINAPI EmptyClipboard() {
     }
     clipboard.owner = clipboard.opener;
     clipboard.memory.reset();
-    hosted::fs::remove(hosted::ClipboardFile());
+    std::error_code error;
+    hosted::fs::remove(hosted::ClipboardFile(), error);
     return TRUE;
 }
 

@@ -48,17 +48,18 @@ const std::map<DWORD, std::string_view>& ErrorTexts() {
 DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID, DWORD messageId, DWORD, LPSTR buffer, DWORD size,
                             va_list_arguments*) {
     hosted::Call call("FormatMessageA");
-    if (call.Refused()) {
-        return 0;
-    }
     const auto found = hosted::ErrorTexts().find(messageId);
     const std::string text =
         found == hosted::ErrorTexts().end() ? "" : std::string(found->second) + "\r\n";
-    const bool asItStands = (flags & FORMAT_MESSAGE_IGNORE_INSERTS) != 0;
-    if (text.empty() || text.size() >= size || (!asItStands && text.find('%') != text.npos)) {
-        call.Fail(text.empty()          ? hosted::kNoSuchMessage
-                  : text.size() >= size ? ERROR_INSUFFICIENT_BUFFER
-                                        : ERROR_INVALID_PARAMETER);
+    const bool lacksInserts =
+        (flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find('%') != text.npos;
+    const DWORD code = call.Refused()        ? call.Code()
+                       : text.empty()        ? hosted::kNoSuchMessage
+                       : text.size() >= size ? DWORD{ERROR_INSUFFICIENT_BUFFER}
+                       : lacksInserts        ? DWORD{ERROR_INVALID_PARAMETER}
+                                             : 0;
+    if (code != 0) {
+        call.Fail(code);
         return 0;
     }
     buffer[text.copy(buffer, size)] = '\0';

@@ -210,10 +210,7 @@ void ProcessMessages() {
 
 void RunMessageLoop() {
     const LayerScope layer;
-    while (!hosted::Ui().windows.empty()) {
-        if (!hosted::HandleMessage()) {
-            hosted::EndWithout("the program waits for a window that nothing can happen to.");
-        }
+    while (hosted::HandleMessage()) {  // a window that nothing can happen to keeps nobody
     }
 }
 

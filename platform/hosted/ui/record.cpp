@@ -1,6 +1,4 @@
 #include <cctype>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -39,11 +37,6 @@ std::optional<std::string> TakeAnswer() {
         word += character > ' ' ? std::string(1, static_cast<char>(std::tolower(character))) : "";
     }
     return word.empty() ? "enter" : word;
-}
-
-void EndWithout(const char* what) {
-    static_cast<void>(std::fprintf(stderr, "UnInstall: %s\n", what));
-    std::_Exit(2);
 }
 
 UiState& Ui() {

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cctype>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -34,13 +33,12 @@ termios savedMode;
 volatile std::sig_atomic_t isRaw = 0, cursorHidden = 0;
 
 void PutBack() {
-    if (isRaw == 0) {
-        return;
-    }
-    isRaw = 0;
-    tcsetattr(STDIN_FILENO, TCSANOW, &savedMode);
-    if (cursorHidden != 0 && write(STDOUT_FILENO, kShowCursor.data(), kShowCursor.size()) < 0) {
-        return;  // a terminal that is gone needs no cursor
+    if (isRaw != 0) {
+        isRaw = 0;
+        tcsetattr(STDIN_FILENO, TCSANOW, &savedMode);
+        // A terminal that is gone needs no cursor.
+        [[maybe_unused]] const ssize_t count =
+            write(STDOUT_FILENO, kShowCursor.data(), cursorHidden != 0 ? kShowCursor.size() : 0);
     }
 }
 
@@ -107,11 +105,7 @@ bool HasInput(int milliseconds) {
 
 char ReadByte() {
     char byte = 0;
-    ssize_t count = 0;
-    do {
-        count = read(STDIN_FILENO, &byte, 1);
-    } while (count < 0 && errno == EINTR);
-    if (count != 1) {
+    if (read(STDIN_FILENO, &byte, 1) != 1) {
         EndBy(SIGHUP);
     }
     return byte;

@@ -40,9 +40,6 @@ void Record(std::string_view event, std::initializer_list<std::string_view> fiel
 // The answer to the question that is asked now, in lower case; nothing if there is none left.
 std::optional<std::string> TakeAnswer();
 
-// Ends the process, exit status 2, with a sentence on stderr: what goes on has no end.
-[[noreturn]] void EndWithout(const char* what);
-
 // What this folder remembers about the machine.
 struct UiState {
     std::vector<struct Window*> windows;  // of all loaded forms, the one shown last at the end
