@@ -12,6 +12,7 @@ HANDLE HandleTable::Add(std::unique_ptr<HandleObject> object) {
 }
 
 std::string HandleTable::NameOf(HANDLE handle) const {
+    const LayerScope layer;
     const auto place = objects_.find(reinterpret_cast<std::uintptr_t>(handle));
     return place == objects_.end() ? std::string() : place->second->name;
 }

@@ -314,15 +314,18 @@ LSTATUS EnumKey(HKEY key, DWORD index, LPSTR name, DWORD size) {
 }
 
 std::string KeyName(HKEY key, LPCSTR subKey = nullptr) {
+    const LayerScope layer;
     return KeyHandles::All().NameOf(key, subKey);
 }
 
 std::string ValueName(HKEY key, LPCSTR name) {
+    const LayerScope layer;
     return KeyName(key) + "|" + (name == nullptr ? "" : name);
 }
 
 // A key and what it is opened for: "HKEY_USERS:enumerate".
 std::string OpeningOf(HKEY key, LPCSTR subKey, REGSAM access) {
+    const LayerScope layer;
     const std::pair<REGSAM, const char*> rights[] = {{KEY_QUERY_VALUE, "query"},
                                                      {KEY_SET_VALUE, "set"},
                                                      {KEY_CREATE_SUB_KEY, "create"},

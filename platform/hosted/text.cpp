@@ -113,6 +113,7 @@ char32_t TakeUtf8(std::string_view text, std::size_t& position) {
 }  // namespace
 
 std::string ToUtf8(std::string_view ansi) {
+    const LayerScope layer;  // also for the argument of a call that has yet to begin
     std::string utf8;
     utf8.reserve(ansi.size() + 8);
     for (const char code : ansi) {

@@ -190,6 +190,7 @@ Reply Ask(const Box& box) {
 
 // Which box it is, for those who tell boxes apart: the first line of its text, UTF-8.
 std::string FirstLine(LPCSTR text) {
+    const LayerScope layer;
     const std::string line = ToUtf8(text == nullptr ? "" : text);
     return line.substr(0, line.find('\r'));
 }

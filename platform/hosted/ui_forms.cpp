@@ -83,6 +83,7 @@ bool Form::Load() {
 }
 
 bool Form::Show() {
+    const hosted::LayerScope layer;
     if (!Load()) {
         return false;
     }
@@ -93,12 +94,14 @@ bool Form::Show() {
 }
 
 void Form::Refresh() {
+    const hosted::LayerScope layer;
     if (window_ != nullptr) {
         window_->Redraw();
     }
 }
 
 void Form::Unload() {
+    const hosted::LayerScope layer;
     window_.reset();
 }
 
@@ -119,6 +122,7 @@ bool Form::SetText(std::size_t control, std::string_view text) {
 }
 
 void ProcessMessages() {
+    const hosted::LayerScope layer;
     // A handler may unload any of the windows, and load others.
     const std::vector<hosted::FormWindow*> windows = hosted::FormWindows();
     for (hosted::FormWindow* const window : windows) {
@@ -134,6 +138,7 @@ void ProcessMessages() {
 }
 
 void RunMessageLoop() {
+    const hosted::LayerScope layer;
     while (!hosted::FormWindows().empty()) {
         if (!WaitForMessage()) {
             hosted::Note("the program waits for a window that nothing can happen to any more");
@@ -144,6 +149,7 @@ void RunMessageLoop() {
 }
 
 HWND OwnerWindow() {
+    const hosted::LayerScope layer;
     const auto& windows = hosted::FormWindows();
     const bool shown = !windows.empty() && windows.back()->IsShown();
     return shown ? reinterpret_cast<HWND>(windows.back()) : nullptr;
