@@ -223,7 +223,7 @@ class Call {
     // Does the work, which gives a code, unless the call is refused; then as Done.
     template <typename Work>
     BOOL Run(Work work) {
-        return Done(Refused() ? code_ : work());
+        return Done(Refused() ? code_ : static_cast<DWORD>(work()));
     }
     LSTATUS Result(LSTATUS code);
 

@@ -76,7 +76,7 @@ Descriptor Occupy(const fs::path& host) {
 
 }  // namespace hosted
 
-// The path ends in a backslash; whether the folder exists is not looked at.
+// Whether the folder exists is not looked at.
 DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer) {
     hosted::Call call("GetTempPathA");
     return hosted::GiveKnown(call, "temp", buffer, size);

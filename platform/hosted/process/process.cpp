@@ -49,11 +49,13 @@ HANDLE WINAPI GetProcessHeap() {
 
 // The program's own memory only: what this layer needs for itself is no call of the program.
 LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
-    if (!hosted::InProgram()) {
-        return std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc): the heap is libc's
+    bool refused = false;
+    if (hosted::InProgram()) {
+        const hosted::Call call("HeapAlloc");
+        refused = call.Refused();
     }
-    const hosted::Call call("HeapAlloc");
-    return call.Refused() ? nullptr : std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc, cppcoreguidelines-owning-memory): libc's heap
+    return refused ? nullptr : std::malloc(bytes);
 }
 
 BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {

@@ -33,6 +33,7 @@ std::string NameBelow(const std::string& name, LPCSTR subKey) {
 
 // The name of a key below a handle's as the program has opened it, root first.
 std::string KeyName(HKEY handle, LPCSTR subKey = nullptr) {
+    const LayerScope layer;
     const OpenedKey* const key = Find(handle);
     return NameBelow(key == nullptr ? "" : key->name, subKey);
 }
@@ -42,11 +43,13 @@ std::string NameOfValue(LPCSTR name) {
 }
 
 std::string ValueName(HKEY handle, LPCSTR name) {
+    const LayerScope layer;
     return KeyName(handle) + "|" + NameOfValue(name);
 }
 
 // A key and what it is opened for: "HKEY_USERS:enumerate".
 std::string OpeningOf(HKEY handle, LPCSTR subKey, REGSAM access) {
+    const LayerScope layer;
     constexpr std::pair<REGSAM, const char*> kRights[] = {{KEY_QUERY_VALUE, ":query"},
                                                           {KEY_SET_VALUE, ":set"},
                                                           {KEY_CREATE_SUB_KEY, ":create"},
