@@ -1,8 +1,11 @@
 #include "common/modGeneral.h"
 
+#include <array>
+#include <charconv>
 #include <cstring>
 
 #include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "platform/ansi.h"
 #include "platform/forms.h"
 #include "platform/handles.h"
@@ -13,9 +16,31 @@ constexpr std::string_view kVersion = ":2:0:33";
 constexpr std::string_view kContactPage = "https://www.verlonix.example/Kontakt";
 constexpr std::size_t kDescriptionLimit = 480;
 
-std::string ErrorIdentifier(std::uint8_t procedure, std::uint8_t place, std::int32_t number) {
-    return Joined({AppTitle, kVersion, ":", std::to_string(procedure), ":", std::to_string(place),
-                   ":", std::to_string(number)});
+// A short text in memory of its own: the box for want of memory must not ask for any.
+class FixedText {
+ public:
+    FixedText& operator<<(std::string_view text) {
+        length_ += text.copy(&text_[length_], text_.size() - 1 - length_);
+        return *this;
+    }
+    FixedText& operator<<(std::int32_t number) {
+        std::array<char, 12> digits{};
+        const char* const end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+        return *this << std::string_view(digits.data(),
+                                         static_cast<std::size_t>(end - digits.data()));
+    }
+    [[nodiscard]] const char* Get() const { return text_.data(); }  // ends in a NUL
+
+ private:
+    std::array<char, 256> text_{};
+    std::size_t length_ = 0;
+};
+
+FixedText ErrorIdentifier(std::uint8_t procedure, std::uint8_t place, std::int32_t number) {
+    FixedText text;
+    text << AppTitle << kVersion << ":" << procedure << ":" << place << ":" << number;
+    return text;
 }
 
 // The description with its further lines indented like the first one.
@@ -32,21 +57,22 @@ std::string Indented(std::string_view description) {
 
 std::string Opening(const RuntimeError& error, std::int32_t number) {
     if (error.number != number || error.description.empty()) {
-        return "Ein Fehler ist aufgetreten.\r\n\r\n";
+        return Joined({"Ein Fehler ist aufgetreten.", kEmptyLine});
     }
     return Joined(
-        {"Der folgende Fehler ist aufgetreten:\r\n\t", Indented(error.description), "\r\n\r\n"});
+        {"Der folgende Fehler ist aufgetreten:\r\n\t", Indented(error.description), kEmptyLine});
 }
 
-std::string LongForm(const RuntimeError& error, std::int32_t number, bool fatal,
+std::string LongForm(const RuntimeError& error, std::int32_t number, Fatal fatal,
                      std::string_view identifier) {
     return Joined(
         {Opening(error, number),
-         fatal ? "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n" : "",
+         fatal == Fatal::Yes ? "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n"
+                             : "",
          "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi, AppTitle,
          " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf ",
-         kContactPage, ") und geben Sie unbedingt die Fehlerkennung \"", identifier,
-         "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi});
+         kContactPage, ") und geben Sie unbedingt die Fehlerkennung ", Quoted(identifier),
+         " und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi});
 }
 
 // SetClipboardData takes the memory over when it succeeds; until then it stays ours.
@@ -67,35 +93,37 @@ void CopyToClipboard(const std::string& text) {
     }
 }
 
-void ShowShortForm(const std::string& identifier) {
-    ShowMessage(Joined({"Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."_ansi,
-                        " (Fehlerkennung \"", identifier, "\")"}),
-                MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
+int ShowBox(const char* text, UINT style) {
+    return MessageBoxA(forms::OwnerWindow(), text, AppTitle, style);
 }
 
-void ShowLongForm(const RuntimeError& error, std::int32_t number, bool fatal,
-                  const std::string& identifier) {
-    const std::string message = LongForm(error, number, fatal, identifier);
-    const std::string question =
-        Joined({message, "\r\n\r\nMöchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi});
-    const UINT icon = fatal ? MB_ICONHAND : MB_ICONEXCLAMATION;
+void ShowShortForm(const FixedText& identifier) {
+    FixedText text;
+    text << "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."_ansi
+         << " (Fehlerkennung \"" << identifier.Get() << "\")";
+    ShowBox(text.Get(), MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
+}
+
+void ShowLongForm(const RuntimeError& error, std::int32_t number, Fatal fatal,
+                  const FixedText& identifier) {
+    const std::string message = LongForm(error, number, fatal, identifier.Get());
+    const std::string question = Joined(
+        {message, kEmptyLine, "Möchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi});
+    const UINT icon = fatal == Fatal::Yes ? MB_ICONHAND : MB_ICONEXCLAMATION;
     if (ShowMessage(question, MB_YESNO | icon) == IDYES) {
-        CopyToClipboard(message + "\r\n");
+        CopyToClipboard(Joined({message, kLineBreak}));
     }
+}
+
+void*& MemorySetAside() {
+    static void* memory = nullptr;
+    return memory;
 }
 
 }  // namespace
 
 int ShowMessage(const std::string& text, UINT style) {
-    return MessageBoxA(forms::OwnerWindow(), text.c_str(), AppTitle, style);
-}
-
-std::string Joined(std::initializer_list<std::string_view> parts) {
-    std::string text;
-    for (const std::string_view part : parts) {
-        text += part;
-    }
-    return text;
+    return ShowBox(text.c_str(), style);
 }
 
 std::string AddBackslash(std::string_view path) {
@@ -106,40 +134,45 @@ std::string AddBackslash(std::string_view path) {
     return result;
 }
 
-std::string UpperCase(std::string_view text) {
-    std::string result(text);
-    CharUpperBuffA(result.data(), static_cast<DWORD>(result.size()));
-    return result;
-}
-
-bool EqualIgnoringCase(std::string_view left, std::string_view right) {
-    return left.size() == right.size() && UpperCase(left) == UpperCase(right);
-}
-
-void EndProgram() noexcept {
+void EndProgram() {
     for (;;) {
         TerminateProcess(GetCurrentProcess(), 1);
         Sleep(1);
     }
 }
 
-void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, bool fatal,
-                 bool shortForm) noexcept {
-    RuntimeError& pending = CurrentError();
-    try {
-        const std::string identifier = ErrorIdentifier(procedure, place, number);
-        if (number == ErrorNumber::OutOfMemory && shortForm) {
-            ShowShortForm(identifier);
-        } else {
-            ShowLongForm(pending, number, fatal, identifier);
-        }
-    } catch (...) {
-        // A report that cannot be shown must still end a program that asked to be ended:
-        // there is nobody left to tell.
+void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
+                 ShortForm shortForm) {
+    const FixedText identifier = ErrorIdentifier(procedure, place, number);
+    if (number == ErrorNumber::OutOfMemory && shortForm == ShortForm::Yes) {
+        ShowShortForm(identifier);
+    } else {
+        ShowLongForm(CurrentError(), number, fatal, identifier);
     }
-    if (fatal) {
+    if (fatal == Fatal::Yes) {
         EndProgram();
     }
-    pending.number = 0;
-    pending.description.clear();
+    CurrentError() = {};
+}
+
+void EndWithoutMemory() {
+    static bool running = false;
+    if (!running) {
+        running = true;
+        HeapFree(GetProcessHeap(), 0, MemorySetAside());
+        const CheckPlace at = RunningPlace();
+        ReportError(at.procedure, at.place, ErrorNumber::OutOfMemory, Fatal::Yes, ShortForm::Yes);
+    }
+    EndProgram();
+}
+
+void EndWithInternalError() {
+    const CheckPlace at = RunningPlace();
+    ReportError(at.procedure, at.place, ErrorNumber::Internal, Fatal::Yes, ShortForm::Yes);
+    EndProgram();
+}
+
+void SetMemoryAside() {
+    constexpr SIZE_T kEnoughForABox = SIZE_T{64} * 1024;
+    MemorySetAside() = HeapAlloc(GetProcessHeap(), 0, kEnoughForABox);
 }

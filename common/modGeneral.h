@@ -1,9 +1,8 @@
-// General routines: the application's name, its message boxes, small text helpers and the
-// report of unexpected failures. Texts are Windows-1252.
+// General routines: the application's name, its message boxes and the reports that end it.
+// Texts are Windows-1252.
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -11,31 +10,34 @@
 
 inline constexpr char AppTitle[] = "UnInstaller";
 
-// Shows a modal message box with the application's title, owned by the program's open
-// window if there is one. style and result are those of MessageBoxA; 0 when the box
-// could not be shown.
+// Shows a modal message box with the application's title, in front of what else is on the
+// screen. style and result are those of MessageBoxA; 0 when the box could not be shown.
 int ShowMessage(const std::string& text, UINT style);
-
-// The parts, one behind the other.
-std::string Joined(std::initializer_list<std::string_view> parts);
 
 // The path with a backslash at its end; an empty path stays empty.
 std::string AddBackslash(std::string_view path);
 
-// Upper case by the system's rules for Windows-1252 (CharUpperBuffA), umlauts included.
-std::string UpperCase(std::string_view text);
-
-// Whether two texts differ in letter case at most.
-bool EqualIgnoringCase(std::string_view left, std::string_view right);
-
 // Ends the process at once: no further step, window event or clean-up of the program.
-[[noreturn]] void EndProgram() noexcept;
+[[noreturn]] void EndProgram();
+
+enum class Fatal { No, Yes };      // whether the program ends after a report
+enum class ShortForm { No, Yes };  // whether number 7 gets the short box
 
 // Reports an unexpected failure: a message with the description of the current error (if
 // it is the one with that number), the error identifier made of procedure, place and
-// number, and the offer to copy it to the clipboard. Number 7 with shortForm gets a short
-// box instead, because the long way needs memory. A fatal report ends the program and
-// does not return; otherwise the current error is cleared. Failures of the report itself
-// are ignored.
-void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, bool fatal,
-                 bool shortForm) noexcept;
+// number, and the offer to copy it to the clipboard. Number 7 with ShortForm::Yes gets a
+// short box instead, because the long way needs memory. A fatal report ends the program and
+// does not return; otherwise the current error is cleared. A box or a clipboard that fails
+// changes nothing of that.
+void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
+                 ShortForm shortForm);
+
+// The end for want of memory: the short box, which needs none, and the end of the program.
+// A second call while it runs ends the program without a word.
+[[noreturn]] void EndWithoutMemory();
+
+// The end for a fault of the program itself, one that its own checks rule out.
+[[noreturn]] void EndWithInternalError();
+
+// Sets memory aside that the box of EndWithoutMemory needs of the system.
+void SetMemoryAside();

@@ -1,6 +1,6 @@
 #include "common/modGetErrString.h"
 
-#include "common/modGeneral.h"
+#include "common/modText.h"
 
 std::string SystemText(DWORD code, DWORD limit) {
     std::string text(limit, '\0');

@@ -7,9 +7,6 @@
 
 #include "platform/win32.h"
 
-inline constexpr std::string_view kLineBreak = "\r\n";
-inline constexpr std::string_view kEmptyLine = "\r\n\r\n";
-
 // The system's text for a code, without its final line break (one is removed, not more);
 // empty when the system has none or it does not fit into limit characters. Insert
 // sequences such as %1 stay as they are: FormatMessageA would otherwise read arguments

@@ -1,18 +1,16 @@
 #include "common/modGetShortPathAlways.h"
 
-#include "common/modGeneral.h"
 #include "common/modGetErrString.h"
-#include "common/modRuntimeError.h"
-#include "platform/win32.h"
+#include "common/modText.h"
 
-std::string GetShortPathAlways(const std::string& longPath) {
+Result<std::string> GetShortPathAlways(const std::string& longPath) {
     // Without a buffer GetShortPathNameA returns the size it needs, its NUL included.
     const DWORD size = GetShortPathNameA(longPath.c_str(), nullptr, 0);
     if (size == 0) {
         const DWORD code = GetLastError();
-        throw RuntimeError{
+        return RuntimeError{
             ErrorNumber::InvalidCall,
-            Joined({"GetShortPathName failed for long path \"", longPath, "\".",
+            Joined({"GetShortPathName failed for long path ", Quoted(longPath), ".",
                     GetErrString(static_cast<std::int32_t>(code), true, "Error code")})};
     }
     std::string path(size, '\0');

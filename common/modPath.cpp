@@ -3,7 +3,7 @@
 #include <array>
 
 #include "common/modGeneral.h"
-#include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "platform/handles.h"
 
 namespace {
@@ -31,9 +31,8 @@ bool MeansNothingFound(DWORD code) {
            code == ERROR_NO_MORE_FILES;
 }
 
-// Goes through the matching entries until visit returns true. Raises what the system
-// cannot tell.
-bool AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> visit) {
+// Goes through the matching entries until visit returns true, and tells whether it has.
+Result<bool> AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> visit) {
     std::string pattern(path);
     if (pattern.ends_with('\\')) {
         pattern += '*';
@@ -49,7 +48,7 @@ bool AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> 
     }
     const DWORD code = GetLastError();
     if (!MeansNothingFound(code)) {
-        RaiseSystemError(code, path);
+        return SystemError(code, path);
     }
     return false;
 }
@@ -84,38 +83,46 @@ bool IsUsableComponent(std::string_view component) {
 
 }  // namespace
 
-std::string LookUp(std::string_view path, DWORD mask) {
+Result<std::string> LookUp(std::string_view path, DWORD mask) {
     std::string name;
-    AnyEntry(path, [&](const WIN32_FIND_DATAA& entry) {
+    const Result<bool> found = AnyEntry(path, [&](const WIN32_FIND_DATAA& entry) {
         if (IsExcluded(entry, mask)) {
             return false;
         }
         name = entry.cFileName;
         return true;
     });
+    if (found.error) {
+        return found.error;
+    }
     return name;
 }
 
-bool HasEntries(std::string_view folder) {
+Result<bool> HasEntries(std::string_view folder) {
     return AnyEntry(AddBackslash(folder),
                     [](const WIN32_FIND_DATAA& entry) { return !IsDots(entry); });
 }
 
-bool IsFolderLink(std::string_view path) {
-    return !path.ends_with('\\') &&
-           AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
+Result<bool> IsFolderLink(std::string_view path) {
+    if (path.ends_with('\\')) {
+        return false;
+    }
+    return AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
 }
 
-std::vector<Subfolder> ListFolders(std::string_view folder) {
+Result<std::vector<Subfolder>> ListFolders(std::string_view folder) {
     const std::string parent = AddBackslash(folder);
     std::vector<Subfolder> folders;
-    AnyEntry(parent, [&](const WIN32_FIND_DATAA& entry) {
+    const Result<bool> listed = AnyEntry(parent, [&](const WIN32_FIND_DATAA& entry) {
         const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
         if (isFolder && !IsDots(entry)) {
             folders.push_back({parent + UsableName(entry), IsLink(entry)});
         }
         return false;
     });
+    if (listed.error) {
+        return listed.error;
+    }
     return folders;
 }
 
@@ -139,21 +146,22 @@ std::string NormalizeFolderPath(std::string_view path) {
 
 std::string GetLongPath(std::string_view path) {
     const std::string full = AddBackslash(path);
-    std::string result;
-    try {
-        if (full.size() < kRootLength || LookUp(full.substr(0, kRootLength), kFolderMask).empty()) {
-            return {};
+    if (full.size() < kRootLength ||
+        LookUp(full.substr(0, kRootLength), kFolderMask).value.empty()) {
+        return {};
+    }
+    std::string result = UpperCase(full.substr(0, 2));
+    for (std::size_t i = kRootLength; i < full.size(); ++i) {
+        if (full[i] != '\\') {
+            continue;
         }
-        result = UpperCase(full.substr(0, 2));
-        for (std::size_t i = kRootLength; i < full.size(); ++i) {
-            if (full[i] == '\\') {
-                const std::string name = LookUp(full.substr(0, i), kFolderMask);
-                result.append("\\").append(name);
-            }
+        const Result<std::string> name = LookUp(full.substr(0, i), kFolderMask);
+        if (name.error) {
+            // A drive that is not ready any more, a name that is none: what was found so far
+            // is the result, and the caller decides whether it is enough.
+            return result;
         }
-    } catch (const RuntimeError&) {
-        // A drive that is not ready, a name that is none: what was found so far is the
-        // result, and the caller decides whether it is enough.
+        result.append("\\").append(name.value);
     }
     return result;
 }
@@ -168,21 +176,17 @@ bool FolderExists(std::string_view path) {
     if (length == 0 || length >= remembered.size()) {
         return false;  // there would be no way back
     }
-    // With its backslash, because "C:" alone means the current folder of that drive.
-    const bool entered = SetCurrentDirectoryA(AddBackslash(path).c_str()) != FALSE;
+    // "C:" alone means the current folder of that drive. Every other path is asked for as it
+    // was given: blanks at its end, which the system passes over, would not be at the end.
+    const std::string folder = path.size() == 2 ? AddBackslash(path) : std::string(path);
+    const bool entered = SetCurrentDirectoryA(folder.c_str()) != FALSE;
     SetCurrentDirectoryA(remembered.data());
     return entered;
 }
 
 bool FileExists(std::string_view path) {
-    if (!IsValidPath(path)) {
-        return false;
-    }
-    try {
-        return !LookUp(path, kFileMask).empty();
-    } catch (const RuntimeError&) {
-        return false;  // what cannot be looked up is not there for the caller
-    }
+    // What cannot be looked up is not there for the caller.
+    return IsValidPath(path) && !LookUp(path, kFileMask).value.empty();
 }
 
 bool IsValidPath(std::string_view path) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/FunctionRef.h"
+#include "common/modRuntimeError.h"
 #include "platform/win32.h"
 
 // Which entries a look-up may find besides ordinary files.
@@ -15,24 +16,24 @@ inline constexpr DWORD kFolderMask = kFileMask | FILE_ATTRIBUTE_DIRECTORY;
 // The stored name of the first directory entry that matches path (wildcards allowed; a
 // path that ends in a backslash matches the entries in that folder). An entry is passed
 // over if it is hidden, a system entry or a folder and the mask lacks that attribute.
-// Empty when there is none. Raises a run-time error when the system cannot tell, for
-// instance because the drive is not ready.
-std::string LookUp(std::string_view path, DWORD mask);
+// Empty when there is none; an error when the system cannot tell, for instance because the
+// drive is not ready.
+Result<std::string> LookUp(std::string_view path, DWORD mask);
 
-// Whether a folder holds any entry but "." and "..", hidden ones included. Raises like
+// Whether a folder holds any entry but "." and "..", hidden ones included. Errors as for
 // LookUp.
-bool HasEntries(std::string_view folder);
+Result<bool> HasEntries(std::string_view folder);
 
 // Whether the folder at path is only a link to another one: a junction, a mounted volume or
-// a symbolic link. Raises like LookUp.
-bool IsFolderLink(std::string_view path);
+// a symbolic link. Errors as for LookUp.
+Result<bool> IsFolderLink(std::string_view path);
 
 struct Subfolder {
     std::string path;  // full
     bool isLink;       // as IsFolderLink tells
 };
-// The folders in a folder, without "." and "..". Raises like LookUp.
-std::vector<Subfolder> ListFolders(std::string_view folder);
+// The folders in a folder, without "." and "..". Errors as for LookUp.
+Result<std::vector<Subfolder>> ListFolders(std::string_view folder);
 
 // A folder from one of the system's queries, ending in a backslash. query fills a buffer of
 // that size and returns the length that it wrote, or the length that it needs when the

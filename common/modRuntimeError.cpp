@@ -1,9 +1,7 @@
 #include "common/modRuntimeError.h"
 
-#include <new>
-
-#include "common/modGeneral.h"
 #include "common/modGetErrString.h"
+#include "common/modText.h"
 #include "platform/ansi.h"
 
 namespace {
@@ -38,7 +36,7 @@ constexpr Meaning kMeanings[] = {
 
 constexpr Meaning kOther{0, ErrorNumber::PathFileAccess, "Fehler beim Zugriff auf Pfad/Datei"};
 
-const Meaning& MeaningOf(DWORD code) noexcept {
+const Meaning& MeaningOf(DWORD code) {
     for (const Meaning& meaning : kMeanings) {
         if (meaning.code == code) {
             return meaning;
@@ -49,40 +47,27 @@ const Meaning& MeaningOf(DWORD code) noexcept {
 
 }  // namespace
 
-RuntimeError& CurrentError() noexcept {
+RuntimeError SystemError(DWORD code, std::string_view object) {
+    const Meaning& meaning = MeaningOf(code);
+    return {meaning.number,
+            Joined({meaning.text, ": ", Quoted(object),
+                    GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")})};
+}
+
+RuntimeError& CurrentError() {
     static RuntimeError pending;
     return pending;
 }
 
-void RecordCurrentException() noexcept {
-    RuntimeError& pending = CurrentError();
-    try {
-        throw;
-    } catch (RuntimeError& error) {
-        pending.number = error.number;
-        pending.description.swap(error.description);  // no allocation while handling an error
-    } catch (const std::bad_alloc&) {
-        pending.number = ErrorNumber::OutOfMemory;
-        pending.description.clear();
-    } catch (...) {
-        pending.number = ErrorNumber::Internal;
-        pending.description.clear();
-    }
-}
-
-bool RunStep(FunctionRef<void()> step) noexcept {
-    try {
-        step();
+bool RunStep(RuntimeError outcome) {
+    if (!outcome) {
         return true;
-    } catch (...) {
-        RecordCurrentException();
-        return false;
     }
+    CurrentError() = std::move(outcome);
+    return false;
 }
 
-void RaiseSystemError(DWORD code, std::string_view object) {
-    const Meaning& meaning = MeaningOf(code);
-    throw RuntimeError{meaning.number,
-                       Joined({meaning.text, ": \"", object, "\"",
-                               GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")})};
+CheckPlace& RunningPlace() {
+    static CheckPlace place;
+    return place;
 }

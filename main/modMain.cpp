@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <array>
 
+#include "common/Product.h"
 #include "common/modGeneral.h"
 #include "common/modGetShortPathAlways.h"
 #include "common/modGetSpecialFolderPath.h"
 #include "common/modPath.h"
-#include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "main/modFile.h"
 #include "main/modResToFile.h"
 #include "platform/ansi.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr std::uint8_t kProcedure = 1;
 constexpr WORD kRecordId = 101;
-constexpr std::string_view kUninstallOption = "/u=";
 
 std::string TempFolderPath() {
     return QueriedFolder([](char* buffer, DWORD size) { return GetTempPathA(size, buffer); });
@@ -31,25 +31,31 @@ struct OwnLocation {
     std::string name;
 };
 
-OwnLocation OwnFile() {
+Result<OwnLocation> OwnFile() {
     std::array<char, MAX_PATH + 1> buffer{};
     const DWORD length =
         GetModuleFileNameA(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
     const std::string_view path(buffer.data(), length < buffer.size() ? length : 0);
     const std::size_t cut = path.rfind('\\');
     if (cut == std::string_view::npos) {
-        RaiseSystemError(GetLastError(), path);
+        return SystemError(GetLastError(), path);
     }
     const std::string_view file = path.substr(cut + 1);
     const bool atRoot = cut == 2;  // "C:\": the root keeps its backslash
-    return {std::string(path.substr(0, atRoot ? cut + 1 : cut)),
-            std::string(file.substr(0, file.rfind('.')))};
+    return OwnLocation{std::string(path.substr(0, atRoot ? cut + 1 : cut)),
+                       std::string(file.substr(0, file.rfind('.')))};
+}
+
+// The steps from here on lead to this check point.
+void HeadFor(std::uint8_t place) {
+    RunningPlace() = {kProcedure, place};
 }
 
 // Reports a pending error, which ends the program; goes on if there is none.
-void CheckPoint(std::uint8_t place) noexcept {
+void CheckPoint() {
     if (CurrentError().number != 0) {
-        ReportError(kProcedure, place, CurrentError().number, true, true);
+        ReportError(kProcedure, RunningPlace().place, CurrentError().number, Fatal::Yes,
+                    ShortForm::Yes);
     }
 }
 
@@ -66,97 +72,158 @@ bool UserRetries() {
 
 // Waits until the editor is not in use. False if the user gives up.
 bool EditorIsFree() {
-    for (;;) {
-        std::string editor;
-        if (!RunStep([&] { editor = AddBackslash(OwnFile().folder) + "Tessorin.exe"; })) {
+    do {
+        const Result<OwnLocation> own = OwnFile();
+        if (!RunStep(own.error)) {
             return true;  // without its place nothing can be tested; the next check point ends
         }
-        bool found = true;
-        RunStep([&] { found = !LookUp(editor, kFileMask).empty(); });
-        if (!found || CanOpenForWriting(editor)) {
+        const std::string editor = AddBackslash(own.value.folder) + Product::Program;
+        const Result<std::string> found = LookUp(editor, kFileMask);
+        const bool missing = RunStep(found.error) && found.value.empty();
+        if (missing || CanOpenForWriting(editor)) {
             return true;
         }
-        bool again = false;
-        RunStep([&] { again = UserRetries(); });
-        if (!again) {
-            return false;
-        }
-    }
+    } while (UserRetries());
+    return false;
 }
 
-// The first run's way through the temporary folder. Each step raises on its own.
-struct HandOver {
-    std::string TempFolder;
-    std::string script;
-    handles::File heldCopy;  // nobody may exchange the copy or the script
-    handles::File heldScript;
+// The first run's way through the temporary folder.
+class HandOver {
+ public:
+    explicit HandOver(std::string TempFolder) : TempFolder_(std::move(TempFolder)) {}
 
-    std::string InTemp(std::string_view file) const {
-        if (TempFolder.empty()) {
-            RaiseSystemError(ERROR_PATH_NOT_FOUND, file);  // it would be relative
+    // What the script's line needs to name.
+    RuntimeError FindFolders() {
+        Result<std::string> shortFolder = GetShortPathAlways(TempFolder_);
+        if (shortFolder.error) {
+            return shortFolder.error;
         }
-        return TempFolder + std::string(file);
+        const Result<OwnLocation> own = OwnFile();
+        shortFolder_ = shortFolder.value;
+        ownFolder_ = own.value.folder;
+        return own.error;
     }
-    bool Copy() {
-        const OwnLocation own = OwnFile();
-        return CopyFileWithRetry(AddBackslash(own.folder) + own.name + ".exe",
-                                 InTemp("UnInstall.exe"), false, heldCopy);
+    RuntimeError CheckFolders() const { return CheckScriptFolders(shortFolder_, ownFolder_); }
+
+    Result<bool> Copy() {
+        const Result<OwnLocation> own = OwnFile();
+        const Result<std::string> target = InTemp(Product::Copy);
+        if (own.error || target.error) {
+            return own.error ? own.error : target.error;
+        }
+        return CopyFileWithRetry(AddBackslash(own.value.folder) + own.value.name + ".exe",
+                                 target.value, Target::Overwrite, heldCopy_);
     }
-    void Build() {
-        const std::string shortFolder = GetShortPathAlways(TempFolder);
-        const std::string ownFolder = OwnFile().folder;
-        CheckScriptFolders(shortFolder, ownFolder);
-        script = BuildScript(TempFolder, shortFolder, ownFolder);
+    void Build() { script_ = BuildScript(TempFolder_, shortFolder_, ownFolder_); }
+    RuntimeError Write() {
+        const Result<std::string> path = InTemp(Product::Script);
+        if (path.error) {
+            return path.error;
+        }
+        if (RuntimeError error = DeleteFileIfThere(path.value)) {
+            return error;
+        }
+        if (RuntimeError error = WriteNewFile(path.value, script_)) {
+            return error;
+        }
+        return HoldScript(path.value);
     }
-    void Write() {
-        const std::string path = InTemp("UnInstall.bat");
-        DeleteFileIfThere(path);
-        WriteNewFile(path, script);
-        heldScript = HoldUnchanged(path, script);
+    RuntimeError WriteRecord() const {
+        const Result<std::string> path = InTemp(Product::ScriptRecord);
+        return path.error ? path.error
+                          : ResToFile(path.value, kRecordId, "Custom", Existing::Replace);
     }
-    void Start() {
-        const std::string path = InTemp("UnInstall.bat");
+    RuntimeError Start() {
+        const Result<std::string> path = InTemp(Product::Script);
         // Let go right before the start: the script must be able to delete both, and it
         // may reach its end before this process does.
-        heldCopy.Close();
-        heldScript.Close();
-        StartScript(TempFolder, path);
+        heldCopy_.Close();
+        heldScript_.Close();
+        return path.error ? path.error : StartScript(TempFolder_, path.value);
     }
+
+ private:
+    Result<std::string> InTemp(std::string_view file) const {
+        if (TempFolder_.empty()) {
+            return SystemError(ERROR_PATH_NOT_FOUND, file);  // it would be relative
+        }
+        return TempFolder_ + std::string(file);
+    }
+    // Nobody may have changed it since it was written, and nobody may from here on.
+    RuntimeError HoldScript(const std::string& path) {
+        Result<handles::File> file = HoldFile(path);
+        if (file.error) {
+            return file.error;
+        }
+        const Result<std::string> bytes = ReadAll(file.value, path, script_.size());
+        if (bytes.error) {
+            return bytes.error;
+        }
+        if (bytes.value != script_) {
+            return SystemError(ERROR_ACCESS_DENIED, path);
+        }
+        heldScript_ = std::move(file.value);
+        return {};
+    }
+
+    std::string TempFolder_, shortFolder_, ownFolder_, script_;
+    handles::File heldCopy_, heldScript_;
 };
 
 void FirstRun(std::string TempFolder) {
-    bool confirmed = false;
-    RunStep([&] { confirmed = UserConfirms(); });
-    if (!confirmed || !EditorIsFree()) {
+    if (!UserConfirms() || !EditorIsFree()) {
         return;
     }
-    HandOver handOver{std::move(TempFolder), {}, {}, {}};
-    bool copied = true;
-    RunStep([&] { copied = handOver.Copy(); });
-    if (!copied) {
+    HandOver handOver(std::move(TempFolder));
+    const bool found = RunStep(handOver.FindFolders());
+    if (found && !RunStep(handOver.CheckFolders())) {
+        CheckPoint();  // before anything is copied for a script that would not work
+    }
+    const Result<bool> copied = handOver.Copy();
+    if (RunStep(copied.error) && !copied.value) {
         return;
     }
     // A script that could not be built leaves an empty file, never an older script.
-    RunStep([&] { handOver.Build(); });
-    RunStep([&] { handOver.Write(); });
-    CheckPoint(2);
-    RunStep([&] { ResToFile(handOver.InTemp("UnInstall.pif"), kRecordId, "Custom", true); });
-    CheckPoint(3);
-    RunStep([&] { handOver.Start(); });
-    CheckPoint(4);
+    if (found) {
+        handOver.Build();
+    }
+    RunStep(handOver.Write());
+    CheckPoint();
+    HeadFor(3);
+    RunStep(handOver.WriteRecord());
+    CheckPoint();
+    HeadFor(4);
+    RunStep(handOver.Start());
+    CheckPoint();
+}
+
+// The script beside the running copy; whoever starts the copy by hand has none.
+void HoldOwnScript() {
+    const Result<OwnLocation> own = OwnFile();
+    if (!own.error) {
+        const std::string script = AddBackslash(own.value.folder) + Product::Script;
+        HeldScript() =
+            handles::File(CreateFileA(script.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+}
+
+bool IsFolder(const std::string& path) {
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 // The program folder in its long form. Between the test and this the folder may have gone;
 // then the long form is incomplete and names some other folder, which must stay.
-std::string LongProgramFolder(std::string_view folder) {
-    std::string result = AddBackslash(GetLongPath(folder));
+Result<std::string> LongProgramFolder(std::string_view folder) {
+    const std::string result = AddBackslash(GetLongPath(folder));
     const std::string given = AddBackslash(folder);
     const auto depth = [](const std::string& path) {
         return std::count(path.begin(), path.end(), '\\');
     };
     if (depth(result) != depth(given) || result.find("\\\\") != std::string::npos ||
-        !FolderExists(result)) {
-        RaiseSystemError(ERROR_PATH_NOT_FOUND, folder);
+        !IsFolder(result)) {
+        return SystemError(ERROR_PATH_NOT_FOUND, folder);
     }
     return result;
 }
@@ -167,44 +234,47 @@ std::string GroupFolder() {
         programs = AddBackslash(GetSpecialFolderPath(CSIDL_PROGRAMS));
     }
     // Without either, "Tessorin\" alone would be relative to the current folder.
-    return programs.empty() ? programs : programs + "Tessorin\\";
+    return programs.empty() ? programs : Joined({programs, Product::GroupSuffix});
 }
 
-void ShowUnknownArgument(std::string_view arguments) {
-    ShowMessage(Joined({"Unbekanntes Befehlszeilenargument (\"", arguments, "\")"}),
-                MB_OK | MB_ICONEXCLAMATION);
-}
-
-void ShowProgressWindow() {
+RuntimeError ShowProgressWindow() {
     // As long as the program: it outlives Main and is used until the sequence has ended.
     static frmUnInstProc progressWindow;
-    if (!progressWindow.Show()) {
-        RaiseSystemError(GetLastError(), "frmUnInstProc");
-    }
+    return progressWindow.Show() ? RuntimeError{} : SystemError(GetLastError(), "frmUnInstProc");
 }
 
 void RelaunchedCopy(std::string_view arguments) {
-    const bool known = arguments.starts_with(kUninstallOption);
-    const std::string_view folder = known ? arguments.substr(kUninstallOption.size()) : "";
-    bool exists = false;
-    RunStep([&] { exists = known && FolderExists(folder); });
-    if (!exists) {
-        RunStep([&] { ShowUnknownArgument(arguments); });
+    HeadFor(4);
+    HoldOwnScript();
+    const bool known = arguments.starts_with(Product::UninstallOption);
+    const std::string_view folder =
+        known ? arguments.substr(Product::UninstallOption.size()) : std::string_view();
+    if (!FolderExists(folder)) {
+        ShowMessage(Joined({"Unbekanntes Befehlszeilenargument (", Quoted(arguments), ")"}),
+                    MB_OK | MB_ICONEXCLAMATION);
         return;
     }
     Folders& folders = Globals();
-    RunStep([&] { folders.ProgramFolder = LongProgramFolder(folder); });
-    CheckPoint(4);
-    RunStep([&] { folders.SystemFolder = SystemFolderPath(); });
-    RunStep([&] { folders.ProgramGroupFolder = GroupFolder(); });
+    Result<std::string> programFolder = LongProgramFolder(folder);
+    RunStep(programFolder.error);
+    CheckPoint();
+    HeadFor(5);
+    folders.ProgramFolder = std::move(programFolder.value);
+    folders.SystemFolder = SystemFolderPath();
+    folders.ProgramGroupFolder = GroupFolder();
     // Started by hand in the program folder, the program itself would keep it from being
     // removed; in the temporary folder, it would find libraries that others put there.
     SetCurrentDirectoryA(folders.SystemFolder.c_str());
-    RunStep([] { ShowProgressWindow(); });
-    CheckPoint(5);
+    RunStep(ShowProgressWindow());
+    CheckPoint();
 }
 
 }  // namespace
+
+handles::File& HeldScript() {
+    static handles::File script;
+    return script;
+}
 
 std::string SystemFolderPath() {
     return QueriedFolder(
@@ -221,11 +291,10 @@ std::string_view CommandArguments(std::string_view commandLine) {
     return rest.substr(std::min(rest.find_first_not_of(" \t"), rest.size()));
 }
 
-void Main() noexcept {
-    std::string TempFolder;
-    RunStep([&] { TempFolder = TempFolderPath(); });
-    const char* const commandLine = GetCommandLineA();
-    const std::string_view arguments = CommandArguments(commandLine);
+void Main() {
+    HeadFor(2);
+    std::string TempFolder = TempFolderPath();
+    const std::string_view arguments = CommandArguments(GetCommandLineA());
     if (arguments.empty()) {
         FirstRun(std::move(TempFolder));
     } else {

@@ -5,11 +5,17 @@
 #include <string>
 #include <string_view>
 
+#include "common/modRuntimeError.h"
 #include "platform/handles.h"
 
 // The start procedure. Returns with no window open, which ends the program, or with the
 // progress window shown.
-void Main() noexcept;
+void Main();
+
+// In the relaunched copy the script that has started it, held from its start to its end:
+// the interpreter goes on reading it afterwards, and nobody may change it meanwhile. Empty
+// in the first run and where there is no script.
+[[nodiscard]] handles::File& HeldScript();
 
 // The argument text of a command line: everything behind the program's name (in quotes or
 // up to the first blank) and the blanks that separate it, exactly as it stands.
@@ -25,12 +31,14 @@ std::string SystemFolderPath();
 // somebody else, not write-protected. Does not touch it.
 bool CanOpenForWriting(const std::string& path);
 
+enum class Target { Overwrite, MustBeNew };
+
 // Copies a file; when that fails, shows the reason and asks Abort, Retry or Ignore. False
 // only for Abort. After a successful copy, held receives a handle through which nobody can
-// change or exchange the target; it stays empty after Ignore. Raises if the target is not
-// what has been copied.
-bool CopyFileWithRetry(const std::string& source, const std::string& target, bool failIfExists,
-                       handles::File& held);
+// change or exchange the target; it stays empty after Ignore and where somebody else holds
+// the target. An error if the target is not what has been copied.
+Result<bool> CopyFileWithRetry(const std::string& source, const std::string& target,
+                               Target existing, handles::File& held);
 
 // ---- modMain_Script.cpp ----------------------------------------------------------------
 
@@ -40,10 +48,10 @@ bool CopyFileWithRetry(const std::string& source, const std::string& target, boo
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder);
 
-// Raises if the script's line for starting the copy cannot carry the two folders safely:
+// Error 5 if the script's line for starting the copy cannot carry the two folders safely:
 // the interpreter would start another program, or hand over another existing folder.
-void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder);
+RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder);
 
 // Starts the script with a hidden window and the temporary folder as its current folder.
-// Does not wait. Raises if it cannot be started.
-void StartScript(const std::string& TempFolder, const std::string& scriptPath);
+// Does not wait.
+RuntimeError StartScript(const std::string& TempFolder, const std::string& scriptPath);

@@ -2,6 +2,7 @@
 
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
+#include "common/modText.h"
 #include "main/modFile.h"
 #include "main/modMain.h"
 
@@ -12,28 +13,71 @@ constexpr std::uint8_t kPlace = 1;
 
 int AskAboutFailedCopy(const std::string& source, const std::string& target, DWORD code) {
     const std::string text =
-        Joined({"Beim Kopieren der Datei \"", source, "\" nach \"", target,
-                "\" ist der folgende Fehler aufgetreten:",
+        Joined({"Beim Kopieren der Datei ", Quoted(source), " nach ", Quoted(target),
+                " ist der folgende Fehler aufgetreten:",
                 GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")});
     return ShowMessage(text, MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
 }
 
-// An older file gives way to a new one, so that the copy is never written through a link
-// that somebody has put in its place, or puts there meanwhile. A file that stays is left to
-// the system to refuse.
-bool CopyReplacing(const std::string& source, const std::string& target, bool failIfExists) {
-    const BOOL deleted = failIfExists ? TRUE : DeleteFileA(target.c_str());
-    const DWORD code = deleted != FALSE ? DWORD{ERROR_SUCCESS} : GetLastError();
-    const bool createsAnew = code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND;
-    if (!createsAnew) {
-        const DWORD attributes = GetFileAttributesA(target.c_str());
-        if (attributes != INVALID_FILE_ATTRIBUTES &&
-            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
-            SetLastError(code);
-            return false;
-        }
+// Deletes an older file, read-only or not; 0 when nothing is there any more.
+DWORD DeleteOlder(const std::string& target) {
+    SetFileAttributesA(target.c_str(), FILE_ATTRIBUTE_NORMAL);  // the deletion tells
+    if (DeleteFileA(target.c_str()) != FALSE) {
+        return ERROR_SUCCESS;
     }
-    return CopyFileA(source.c_str(), target.c_str(), createsAnew ? TRUE : FALSE) != FALSE;
+    const DWORD code = GetLastError();
+    return code == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : code;
+}
+
+bool IsLink(const std::string& path) {
+    const DWORD attributes = GetFileAttributesA(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+// Copies and gives the system's code, 0 for success. An older file gives way to a new one, so
+// that the copy is never written through a link that somebody has put in its place, or puts
+// there meanwhile. A file that stays is left to the system to refuse.
+DWORD CopyReplacing(const std::string& source, const std::string& target, Target existing) {
+    const DWORD left = existing == Target::Overwrite ? DeleteOlder(target) : DWORD{ERROR_SUCCESS};
+    if (left != ERROR_SUCCESS && IsLink(target)) {
+        return left;
+    }
+    const BOOL mustBeNew = left == ERROR_SUCCESS ? TRUE : FALSE;
+    if (CopyFileA(source.c_str(), target.c_str(), mustBeNew) == FALSE) {
+        return GetLastError();
+    }
+    // The copy of a read-only file is read-only, and the script could not delete it. Where
+    // the attribute cannot be taken away the copy is still one.
+    SetFileAttributesA(target.c_str(), FILE_ATTRIBUTE_NORMAL);
+    return ERROR_SUCCESS;
+}
+
+// Holds the copy once it is seen to be one. A file that somebody else holds is a copy all the
+// same; one with other bytes is none.
+RuntimeError HoldCopy(const std::string& source, const std::string& target, handles::File& held) {
+    const Result<handles::File> original = HoldFile(source);
+    Result<handles::File> copy = HoldFile(target);
+    const bool isGone = copy.error && GetFileAttributesA(target.c_str()) == INVALID_FILE_ATTRIBUTES;
+    if (isGone) {
+        return copy.error;
+    }
+    if (original.error || copy.error) {
+        return {};
+    }
+    const Result<std::string> bytes = ReadAll(original.value, source);
+    if (bytes.error) {
+        return bytes.error;
+    }
+    const Result<std::string> copied = ReadAll(copy.value, target, bytes.value.size());
+    if (copied.error) {
+        return copied.error;
+    }
+    if (copied.value != bytes.value) {
+        return SystemError(ERROR_ACCESS_DENIED, target);
+    }
+    held = std::move(copy.value);
+    return {};
 }
 
 }  // namespace
@@ -55,10 +99,10 @@ bool CanOpenForWriting(const std::string& path) {
     return true;
 }
 
-bool CopyFileWithRetry(const std::string& source, const std::string& target, bool failIfExists,
-                       handles::File& held) {
-    while (!CopyReplacing(source, target, failIfExists)) {
-        const int answer = AskAboutFailedCopy(source, target, GetLastError());
+Result<bool> CopyFileWithRetry(const std::string& source, const std::string& target,
+                               Target existing, handles::File& held) {
+    while (const DWORD code = CopyReplacing(source, target, existing)) {
+        const int answer = AskAboutFailedCopy(source, target, code);
         switch (answer) {
             case IDABORT:
                 return false;
@@ -67,10 +111,11 @@ bool CopyFileWithRetry(const std::string& source, const std::string& target, boo
             case IDIGNORE:
                 return true;
             default:
-                ReportError(kProcedure, kPlace, answer, true, true);
-                return false;
+                ReportError(kProcedure, kPlace, answer, Fatal::Yes, ShortForm::Yes);
         }
     }
-    held = HoldUnchanged(target, ReadWholeFile(source));
+    if (RuntimeError error = HoldCopy(source, target, held)) {
+        return error;
+    }
     return true;
 }

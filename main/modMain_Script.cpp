@@ -1,8 +1,9 @@
+#include <algorithm>
 #include <optional>
 
-#include "common/modGeneral.h"
+#include "common/Product.h"
 #include "common/modPath.h"
-#include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "common/modWinTextToDOSText.h"
 #include "main/modMain.h"
 #include "platform/ansi.h"
@@ -12,12 +13,14 @@ namespace {
 // Unquoted, each of these ends a word, begins another command or is taken away.
 constexpr std::string_view kEndsAWord = " &|<>^%,;=";
 
-[[noreturn]] void Refuse(std::string_view reason, const std::string& folder) {
-    throw RuntimeError{ErrorNumber::InvalidCall, Joined({reason, ": \"", folder, "\""})};
+RuntimeError Refusal(std::string_view reason, const std::string& folder) {
+    return {ErrorNumber::InvalidCall, Joined({reason, ": ", Quoted(folder)})};
 }
 
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
+// "C:\..." or "\\server\share\...": the interpreter finds the same folder wherever it stands.
+bool IsAbsolute(std::string_view folder) {
+    return folder.substr(std::min<std::size_t>(1, folder.size()), 2) == ":\\" ||
+           folder.starts_with("\\\\");
 }
 
 // A line of a script as the interpreter reads it: "%%" is a percent sign, and a single one
@@ -34,7 +37,7 @@ std::optional<std::string> WithoutPercentSigns(std::string_view line) {
         if (behind.starts_with('%')) {
             result += '%';
             ++i;
-        } else if (behind.starts_with('~') || (!behind.empty() && IsDigit(behind[0])) ||
+        } else if (behind.starts_with('~') || (!behind.empty() && IsDigits(behind.substr(0, 1))) ||
                    behind.find('%') != std::string_view::npos) {
             return std::nullopt;
         }
@@ -66,46 +69,52 @@ std::string WithoutLastBlanks(std::string text) {
     return text;
 }
 
-void SetInterpreter(const std::string& systemFolder) {
+RuntimeError SetInterpreter(const std::string& systemFolder) {
     // The system takes the interpreter for a script from this variable or looks for it
     // along the search path, the program's current folder included. Both lead to the
     // system folder from here on, for this process and those that it starts.
     if (SetEnvironmentVariableA("ComSpec", (systemFolder + "cmd.exe").c_str()) == FALSE ||
         SetCurrentDirectoryA(systemFolder.c_str()) == FALSE) {
-        RaiseSystemError(GetLastError(), systemFolder);
+        return SystemError(GetLastError(), systemFolder);
     }
+    return {};
 }
 
 }  // namespace
 
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder) {
-    return Joined({"del \"", TempFolder, "UnInstall.pif\"\r\n",           //
-                   "start /wait ", shortTempFolder, "UnInstall.exe /u=",  //
-                   WinTextToDOSText(ownFolder), "\r\n",                   //
-                   "del \"", TempFolder, "UnInstall.exe\"\r\n",           //
-                   "del \"", TempFolder, "UnInstall.bat\""});
+    return Joined({"del \"", TempFolder, Product::ScriptRecord, "\"\r\n",  //
+                   "start /wait ", shortTempFolder, Product::Copy, " ",
+                   Product::UninstallOption,                       //
+                   WinTextToDOSText(ownFolder), "\r\n",            //
+                   "del \"", TempFolder, Product::Copy, "\"\r\n",  //
+                   "del \"", TempFolder, Product::Script, "\""});
 }
 
-void CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {
-    if (!IsValidPath(shortTempFolder) ||
+RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {
+    if (!IsAbsolute(shortTempFolder) ||
         shortTempFolder.find_first_of(kEndsAWord) != std::string::npos ||
         DOSTextToWinText(shortTempFolder) != shortTempFolder) {
-        Refuse("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi, shortTempFolder);
+        return Refusal("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi,
+                       shortTempFolder);
     }
     const std::optional<std::string> arriving = AsInterpreterReads(ownFolder);
     if (!arriving || (*arriving != ownFolder && FolderExists(WithoutLastBlanks(*arriving)))) {
-        Refuse("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi,
-               arriving.value_or(ownFolder));
+        return Refusal("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi,
+                       arriving.value_or(ownFolder));
     }
+    return {};
 }
 
-void StartScript(const std::string& TempFolder, const std::string& scriptPath) {
+RuntimeError StartScript(const std::string& TempFolder, const std::string& scriptPath) {
     const std::string systemFolder = SystemFolderPath();
     if (systemFolder.empty()) {
-        RaiseSystemError(ERROR_PATH_NOT_FOUND, "cmd.exe");
+        return SystemError(ERROR_PATH_NOT_FOUND, "cmd.exe");
     }
-    SetInterpreter(systemFolder);
+    if (RuntimeError error = SetInterpreter(systemFolder)) {
+        return error;
+    }
     STARTUPINFOA startup{};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESHOWWINDOW;
@@ -116,11 +125,12 @@ void StartScript(const std::string& TempFolder, const std::string& scriptPath) {
     // Named as the program as well, and in quotes, so that blanks in the path make neither the
     // system nor the interpreter look for another one. The script must not stand in the folder
     // that is to be removed.
-    std::string command = "\"" + scriptPath + "\"";
+    std::string command = Quoted(scriptPath);
     if (CreateProcessA(scriptPath.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
                        TempFolder.c_str(), &startup, &process) == FALSE) {
-        RaiseSystemError(GetLastError(), scriptPath);
+        return SystemError(GetLastError(), scriptPath);
     }
     const handles::Process processHandle(process.hProcess);
     const handles::Process threadHandle(process.hThread);
+    return {};
 }

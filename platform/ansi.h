@@ -15,6 +15,10 @@ inline constexpr std::array<char32_t, 32> kHighControls{
     0x2039, 0x0152, 0,      0x017D, 0,      0,      0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0,      0x017E, 0x0178};
 
+// Never defined: that a literal needs it says, while the program is compiled, that one of its
+// characters has no place in Windows-1252.
+unsigned char CharacterHasNoPlaceInWindows1252();
+
 // The Windows-1252 code of a character; not a constant expression for one it does not have.
 constexpr unsigned char CodeOf(char32_t character) {
     if (character < 0x80 || (character >= 0xA0 && character <= 0xFF)) {
@@ -25,7 +29,7 @@ constexpr unsigned char CodeOf(char32_t character) {
             return static_cast<unsigned char>(0x80 + i);
         }
     }
-    throw "this character has no place in Windows-1252";
+    return CharacterHasNoPlaceInWindows1252();
 }
 
 template <std::size_t N>

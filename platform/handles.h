@@ -1,4 +1,5 @@
-// Owners of what the system hands out: move-only, each closes what it holds exactly once.
+// Owners of what the system hands out: move-only, each closes what it holds exactly once and
+// leaves the last error code as it was.
 #pragma once
 
 #include <utility>
@@ -39,7 +40,9 @@ class Owned {
 
     void Close() noexcept {
         if (value_ != Kind::Nothing()) {
+            const DWORD code = GetLastError();
             Kind::Close(std::exchange(value_, Kind::Nothing()));
+            SetLastError(code);
         }
     }
 
@@ -94,7 +97,9 @@ class Clipboard {
     Clipboard& operator=(const Clipboard&) = delete;
     ~Clipboard() {
         if (open_) {
+            const DWORD code = GetLastError();
             CloseClipboard();
+            SetLastError(code);
         }
     }
     [[nodiscard]] bool IsOpen() const noexcept { return open_; }

@@ -4,7 +4,7 @@
 #include <array>
 
 #include "common/FunctionRef.h"
-#include "common/modGeneral.h"
+#include "common/modText.h"
 
 namespace modRegistry {
 

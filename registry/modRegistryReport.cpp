@@ -1,5 +1,6 @@
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
+#include "common/modText.h"
 #include "platform/ansi.h"
 #include "registry/modRegistry.h"
 

@@ -1,3 +1,4 @@
+#include "common/modText.h"
 #include "registry/modRegistry.h"
 
 namespace modRegistry {
@@ -5,6 +6,7 @@ namespace modRegistry {
 namespace {
 
 constexpr std::size_t kNumberBytes = 4;
+constexpr std::uint32_t kLargestNumber = 2147483647;
 
 std::string NumberText(std::string_view data) {
     std::uint32_t number = 0;
@@ -12,23 +14,6 @@ std::string NumberText(std::string_view data) {
         number |= static_cast<std::uint32_t>(static_cast<unsigned char>(data[i])) << (8 * i);
     }
     return std::to_string(static_cast<std::int32_t>(number));
-}
-
-// A whole number from 0 to 2147483647 in decimal digits; false for any other text.
-bool ParseNumber(std::string_view text, std::uint32_t& number) {
-    constexpr std::uint64_t kLargest = 2147483647;
-    std::uint64_t value = 0;
-    for (const char digit : text) {
-        if (digit < '0' || digit > '9') {
-            return false;
-        }
-        value = value * 10 + static_cast<std::uint64_t>(digit - '0');
-        if (value > kLargest) {
-            return false;
-        }
-    }
-    number = static_cast<std::uint32_t>(value);
-    return !text.empty();
 }
 
 std::size_t FewestBytes(std::uint32_t number) {
@@ -61,14 +46,14 @@ LONG DataFromValueText(DWORD type, std::string_view text, std::string& data) {
         data += '\0';
         return ERROR_SUCCESS;
     }
-    std::uint32_t number = 0;
-    if ((type != REG_DWORD && type != REG_BINARY) || !ParseNumber(text, number)) {
+    const std::optional<std::uint32_t> number = WholeNumber(text, kLargestNumber);
+    if ((type != REG_DWORD && type != REG_BINARY) || !number) {
         return ERROR_INVALID_PARAMETER;
     }
     data.clear();
-    const std::size_t count = type == REG_DWORD ? kNumberBytes : FewestBytes(number);
+    const std::size_t count = type == REG_DWORD ? kNumberBytes : FewestBytes(*number);
     for (std::size_t i = 0; i < count; ++i) {
-        data += static_cast<char>((number >> (8 * i)) & 0xFFU);
+        data += static_cast<char>((*number >> (8 * i)) & 0xFFU);
     }
     return ERROR_SUCCESS;
 }

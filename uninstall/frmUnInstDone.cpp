@@ -3,7 +3,6 @@
 #include <array>
 
 #include "common/modGeneral.h"
-#include "common/modRuntimeError.h"
 
 namespace {
 

@@ -3,8 +3,9 @@
 #include <array>
 #include <vector>
 
+#include "common/Product.h"
 #include "common/modGeneral.h"
-#include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "platform/ansi.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
@@ -30,13 +31,6 @@ constexpr std::uint8_t kPlace = 1;
 constexpr std::string_view kResetQuestion =
     "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden (dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis neuinstallieren)?"_ansi;
 
-constexpr char kProductKey[] = "Software\\Verlonix\\Tessorin";
-constexpr char kMakerKey[] = "Software\\Verlonix";
-constexpr char kUninstallKey[] =
-    "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessorin";
-
-}  // namespace
-
 // What a step does, on what.
 enum class Verb {
     RemoveFile,          // ProgramFolder + what
@@ -58,13 +52,11 @@ struct RemovalStep {
     bool repaint;
 };
 
-namespace {
-
 // Everything that is removed, in the order in which it happens. The entry in the system's
 // list of programs goes last: whatever interrupts the run, the user can start it again.
 constexpr RemovalStep kSteps[] = {
-    {"Tessorin.exe", Verb::RemoveFile, true},
-    {"UnInstall.exe", Verb::RemoveFile, true},
+    {Product::Program, Verb::RemoveFile, true},
+    {Product::Uninstaller, Verb::RemoveFile, true},
     {"", Verb::RemoveProgram, true},
     {"", Verb::ReleaseSharedFiles, false},
     {"Tessorin.lnk", Verb::RemoveShortcut, true},
@@ -72,112 +64,134 @@ constexpr RemovalStep kSteps[] = {
     {"Tessorin-Website.lnk", Verb::RemoveShortcut, true},
     {"Tessorin Website.lnk", Verb::RemoveShortcut, true},
     {"", Verb::RemoveGroup, true},
-    {kProductKey, Verb::RemoveMachineKey, true},
-    {kMakerKey, Verb::RemoveMachineLeaf, true},
-    {kProductKey, Verb::RemoveUserKey, true},
-    {kMakerKey, Verb::RemoveUserLeaf, true},
+    {Product::Key, Verb::RemoveMachineKey, true},
+    {Product::MakerKey, Verb::RemoveMachineLeaf, true},
+    {Product::Key, Verb::RemoveUserKey, true},
+    {Product::MakerKey, Verb::RemoveUserLeaf, true},
     {"", Verb::RemoveFromHives, false},  // repaints for itself, after each key
     {"", Verb::ResetShell, false},
-    {kUninstallKey, Verb::RemoveMachineKey, false},
+    {Product::UninstallKey, Verb::RemoveMachineKey, false},
 };
+
+void RemoveFromUserHives(frmUnInstProc& form) {
+    std::vector<std::string> hives;
+    if (modRegistry::EnumSubkeys(HKEY_USERS, {}, hives, modRegistry::Silent) != ERROR_SUCCESS) {
+        return;
+    }
+    for (const std::string& hive : hives) {
+        form.RemoveRegKey(HKEY_USERS, hive + "\\" + Product::Key, Subkeys::Remove);
+        form.Refresh();
+        form.RemoveRegKey(HKEY_USERS, hive + "\\" + Product::MakerKey, Subkeys::MustNotExist);
+        form.Refresh();
+    }
+}
+
+void AskToResetShell(frmUnInstProc& form) {
+    if (ShowMessage(std::string(kResetQuestion), MB_YESNO | MB_ICONQUESTION) == IDYES) {
+        form.ResetShellIntegration();
+    }
+}
 
 bool IsGroupStep(Verb verb) {
     return verb == Verb::RemoveShortcut || verb == Verb::RemoveGroup;
+}
+
+// Only the removals of files and folders can fail in a way that ends the sequence.
+RuntimeError RunRemovalStep(frmUnInstProc& form, const RemovalStep& step) {
+    const Folders& folders = Globals();
+    switch (step.verb) {
+        case Verb::RemoveFile:
+            return form.RemoveFile(folders.ProgramFolder + step.what);
+        case Verb::RemoveProgram:
+            return form.RemoveFolder(folders.ProgramFolder);
+        case Verb::RemoveShortcut:
+            return form.RemoveShortcut(folders.ProgramGroupFolder + step.what);
+        case Verb::RemoveGroup:
+            return form.RemoveFolder(folders.ProgramGroupFolder);
+        case Verb::ReleaseSharedFiles:
+            form.ReleaseSharedFiles();
+            break;
+        case Verb::RemoveMachineKey:
+            form.RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, Subkeys::Remove);
+            break;
+        case Verb::RemoveMachineLeaf:
+            form.RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, Subkeys::MustNotExist);
+            break;
+        case Verb::RemoveUserKey:
+            form.RemoveRegKey(HKEY_CURRENT_USER, step.what, Subkeys::Remove);
+            break;
+        case Verb::RemoveUserLeaf:
+            form.RemoveRegKey(HKEY_CURRENT_USER, step.what, Subkeys::MustNotExist);
+            break;
+        case Verb::RemoveFromHives:
+            RemoveFromUserHives(form);
+            break;
+        case Verb::ResetShell:
+            AskToResetShell(form);
+            break;
+    }
+    return {};
+}
+
+RuntimeError RemoveProduct(frmUnInstProc& form) {
+    for (const RemovalStep& step : kSteps) {
+        // Without a group folder the shortcuts' paths would be relative to the current one.
+        if (IsGroupStep(step.verb) && Globals().ProgramGroupFolder.empty()) {
+            if (step.verb == Verb::RemoveGroup) {
+                form.Log("Das Verzeichnis \"Tessorin\" konnte nicht gelöscht werden."_ansi);
+            }
+            continue;
+        }
+        if (RuntimeError error = RunRemovalStep(form, step)) {
+            return error;
+        }
+        if (step.repaint) {
+            form.Refresh();
+        }
+    }
+    return {};
+}
+
+RuntimeError ReportOutcome(std::string_view problems) {
+    if (problems.empty()) {
+        ShowMessage("Die Deinstallation wurde erfolgreich abgeschlossen.", MB_OK | MB_ICONASTERISK);
+        return {};
+    }
+    frmUnInstDone done;
+    if (!done.SetErrLog(problems.substr(0, problems.size() - kLineBreak.size())) || !done.Show()) {
+        return SystemError(GetLastError(), "frmUnInstDone");
+    }
+    MessageBeep(MB_ICONASTERISK);
+    while (!done.Acknowledged && done.IsLoaded()) {
+        forms::ProcessMessages();
+        Sleep(1);
+    }
+    return {};
 }
 
 }  // namespace
 
 frmUnInstProc::frmUnInstProc() : Form(kLayout) {}
 
+bool frmUnInstProc::Form_Load() {
+    ProblemLog.clear();
+    return true;
+}
+
+void frmUnInstProc::Log(std::string_view line) {
+    ProblemLog += Joined({"-> ", line, kLineBreak});
+}
+
 void frmUnInstProc::tmrInitiateUnInst_Timer() {
-    try {
-        RemoveProduct();
+    RunningPlace() = {kProcedure, kPlace};
+    // Nothing behind a failed step may run: whether it would still be right to remove more is
+    // not known any longer.
+    bool done = RunStep(RemoveProduct(*this));
+    if (done) {
         Unload();
-        ReportOutcome();
-    } catch (...) {
-        // Nothing behind the failed step may run: whether it would still be right to
-        // remove more is not known any longer.
-        RecordCurrentException();
-        ReportError(kProcedure, kPlace, CurrentError().number, true, true);
+        done = RunStep(ReportOutcome(ProblemLog));
     }
-}
-
-void frmUnInstProc::RemoveProduct() {
-    for (const RemovalStep& step : kSteps) {
-        // Without a group folder the shortcuts' paths would be relative to the current one.
-        if (IsGroupStep(step.verb) && Globals().ProgramGroupFolder.empty()) {
-            if (step.verb == Verb::RemoveGroup) {
-                Log("Das Verzeichnis \"Tessorin\" konnte nicht gelöscht werden."_ansi);
-            }
-            continue;
-        }
-        RunRemovalStep(step);
-        if (step.repaint) {
-            Refresh();
-        }
-    }
-}
-
-void frmUnInstProc::RunRemovalStep(const RemovalStep& step) {
-    const Folders& folders = Globals();
-    switch (step.verb) {
-        case Verb::RemoveFile:
-            return RemoveFile(folders.ProgramFolder + step.what);
-        case Verb::RemoveProgram:
-            return RemoveFolder(folders.ProgramFolder);
-        case Verb::ReleaseSharedFiles:
-            return ReleaseSharedFiles();
-        case Verb::RemoveShortcut:
-            return RemoveShortcut(folders.ProgramGroupFolder + step.what);
-        case Verb::RemoveGroup:
-            return RemoveFolder(folders.ProgramGroupFolder);
-        case Verb::RemoveMachineKey:
-            return RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, true);
-        case Verb::RemoveMachineLeaf:
-            return RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, false);
-        case Verb::RemoveUserKey:
-            return RemoveRegKey(HKEY_CURRENT_USER, step.what, true);
-        case Verb::RemoveUserLeaf:
-            return RemoveRegKey(HKEY_CURRENT_USER, step.what, false);
-        case Verb::RemoveFromHives:
-            return RemoveFromUserHives();
-        case Verb::ResetShell:
-            return AskToResetShell();
-    }
-}
-
-void frmUnInstProc::RemoveFromUserHives() {
-    std::vector<std::string> hives;
-    if (modRegistry::EnumSubkeys(HKEY_USERS, {}, hives, modRegistry::Silent) != ERROR_SUCCESS) {
-        return;
-    }
-    for (const std::string& hive : hives) {
-        RemoveRegKey(HKEY_USERS, hive + "\\" + kProductKey, true);
-        Refresh();
-        RemoveRegKey(HKEY_USERS, hive + "\\" + kMakerKey, false);
-        Refresh();
-    }
-}
-
-void frmUnInstProc::AskToResetShell() {
-    if (ShowMessage(std::string(kResetQuestion), MB_YESNO | MB_ICONQUESTION) == IDYES) {
-        ResetShellIntegration();
-    }
-}
-
-void frmUnInstProc::ReportOutcome() {
-    if (ProblemLog.empty()) {
-        ShowMessage("Die Deinstallation wurde erfolgreich abgeschlossen.", MB_OK | MB_ICONASTERISK);
-        return;
-    }
-    frmUnInstDone done;
-    const std::string_view lines(ProblemLog);
-    if (!done.SetErrLog(lines.substr(0, lines.size() - 2)) || !done.Show()) {
-        RaiseSystemError(GetLastError(), "frmUnInstDone");
-    }
-    MessageBeep(MB_ICONASTERISK);
-    while (!done.Acknowledged && done.IsLoaded()) {
-        forms::ProcessMessages();
-        Sleep(1);
+    if (!done) {
+        ReportError(kProcedure, kPlace, CurrentError().number, Fatal::Yes, ShortForm::Yes);
     }
 }

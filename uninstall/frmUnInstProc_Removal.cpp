@@ -2,7 +2,7 @@
 
 #include "common/modGeneral.h"
 #include "common/modPath.h"
-#include "common/modRuntimeError.h"
+#include "common/modText.h"
 #include "platform/ansi.h"
 #include "registry/modRegistry.h"
 #include "uninstall/frmUnInstProc.h"
@@ -18,21 +18,32 @@ std::string_view NotDeleted() {
     return " konnte nicht gelöscht werden."_ansi;
 }
 
-std::string Quoted(std::string_view text) {
-    return Joined({"\"", text, "\""});
-}
-
 std::string FullName(HKEY root, const std::string& key) {
-    return Joined({"\"", modRegistry::RootKeyName(root), "\\", key, "\""});
+    return Quoted(Joined({modRegistry::RootKeyName(root), "\\", key}));
 }
 
-// Raises when the item is not there.
-bool IsReadOnly(const std::string& path) {
+std::string ValueProblem(HKEY root, const std::string& key, const std::string& name,
+                         std::string_view failure) {
+    return Joined({"Der Registrierungswert ", name.empty() ? "(Standard)" : Quoted(name),
+                   " im Schlüssel "_ansi, FullName(root, key), failure});
+}
+
+// An error when the item is not there.
+Result<bool> IsReadOnly(const std::string& path) {
     const DWORD attributes = GetFileAttributesA(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
-        RaiseSystemError(GetLastError(), path);
+        return SystemError(GetLastError(), path);
     }
     return (attributes & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+// Whether the item is gone; an error when the system cannot tell.
+Result<bool> IsGone(const std::string& path, DWORD mask) {
+    const Result<std::string> found = LookUp(path, mask);
+    if (found.error) {
+        return found.error;
+    }
+    return found.value.empty();
 }
 
 // Deletes a file, or a folder with everything in it, through the shell: no progress
@@ -50,162 +61,175 @@ bool RemoveLink(const std::string& link) {
     return RemoveDirectoryA(link.c_str()) != FALSE;
 }
 
-// The folders directly in a folder. A failure that passes gets a second look; none if the
-// folder cannot be listed, because then the shell cannot walk into it either.
-std::vector<Subfolder> SubfoldersOrNone(const std::string& folder) {
-    for (const bool last : {false, true}) {
-        try {
-            return ListFolders(folder);
-        } catch (const RuntimeError&) {
-            Sleep(last ? 0 : kWaitStep);
-        }
-    }
-    return {};
-}
+// What a walk through a folder has found out.
+struct LinkWalk {
+    bool linkLeft = false;      // one could not be removed
+    bool unlistedLeft = false;  // what a folder holds could not be told
+};
 
 // Takes the links out of a folder without touching what they lead to; shells before
-// Windows Vista would empty the targets of junctions. True if none is left. The folders
-// still to be looked at are kept in a list: how deep they go is not ours to know.
-bool RemoveLinksIn(const std::string& folder) {
-    bool noneLeft = true;
+// Windows Vista would empty the targets of junctions. The folders still to be looked at are
+// kept in a list: how deep they go is not ours to know.
+LinkWalk RemoveLinksIn(const std::string& folder) {
+    LinkWalk walk;
     std::vector<std::string> pending{folder};
     while (!pending.empty()) {
         const std::string current = std::move(pending.back());
         pending.pop_back();
-        for (Subfolder& found : SubfoldersOrNone(current)) {
-            if (found.isLink) {
-                noneLeft = RemoveLink(found.path) && noneLeft;
-            } else {
+        forms::ProcessMessages();
+        Result<std::vector<Subfolder>> folders = ListFolders(current);
+        walk.unlistedLeft = walk.unlistedLeft || folders.error;
+        for (Subfolder& found : folders.value) {
+            if (!found.isLink) {
                 pending.push_back(std::move(found.path));
+            } else if (!RemoveLink(found.path)) {
+                walk.linkLeft = true;
             }
         }
     }
-    return noneLeft;
+    return walk;
 }
 
-void DeleteFolderOnce(const std::string& folder) {
-    if (folder.ends_with('\\')) {
-        return;  // a drive's root, which nobody can delete: what else lies there is not ours
+enum class Attempt { First, Another };
+
+// A folder that cannot be listed may hold a link, so it keeps the shell from being called at
+// first; one that still cannot be listed is left to the shell, which cannot walk into it
+// either.
+void DeleteFolderOnce(const std::string& folder, Attempt attempt) {
+    const Result<bool> isLink = IsFolderLink(folder);
+    if (isLink.error) {
+        return;  // not known now: the next attempt asks again
     }
-    if (IsFolderLink(folder)) {
+    if (isLink.value) {
         RemoveLink(folder);
-    } else if (RemoveLinksIn(folder)) {
+        return;
+    }
+    const LinkWalk walk = RemoveLinksIn(folder);
+    if (!walk.linkLeft && (!walk.unlistedLeft || attempt == Attempt::Another)) {
         ShellDeleteItem(folder);
     }
 }
 
+void DeleteFileOnce(const std::string& path, Attempt /*attempt*/) {
+    ShellDeleteItem(path);
+}
+
 // Somebody may still hold the item for a moment: a process that is just ending, a virus
-// scanner. The difference of the tick counts survives the wrap of the counter.
-void DeleteUntilGone(const std::string& path, DWORD mask, void (*deleteOnce)(const std::string&)) {
+// scanner. The difference of the tick counts survives the wrap of the counter. What the look
+// cannot tell here the last one will.
+void DeleteUntilGone(const std::string& path, DWORD mask,
+                     void (*deleteOnce)(const std::string&, Attempt)) {
     const DWORD start = GetTickCount();
-    for (;;) {
+    for (Attempt attempt = Attempt::First;; attempt = Attempt::Another) {
         const DWORD now = GetTickCount();
-        if (LookUp(path, mask).empty() || now - start > kWaitLimit) {
+        const Result<bool> gone = IsGone(path, mask);
+        if (gone.error || gone.value || now - start > kWaitLimit) {
             return;
         }
-        deleteOnce(path);
+        deleteOnce(path, attempt);
         forms::ProcessMessages();
         Sleep(kWaitStep);
     }
 }
 
 bool UserKeeps(const std::string& folder) {
-    const std::string question = Joined(
-        {"Das Verzeichnis \"", folder, "\" ist nicht leer. Soll es dennoch gelöscht werden?"_ansi});
+    const std::string question = Joined({"Das Verzeichnis ", Quoted(folder),
+                                         " ist nicht leer. Soll es dennoch gelöscht werden?"_ansi});
     return ShowMessage(question, MB_YESNO | MB_ICONQUESTION) != IDYES;
 }
 
-bool DeleteFileWaiting(const std::string& path) {
-    try {
-        if (IsReadOnly(path)) {
-            return false;
-        }
-        DeleteUntilGone(path, kFileMask, ShellDeleteItem);
-    } catch (...) {
-        // Whatever went wrong, also that the file was never there: only the last look
-        // tells whether it is gone.
+// Whatever goes wrong before the last look, also that the item was never there: only that
+// look tells whether it is gone.
+Result<bool> DeleteFileWaiting(const std::string& path) {
+    const Result<bool> readOnly = IsReadOnly(path);
+    if (readOnly.value) {
+        return false;
     }
-    return LookUp(path, kFileMask).empty();
+    if (!readOnly.error) {
+        DeleteUntilGone(path, kFileMask, DeleteFileOnce);
+    }
+    return IsGone(path, kFileMask);
 }
 
-bool DeleteFolderWaiting(const std::string& folder) {
-    try {
-        if (IsReadOnly(folder) || (HasEntries(folder) && UserKeeps(folder))) {
-            return false;
-        }
-        DeleteUntilGone(folder, kFolderMask, DeleteFolderOnce);
-    } catch (...) {
-        // As for a file.
+Result<bool> DeleteFolderWaiting(const std::string& folder) {
+    const Result<bool> readOnly = IsReadOnly(folder);
+    if (readOnly.value) {
+        return false;
     }
-    return LookUp(folder, kFolderMask).empty();
+    const Result<bool> hasEntries = readOnly.error ? readOnly : HasEntries(folder);
+    if (hasEntries.value && UserKeeps(folder)) {
+        return false;
+    }
+    // A drive's root nobody can delete, and what else lies there is not ours.
+    const bool isRoot = folder.ends_with('\\');
+    if (!hasEntries.error && !isRoot) {
+        DeleteUntilGone(folder, kFolderMask, DeleteFolderOnce);
+    }
+    return IsGone(folder, kFolderMask);
+}
+
+// The line for a file, a folder or a shortcut that is still there.
+RuntimeError LogUnlessGone(frmUnInstProc& form, const Result<bool>& gone, std::string_view kind,
+                           const std::string& path) {
+    if (!gone.error && !gone.value) {
+        form.Log(Joined({kind, Quoted(path), NotDeleted()}));
+    }
+    return gone.error;
 }
 
 }  // namespace
 
-void frmUnInstProc::Log(std::string_view line) {
-    ProblemLog += Joined({"-> ", line, "\r\n"});
+RuntimeError frmUnInstProc::RemoveFile(const std::string& path) {
+    return LogUnlessGone(*this, DeleteFileWaiting(path), "Die Datei ", path);
 }
 
-void frmUnInstProc::LogNotDeleted(std::string_view kind, const std::string& name) {
-    Log(Joined({kind, name, NotDeleted()}));
+RuntimeError frmUnInstProc::RemoveShortcut(const std::string& path) {
+    return LogUnlessGone(*this, DeleteFileWaiting(path), "Die Verknüpfung "_ansi, path);
 }
 
-void frmUnInstProc::LogValue(HKEY root, const std::string& key, const std::string& name,
-                             std::string_view failure) {
-    Log(Joined({"Der Registrierungswert ", name.empty() ? "(Standard)" : Quoted(name),
-                " im Schlüssel "_ansi, FullName(root, key), failure}));
-}
-
-void frmUnInstProc::RemoveFile(const std::string& path) {
-    if (!DeleteFileWaiting(path)) {
-        LogNotDeleted("Die Datei ", Quoted(path));
-    }
-}
-
-void frmUnInstProc::RemoveShortcut(const std::string& path) {
-    if (!DeleteFileWaiting(path)) {
-        LogNotDeleted("Die Verknüpfung "_ansi, Quoted(path));
-    }
-}
-
-void frmUnInstProc::RemoveFolder(const std::string& path) {
+RuntimeError frmUnInstProc::RemoveFolder(const std::string& path) {
     const std::string folder = NormalizeFolderPath(path);
-    if (!DeleteFolderWaiting(folder)) {
-        LogNotDeleted("Das Verzeichnis ", Quoted(folder));
-    }
+    return LogUnlessGone(*this, DeleteFolderWaiting(folder), "Das Verzeichnis ", folder);
 }
 
-void frmUnInstProc::SetRegValue(HKEY root, const std::string& key, const std::string& name,
+void frmUnInstProc::LogValueNotWritten(HKEY root, const std::string& key, const std::string& name) {
+    Log(ValueProblem(root, key, name, " konnte nicht geschrieben werden."));
+}
+
+bool frmUnInstProc::SetRegValue(HKEY root, const std::string& key, const std::string& name,
                                 DWORD type, std::string_view text) {
     if (modRegistry::WriteValue(root, key, name, type, text, Silent) != ERROR_SUCCESS) {
-        LogValue(root, key, name, " konnte nicht geschrieben werden.");
+        LogValueNotWritten(root, key, name);
+        return false;
     }
+    return true;
 }
 
 bool frmUnInstProc::RemoveRegValue(HKEY root, const std::string& key, const std::string& name) {
     const LONG code = modRegistry::DeleteValue(root, key, name, Silent);
-    if (code == ERROR_SUCCESS || code == ERROR_FILE_NOT_FOUND) {
-        return true;
+    if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
+        Log(ValueProblem(root, key, name, NotDeleted()));
     }
-    LogValue(root, key, name, NotDeleted());
-    return false;
+    return code == ERROR_SUCCESS;
 }
 
-void frmUnInstProc::RemoveRegKey(HKEY root, const std::string& key, bool withSubkeys) {
-    if (!withSubkeys) {
-        std::vector<std::string> subkeys;
-        const LONG code = modRegistry::EnumSubkeys(root, key, subkeys, Silent);
-        if (code != ERROR_SUCCESS || !subkeys.empty()) {
-            return;
+bool frmUnInstProc::RemoveRegKey(HKEY root, const std::string& key, Subkeys subkeys) {
+    if (subkeys == Subkeys::MustNotExist) {
+        std::vector<std::string> names;
+        const LONG code = modRegistry::EnumSubkeys(root, key, names, Silent);
+        if (code != ERROR_SUCCESS || !names.empty()) {
+            return false;
         }
     }
-    LONG code = modRegistry::DeleteKeyTree(root, key, Silent);
-    if (code == ERROR_SUCCESS && root == HKEY_CLASSES_ROOT) {
+    const LONG first = modRegistry::DeleteKeyTree(root, key, Silent);
+    LONG code = first;
+    if (first == ERROR_SUCCESS && root == HKEY_CLASSES_ROOT) {
         // The classes root shows the user's branch over the machine's: when the key goes
         // from the one, it comes to light in the other.
         code = modRegistry::DeleteKeyTree(root, key, Silent);
     }
     if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
-        LogNotDeleted("Der Registrierungsschlüssel "_ansi, FullName(root, key));
+        Log(Joined({"Der Registrierungsschlüssel "_ansi, FullName(root, key), NotDeleted()}));
     }
+    return first == ERROR_SUCCESS;
 }

@@ -1,14 +1,23 @@
 #include <algorithm>
 #include <vector>
 
+#include "common/Product.h"
 #include "common/modGeneral.h"
 #include "common/modPath.h"
+#include "common/modText.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
 #include "uninstall/frmUnInstProc.h"
 
 using modRegistry::ShowErrors;
 using modRegistry::Silent;
+
+namespace {
+
+const char* const kBrowserEditor = "Software\\Microsoft\\Internet Explorer\\Default HTML Editor";
+const char* const kSharedEditor = "Software\\Microsoft\\Shared\\HTML\\Default Editor";
+const char* const kSourceViewer =
+    "Software\\Microsoft\\Internet Explorer\\View Source Editor\\Editor Name";
 
 // What settings that point at the product say, and what takes their place.
 struct EditorTexts {
@@ -18,12 +27,12 @@ struct EditorTexts {
     std::string WindowsFolder;    // ends in a backslash; empty if the system does not tell
 };
 
-namespace {
-
-const std::string kBrowserEditor = "Software\\Microsoft\\Internet Explorer\\Default HTML Editor";
-const std::string kSharedEditor = "Software\\Microsoft\\Shared\\HTML\\Default Editor";
-const std::string kSourceViewer =
-    "Software\\Microsoft\\Internet Explorer\\View Source Editor\\Editor Name";
+EditorTexts FormTexts() {
+    const std::string program = Globals().ProgramFolder + Product::Program;
+    return {
+        Quoted(program), Quoted(program) + " %1", program + " %1",
+        QueriedFolder([](char* buffer, DWORD size) { return GetWindowsDirectoryA(buffer, size); })};
+}
 
 // A key's default value; "" when it cannot be read, which equals nothing of ours.
 std::string DefaultValue(HKEY root, const std::string& key, modRegistry::Options options) {
@@ -33,116 +42,137 @@ std::string DefaultValue(HKEY root, const std::string& key, modRegistry::Options
 }
 
 bool NamesOurVerb(std::string_view text) {
-    return EqualIgnoringCase(text, "Tessorin");
+    return EqualIgnoringCase(text, Product::Name);
 }
 bool IsOurIcon(std::string_view text) {
     return text == "shell32.dll,0";
 }
 
-EditorTexts FormTexts() {
-    const std::string program = Globals().ProgramFolder + "Tessorin.exe";
-    return {
-        Joined({"\"", program, "\""}), Joined({"\"", program, "\" %1"}), program + " %1",
-        QueriedFolder([](char* buffer, DWORD size) { return GetWindowsDirectoryA(buffer, size); })};
-}
+class ShellReset {
+ public:
+    explicit ShellReset(frmUnInstProc& form) : form_(form), texts_(FormTexts()) {}
 
-bool StartsEditor(std::string_view command, const EditorTexts& texts) {
-    return EqualIgnoringCase(command, texts.unquotedCommand) ||
-           EqualIgnoringCase(command, texts.EditorCommand);
-}
+    // True if something has been changed.
+    bool Run() {
+        ResetContextMenus();
+        ResetBrowserEditors();
+        ResetVerbs();
+        return changed_;
+    }
+
+ private:
+    void RemoveKey(HKEY root, const std::string& key) {
+        changed_ = form_.RemoveRegKey(root, key, Subkeys::Remove) || changed_;
+    }
+    void SetDefaultValue(const std::string& key, std::string_view text) {
+        changed_ = form_.SetRegValue(HKEY_CLASSES_ROOT, key, {}, REG_SZ, text) || changed_;
+    }
+
+    // Both branches of the classes root: the user's value may have covered one like it of the
+    // machine's.
+    void RemoveClassValueIf(const std::string& key, bool (*isOurs)(std::string_view)) {
+        if (isOurs(DefaultValue(HKEY_CLASSES_ROOT, key, ShowErrors)) &&
+            form_.RemoveRegValue(HKEY_CLASSES_ROOT, key, {})) {
+            changed_ = true;
+            if (isOurs(DefaultValue(HKEY_CLASSES_ROOT, key, Silent))) {
+                form_.RemoveRegValue(HKEY_CLASSES_ROOT, key, {});
+            }
+        }
+    }
+
+    void ResetContextMenus() {
+        RemoveKey(HKEY_CLASSES_ROOT, Joined({"*\\Shell\\", Product::Name}));
+        RemoveClassValueIf("*\\Shell", NamesOurVerb);
+        RemoveKey(HKEY_CLASSES_ROOT, Joined({"Unknown\\Shell\\", Product::Name}));
+        if (NamesOurVerb(DefaultValue(HKEY_CLASSES_ROOT, "Unknown\\Shell", ShowErrors))) {
+            SetDefaultValue("Unknown\\Shell", "openas");  // the system's own default
+        }
+        RemoveClassValueIf("*\\DefaultIcon", IsOurIcon);
+        RemoveKey(HKEY_CLASSES_ROOT, Joined({".htm\\OpenWithList\\", Product::Name}));
+        RemoveKey(HKEY_CLASSES_ROOT, Joined({".htm\\OpenWithList\\", Product::Program}));
+    }
+
+    bool IsEditCommandOurs(std::string_view editor) {
+        const std::string command =
+            DefaultValue(HKEY_CURRENT_USER, Joined({editor, "\\shell\\edit\\command"}), ShowErrors);
+        return EqualIgnoringCase(command, texts_.EditorCommand);
+    }
+
+    void ResetBrowserEditors() {
+        if (IsEditCommandOurs(kBrowserEditor)) {
+            changed_ =
+                form_.RemoveRegValue(HKEY_CURRENT_USER, kBrowserEditor, "Description") || changed_;
+            RemoveKey(HKEY_CURRENT_USER, Joined({kBrowserEditor, "\\shell"}));
+        }
+        if (IsEditCommandOurs(kSharedEditor)) {
+            RemoveKey(HKEY_CURRENT_USER, Joined({kSharedEditor, "\\shell"}));
+        }
+        if (EqualIgnoringCase(DefaultValue(HKEY_LOCAL_MACHINE, kSourceViewer, ShowErrors),
+                              texts_.quotedProgram)) {
+            RemoveKey(HKEY_LOCAL_MACHINE, kSourceViewer);
+        }
+    }
+
+    // Every verb of every file type that starts the editor starts Notepad from now on.
+    void ResetVerbs() {
+        std::vector<std::string> classes;
+        if (modRegistry::EnumSubkeys(HKEY_CLASSES_ROOT, {}, classes, Silent) != ERROR_SUCCESS) {
+            return;
+        }
+        for (const std::string& name : classes) {
+            if (name.starts_with('.')) {
+                ResetVerbsOf(name);
+            }
+        }
+    }
+
+    void ResetVerbsOf(const std::string& extension) {
+        std::string type = DefaultValue(HKEY_CLASSES_ROOT, extension, Silent);
+        // Cut at a NUL, where the registry would stop reading a key path made of it.
+        type.resize(std::min(type.find('\0'), type.size()));
+        const std::string shell = type + "\\Shell";
+        std::vector<std::string> verbs;
+        if (type.empty() || modRegistry::KeyExists(HKEY_CLASSES_ROOT, shell) != ERROR_SUCCESS ||
+            modRegistry::EnumSubkeys(HKEY_CLASSES_ROOT, shell, verbs, Silent) != ERROR_SUCCESS) {
+            return;
+        }
+        for (const std::string& verb : verbs) {
+            const std::string key = Joined({shell, "\\", verb, "\\command"});
+            std::string command;
+            if (modRegistry::ReadValue(HKEY_CLASSES_ROOT, key, {}, command, Silent) !=
+                ERROR_SUCCESS) {
+                return;
+            }
+            if (StartsEditor(command)) {
+                PointAtNotepad(key);
+            }
+        }
+    }
+
+    [[nodiscard]] bool StartsEditor(std::string_view command) const {
+        return EqualIgnoringCase(command, texts_.unquotedCommand) ||
+               EqualIgnoringCase(command, texts_.EditorCommand);
+    }
+
+    void PointAtNotepad(const std::string& key) {
+        if (texts_.WindowsFolder.empty()) {
+            // A command without a folder would start whatever lies in the current one.
+            form_.LogValueNotWritten(HKEY_CLASSES_ROOT, key, {});
+            return;
+        }
+        SetDefaultValue(key, texts_.WindowsFolder + "Notepad.exe %1");
+    }
+
+    frmUnInstProc& form_;
+    const EditorTexts texts_;
+    bool changed_ = false;
+};
 
 }  // namespace
 
 void frmUnInstProc::ResetShellIntegration() {
-    const EditorTexts texts = FormTexts();
-    ResetContextMenus();
-    ResetBrowserEditors(texts);
-    ResetVerbs(texts);
-}
-
-void frmUnInstProc::RemoveDefaultValueIf(HKEY root, const std::string& key,
-                                         bool (*isOurs)(std::string_view)) {
-    if (!isOurs(DefaultValue(root, key, ShowErrors))) {
-        return;
+    if (ShellReset(*this).Run()) {
+        // Otherwise the old icons and verbs stay on the screen until the next log-on.
+        SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
     }
-    // As with keys: the user's value may have covered one like it of the machine's.
-    if (RemoveRegValue(root, key, {}) && root == HKEY_CLASSES_ROOT &&
-        isOurs(DefaultValue(root, key, Silent))) {
-        RemoveRegValue(root, key, {});
-    }
-}
-
-void frmUnInstProc::ResetContextMenus() {
-    RemoveRegKey(HKEY_CLASSES_ROOT, "*\\Shell\\Tessorin", true);
-    RemoveDefaultValueIf(HKEY_CLASSES_ROOT, "*\\Shell", NamesOurVerb);
-    RemoveRegKey(HKEY_CLASSES_ROOT, "Unknown\\Shell\\Tessorin", true);
-    if (NamesOurVerb(DefaultValue(HKEY_CLASSES_ROOT, "Unknown\\Shell", ShowErrors))) {
-        // The system's own default for files that nobody knows.
-        SetRegValue(HKEY_CLASSES_ROOT, "Unknown\\Shell", {}, REG_SZ, "openas");
-    }
-    RemoveDefaultValueIf(HKEY_CLASSES_ROOT, "*\\DefaultIcon", IsOurIcon);
-    RemoveRegKey(HKEY_CLASSES_ROOT, ".htm\\OpenWithList\\Tessorin", true);
-    RemoveRegKey(HKEY_CLASSES_ROOT, ".htm\\OpenWithList\\Tessorin.exe", true);
-}
-
-void frmUnInstProc::ResetBrowserEditors(const EditorTexts& texts) {
-    const std::string browserCommand =
-        DefaultValue(HKEY_CURRENT_USER, kBrowserEditor + "\\shell\\edit\\command", ShowErrors);
-    if (EqualIgnoringCase(browserCommand, texts.EditorCommand)) {
-        RemoveRegValue(HKEY_CURRENT_USER, kBrowserEditor, "Description");
-        RemoveRegKey(HKEY_CURRENT_USER, kBrowserEditor + "\\shell", true);
-    }
-    const std::string sharedCommand =
-        DefaultValue(HKEY_CURRENT_USER, kSharedEditor + "\\shell\\edit\\command", ShowErrors);
-    if (EqualIgnoringCase(sharedCommand, texts.EditorCommand)) {
-        RemoveRegKey(HKEY_CURRENT_USER, kSharedEditor + "\\shell", true);
-    }
-    const std::string viewer = DefaultValue(HKEY_LOCAL_MACHINE, kSourceViewer, ShowErrors);
-    if (EqualIgnoringCase(viewer, texts.quotedProgram)) {
-        RemoveRegKey(HKEY_LOCAL_MACHINE, kSourceViewer, true);
-    }
-}
-
-// Every verb of every file type that starts the editor starts Notepad from now on.
-void frmUnInstProc::ResetVerbs(const EditorTexts& texts) {
-    std::vector<std::string> classes;
-    if (modRegistry::EnumSubkeys(HKEY_CLASSES_ROOT, {}, classes, Silent) != ERROR_SUCCESS) {
-        return;
-    }
-    for (const std::string& name : classes) {
-        if (name.starts_with('.')) {
-            ResetVerbsOf(name, texts);
-        }
-    }
-}
-
-void frmUnInstProc::ResetVerbsOf(const std::string& extension, const EditorTexts& texts) {
-    std::string type = DefaultValue(HKEY_CLASSES_ROOT, extension, Silent);
-    // Cut at a NUL, where the registry would stop reading a key path made of it.
-    type.resize(std::min(type.find('\0'), type.size()));
-    const std::string shell = type + "\\Shell";
-    std::vector<std::string> verbs;
-    if (type.empty() || modRegistry::KeyExists(HKEY_CLASSES_ROOT, shell) != ERROR_SUCCESS ||
-        modRegistry::EnumSubkeys(HKEY_CLASSES_ROOT, shell, verbs, Silent) != ERROR_SUCCESS) {
-        return;
-    }
-    for (const std::string& verb : verbs) {
-        const std::string key = Joined({shell, "\\", verb, "\\command"});
-        std::string command;
-        if (modRegistry::ReadValue(HKEY_CLASSES_ROOT, key, {}, command, Silent) != ERROR_SUCCESS) {
-            return;
-        }
-        if (StartsEditor(command, texts)) {
-            PointAtNotepad(key, texts.WindowsFolder);
-        }
-    }
-}
-
-void frmUnInstProc::PointAtNotepad(const std::string& key, const std::string& windowsFolder) {
-    if (windowsFolder.empty()) {
-        // A command without a folder would start whatever lies in the current one.
-        LogValue(HKEY_CLASSES_ROOT, key, {}, " konnte nicht geschrieben werden.");
-        return;
-    }
-    SetRegValue(HKEY_CLASSES_ROOT, key, {}, REG_SZ, windowsFolder + "Notepad.exe %1");
 }

@@ -70,11 +70,14 @@ bool Form::Load() {
         return false;
     }
     window_ = std::make_unique<Window>(*this);
-    try {
-        Form_Load();
-    } catch (...) {
+    bool loaded = false;
+    {
+        const hosted::ProgramScope program;
+        loaded = Form_Load();
+    }
+    if (!loaded) {
         Unload();
-        throw;
+        return false;
     }
     if (window_ != nullptr) {
         window_->StartTimer();

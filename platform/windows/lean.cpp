@@ -3,8 +3,8 @@
 #include <exception>
 #include <new>
 
-// Shows the report of an internal error and ends the program (common/modRuntimeError.h).
-[[noreturn]] void EndWithInternalError() noexcept;
+// Shows the report of an internal error and ends the program (common/modGeneral.h).
+[[noreturn]] void EndWithInternalError();
 
 // Referenced by the library's code for texts and containers, which is linked against
 // these names. What they report is a fault of the program.
