@@ -9,7 +9,7 @@
 
 #include "benchmarks/staging.h"
 #include "main/modMain.h"
-#include "platform/hosted/registry_store.h"
+#include "platform/hosted/registry/registry.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
 #include "uninstall/frmUnInstProc.h"
@@ -29,7 +29,7 @@ class Sequence : public frmUnInstProc {
         if (Load()) {
             Form_Timer();
         }
-        hosted::FoldRegistry();
+        hosted::SaveRegistry();
     }
 };
 
@@ -57,7 +57,7 @@ void KeyDeletion(benchmark::State& state) {
     for ([[maybe_unused]] auto _ : state) {
         code = modRegistry::DeleteKeyTree(HKEY_LOCAL_MACHINE, "Software\\Verlonix",
                                           modRegistry::Silent);
-        hosted::FoldRegistry();
+        hosted::SaveRegistry();
     }
     if (code != (state.range(0) == 0 ? ERROR_FILE_NOT_FOUND : ERROR_SUCCESS)) {
         state.SkipWithError("the key has not been deleted");

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "platform/handles.h"
+#include "platform/hosted/registry/text.h"
 #include "tests/support/machine.h"
-#include "tests/support/registry_text.h"
 #include "tests/support/stage.h"
 #include "tests/support/windows/files.h"
 #include "tests/support/windows/registry.h"
@@ -44,11 +44,11 @@ class Stage {
  public:
     Stage(const std::filesystem::path& stage, std::string program)
         : files_(support::ReadStagedFiles(stage / "files.txt")),
-          keys_(support::ParseRegistry(support::ReadBytes(stage / "registry.reg"))),
+          keys_(regtext::Parse(support::ReadBytes(stage / "registry.reg"))),
           program_(std::move(program)) {
         support::SetRealValue(
             kShellFolders, "Common Programs",
-            support::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+            regtext::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
     }
 
     void Set() const {
@@ -76,7 +76,7 @@ class Stage {
 
  private:
     std::vector<support::StagedFile> files_;
-    support::Keys keys_;
+    regtext::Keys keys_;
     std::string program_;
 };
 

@@ -64,8 +64,8 @@ class Form {
     [[nodiscard]] bool SetText(std::size_t control, std::string_view text);
 
  protected:
-    // False: loading fails, and the form is unloaded again. A form may also unload itself
-    // here, and then stays so.
+    // False: loading fails, the form is unloaded again, with the last error code kept. A
+    // form may also unload itself here, and then stays so.
     virtual bool Form_Load() { return true; }
     // Runs once per load, timerInterval milliseconds after it: never a second time, also
     // not while it runs and processes messages itself.

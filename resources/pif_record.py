@@ -152,7 +152,7 @@ def table(record):
     return "\n".join(
         [
             "// Made by resources/pif_record.py; do not edit.",
-            '#include "platform/hosted/stored_resources.h"',
+            '#include "platform/hosted/process/stored_resources.h"',
             "",
             "namespace hosted {",
             "",

@@ -2,32 +2,17 @@
 // record of calls that machine.ini asks for.
 #include <csignal>
 #include <fstream>
-#include <map>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/hosted/machine.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
 
-DWORD& LastError() {
-    static DWORD code = 0;  // the program has one thread
-    return code;
-}
-
-// How many calls of the layer are running; without WinMain the program is not.
-unsigned& Depth() {
-    static unsigned depth = 1;
-    return depth;
-}
-
-// How many calls each fault has met, and how often each call was made.
-struct CallCounts {
-    std::vector<unsigned> met;
-    std::map<std::string, unsigned> made;
-};
+// The program has one thread.
+DWORD lastError = 0;
+bool inProgram = false;  // until WinMain
 
 bool Matches(std::string_view pattern, std::string_view text) {
     return pattern == "*" || pattern == text;
@@ -37,13 +22,16 @@ bool IsRegistry(std::string_view function) {
     return function.starts_with("Reg");
 }
 
-// A process ended like this runs nothing more of its own, as when the power goes.
+// A process ended like this runs nothing more of its own; Windows keeps what its registry was
+// told.
 void Kill() {
+    SaveRegistry();
     static_cast<void>(std::raise(SIGKILL));
 }
 
 void WaitUntilLetGo(const std::string& line) {
     const fs::path& folder = Machine::Current().Folder();
+    SaveRegistry();  // for those who look meanwhile
     std::ofstream(folder / "stopped") << line << '\n' << std::flush;
     std::string word;
     std::ifstream(folder / "go") >> word;
@@ -61,89 +49,77 @@ void Vanish(std::string_view function, const std::string& argument) {
 }  // namespace
 
 bool InProgram() {
-    return Depth() == 0;
+    return inProgram;
 }
 
-ProgramScope::ProgramScope() : depth_(std::exchange(Depth(), 0)) {}
+Scope::Scope(bool program) : before_(std::exchange(inProgram, program)) {}
 
-ProgramScope::~ProgramScope() {
-    Depth() = depth_;
+Scope::~Scope() {
+    inProgram = before_;
 }
 
-LayerScope::LayerScope() {
-    ++Depth();
-}
-
-LayerScope::~LayerScope() {
-    --Depth();
+Call::Call(const char* function, const char* argument, Effect effect)
+    : function_(function), argument_(ToUtf8(argument)), effect_(effect) {
+    Begin();
 }
 
 Call::Call(const char* function, std::string argument, Effect effect)
     : function_(function), argument_(std::move(argument)), effect_(effect) {
-    ++Depth();
+    Begin();
+}
+
+void Call::Begin() {
     Machine& machine = Machine::Current();
     const std::vector<Fault>& faults = machine.GetSettings().faults;
-    std::vector<unsigned>& met = machine.Part<CallCounts>().met;
-    met.resize(faults.size());
+    machine.faultsMet.resize(faults.size());
     for (std::size_t i = 0; i < faults.size(); ++i) {
         const Fault& fault = faults[i];
         if (Matches(fault.process, machine.Role()) && Matches(fault.function, function_) &&
             Matches(fault.argument, argument_) &&
-            (++met[i] == fault.occurrence || fault.occurrence == 0)) {
+            (++machine.faultsMet[i] == fault.occurrence || fault.occurrence == 0)) {
             Obey(fault);
         }
     }
-    if (code_ != 0 && !IsRegistry(function_)) {
-        SetLastError(code_);
+    if (code_ != 0) {
+        Fail(code_);
     }
 }
 
 void Call::Obey(const Fault& fault) {
-    switch (fault.kind) {
-        case Fault::Kind::Code:
-            code_ = fault.code;
-            result_ = fault.code;
-            break;
-        case Fault::Kind::Less:
-            less_ = true;
-            break;
-        case Fault::Kind::Gone:
-            Vanish(function_, argument_);
-            break;
-        case Fault::Kind::Stop:
-            WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
-            break;
-        case Fault::Kind::KillBefore:
-            Kill();
-            break;
-        case Fault::Kind::KillAfter:
-            killAfter_ = true;
-            break;
+    using Kind = Fault::Kind;
+    code_ = fault.kind == Kind::Code ? fault.code : code_;
+    less_ = less_ || fault.kind == Kind::Less;
+    killAfter_ = killAfter_ || fault.kind == Kind::KillAfter;
+    if (fault.kind == Kind::Gone) {
+        Vanish(function_, argument_);
+    } else if (fault.kind == Kind::Stop) {
+        WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
+    } else if (fault.kind == Kind::KillBefore) {
+        Kill();
     }
 }
 
 Call::~Call() {
     Machine& machine = Machine::Current();
     if (machine.GetSettings().traceCalls) {
-        const unsigned made =
-            ++machine.Part<CallCounts>().made[std::string(function_) + '\t' + argument_];
-        machine.AppendLine("calls.txt", machine.Role() + '\t' + function_ + '\t' +
-                                            std::to_string(made) + '\t' + std::to_string(result_) +
+        const std::string name = std::string(function_) + '\t';
+        machine.AppendLine("calls.txt", machine.Role() + '\t' + name +
+                                            std::to_string(++machine.callsMade[name + argument_]) +
+                                            '\t' + std::to_string(result_) +
                                             (effect_ == Changes ? "\tchanges\t" : "\tlooks\t") +
                                             argument_);
     }
     if (killAfter_) {
         Kill();
     }
-    --Depth();
 }
 
-BOOL Call::Fail(DWORD code) {
+BOOL Call::Done(DWORD code) {
     result_ = code;
-    if (!IsRegistry(function_)) {
+    if (code != 0 && !IsRegistry(function_)) {
         SetLastError(code);
     }
-    return FALSE;
+    return code == 0 ? TRUE : FALSE;
 }
 
 LSTATUS Call::Result(LSTATUS code) {
@@ -154,9 +130,9 @@ LSTATUS Call::Result(LSTATUS code) {
 }  // namespace hosted
 
 DWORD WINAPI GetLastError() {
-    return hosted::LastError();
+    return hosted::lastError;
 }
 
 void WINAPI SetLastError(DWORD code) {
-    hosted::LastError() = code;
+    hosted::lastError = code;
 }

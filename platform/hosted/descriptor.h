@@ -25,7 +25,6 @@ class Descriptor {
 
     [[nodiscard]] int Get() const noexcept { return fd_; }
     [[nodiscard]] explicit operator bool() const noexcept { return fd_ >= 0; }
-    [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
     void Close() noexcept {
         if (fd_ >= 0) {
             close(std::exchange(fd_, -1));

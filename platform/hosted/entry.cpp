@@ -1,12 +1,10 @@
 // Where the program starts on Linux: finds its machine, takes its place among that
 // machine's processes and runs WinMain.
 #include <csignal>
-#include <string>
 
-#include "platform/hosted/machine.h"
-#include "platform/hosted/process_table.h"
-#include "platform/hosted/registry_store.h"
-#include "platform/hosted/start.h"
+#include "platform/hosted/files/files.h"
+#include "platform/hosted/process/process.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace {
 
@@ -23,6 +21,9 @@ std::string ArgumentsOf(int count, char** values) {
 
 int main(int count, char** values) {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    // The interpreter that starts the copy ignores these; the copy has a window.
+    static_cast<void>(std::signal(SIGHUP, SIG_DFL));
+    static_cast<void>(std::signal(SIGINT, SIG_DFL));
     hosted::Machine& machine = hosted::Machine::Current();
     std::string arguments = ArgumentsOf(count, values);
     machine.SetRole(arguments.empty() ? "first" : "copy");
@@ -35,6 +36,13 @@ int main(int count, char** values) {
         const hosted::ProgramScope program;
         status = static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal));
     }
+    for (const auto& [value, handle] : hosted::Files().handles) {
+        machine.AppendLine("log.txt", "still open: " + hosted::ToUtf8(handle.name));
+    }
     { const hosted::Call call("ExitProcess"); }
+    for (const std::string& key : hosted::OpenKeys()) {
+        machine.AppendLine("log.txt", "still open: " + key);
+    }
+    hosted::SaveRegistry();
     return static_cast<int>(status);
 }

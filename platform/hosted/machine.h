@@ -9,20 +9,21 @@
 //   calls.txt         the platform calls made, when machine.ini asks for it
 //   log.txt           what the machine itself has to say
 //   clipboard.txt     the clipboard's text
-//   processes/        a file for each running process of this machine, locked while it runs
 //
 // A program is on the machine whose folder holds its file; a program elsewhere (a test)
 // says Machine::Use. Everything here is UTF-8 on disk and Windows-1252 in the program.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <typeindex>
+#include <unordered_map>
 #include <vector>
 
 #include "platform/hosted/win32.h"
@@ -40,6 +41,8 @@ std::string FromUtf8(std::string_view utf8);
 // Upper case by the rules of Windows-1252 (umlauts included), byte by byte.
 std::string UpperCase(std::string_view ansi);
 bool EqualIgnoringCase(std::string_view left, std::string_view right);
+// Code page 850 to Windows-1252, byte by byte; what Windows-1252 lacks becomes "?".
+std::string FromDos(std::string_view dos);
 
 // ---- what machine.ini says ---------------------------------------------------------
 struct Denial {       // [denied]  HKEY_LOCAL_MACHINE\Software\X=set,delete
@@ -88,7 +91,7 @@ struct Damage {
     std::string what;
 };
 // The settings in the text of a machine.ini (UTF-8). Throws Damage.
-Settings ReadSettings(std::string_view text);
+Settings ReadSettings(const std::string& text);
 
 // ---- the machine -------------------------------------------------------------------
 class Machine {
@@ -101,33 +104,33 @@ class Machine {
     // an earlier one. For programs that do not lie on the machine.
     static void Use(const fs::path& folder);
     // In a forked process that goes on without exec: lets go of all that belongs to the
-    // parent (every descriptor but the standard ones and those to keep, in rising order) and
-    // starts on the same machine anew.
-    static void UseAfterFork(std::initializer_list<int> keep);
+    // parent (every descriptor but the standard ones and the one to keep, which becomes
+    // number 3) and starts on the same machine anew.
+    static void UseAfterFork(int keep);
     // Forgets the machine of this process, for one that ends without its destructors.
     static void Leave();
 
     explicit Machine(const fs::path& folder);
-    ~Machine();
-    Machine(const Machine&) = delete;
-    Machine& operator=(const Machine&) = delete;
 
-    [[nodiscard]] const fs::path& Folder() const;
-    [[nodiscard]] const Settings& GetSettings() const;
+    [[nodiscard]] const fs::path& Folder() const { return folder_; }
+    [[nodiscard]] const Settings& GetSettings() const { return settings_; }
     // The path of the running program on this machine ("C:\...\UnInstall.exe",
     // Windows-1252), empty for a program that does not lie on it.
-    [[nodiscard]] std::string ModulePath() const;
-    // "first" (started without arguments), "copy" (with) or "script": for [faults].
-    [[nodiscard]] const std::string& Role() const;
-    void SetRole(std::string_view role);
+    [[nodiscard]] const std::string& ModulePath() const { return module_; }
+    // "first" (started without arguments), "copy" (with) or "script": for [faults]. A test
+    // that uses a machine is "test".
+    [[nodiscard]] const std::string& Role() const { return role_; }
+    void SetRole(std::string_view role) { role_ = role; }
 
     // Appends one line (UTF-8, without its line feed) to a file of the machine folder.
-    void AppendLine(std::string_view file, std::string_view line);
+    void AppendLine(std::string_view file, std::string_view line) const;
+    // A damaged file: the sentence on stderr, exit status 2. Line 0 stands for the whole.
+    [[noreturn]] static void Damaged(const fs::path& file, unsigned line, std::string_view what);
     // What a part of this layer remembers about the machine: made on first use, forgotten
     // with the machine. One object for each type.
     template <typename T>
     T& Part() {
-        std::shared_ptr<void>& slot = Slot(typeid(T));
+        std::shared_ptr<void>& slot = parts_[typeid(T)];
         if (slot == nullptr) {
             slot = std::make_shared<T>();
         }
@@ -138,18 +141,23 @@ class Machine {
     std::shared_ptr<struct RegistryState> registry;
     std::shared_ptr<struct ProcessState> process;
     std::shared_ptr<struct UiState> ui;
-    // A damaged file: the sentence on stderr, exit status 2.
-    [[noreturn]] void Damaged(const fs::path& file, unsigned line, std::string_view what) const;
+    // How many calls each fault has met, and how often each call was made.
+    std::vector<unsigned> faultsMet;
+    std::map<std::string, unsigned> callsMade;
+    // The clock: when it was started, and how many milliseconds of a virtual one have passed.
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    DWORD passed = 0;
 
  private:
-    std::shared_ptr<void>& Slot(std::type_index type);
-
-    struct State;
-    std::unique_ptr<State> state_;
+    fs::path folder_;
+    Settings settings_;
+    std::string module_;
+    std::string role_ = "test";  // until a program of the machine says what it is
+    std::unordered_map<std::type_index, std::shared_ptr<void>> parts_;
 };
 
 // Holds the machine for this process alone while it changes something that other
-// processes read (flock on the machine folder's "lock" file). May be nested.
+// processes read. May be nested.
 class MachineLock {
  public:
     MachineLock();
@@ -158,22 +166,48 @@ class MachineLock {
     MachineLock& operator=(const MachineLock&) = delete;
 };
 
-// Every platform function starts with one of these, named with its argument in UTF-8. It
-// records the call ([trace]) and obeys [faults]. A line of calls.txt: process, function,
-// occurrence among the calls of that function with that argument, result, "changes" or
-// "looks", argument, with tabs between them.
+// Whether the program itself is running, not this layer on its behalf: only then is its
+// memory counted.
+bool InProgram();
+class Scope {
+ public:
+    explicit Scope(bool inProgram);
+    ~Scope();
+    Scope(const Scope&) = delete;
+    Scope& operator=(const Scope&) = delete;
+
+ private:
+    bool before_;
+};
+// While the layer runs code of the program: WinMain, an event of a form.
+struct ProgramScope : Scope {
+    ProgramScope() : Scope(true) {}
+};
+// While the layer runs outside of a Call.
+struct LayerScope : Scope {
+    LayerScope() : Scope(false) {}
+};
+
+// Every platform function starts with one of these, named with its argument: in UTF-8 as a
+// std::string, in Windows-1252 as it came from the program. It records the call ([trace]) and obeys
+// [faults]. A line of calls.txt: process, function, occurrence among the calls of that function
+// with that argument, result, "changes" or "looks", argument, with tabs between them.
 //
 // A process that is to stop writes a line to the named pipe "stopped" of the machine's
 // folder and goes on when it has read one from the pipe "go"; who stops it makes both.
 //
-//     Call call("CopyFileA", ToUtf8(target), Call::Changes);
+// What is made before it, arguments of its own included, is made in the program's name: it
+// counts as the program's memory unless a LayerScope is open.
+//
+//     Call call("CopyFileA", target, Call::Changes);
 //     if (call.Refused()) return FALSE;         // the last error code is set already
 //     ...
 //     return call.Fail(ERROR_ACCESS_DENIED);    // sets the last error code, gives FALSE
 class Call {
  public:
     enum Effect { Looks, Changes };
-    explicit Call(const char* function, std::string argument = {}, Effect effect = Looks);
+    explicit Call(const char* function, const char* argument = "", Effect effect = Looks);
+    Call(const char* function, std::string argument, Effect effect = Looks);
     ~Call();
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
@@ -183,13 +217,21 @@ class Call {
     // It is to succeed with less: one byte fewer, a buffer that has become too small.
     [[nodiscard]] bool Less() const { return less_; }
     // Records how the call went (0: success) and, unless it is a registry call, leaves a
-    // failure as the last error code.
-    BOOL Fail(DWORD code);
+    // failure as the last error code. Gives TRUE for success.
+    BOOL Done(DWORD code);
+    BOOL Fail(DWORD code) { return Done(code); }
+    // Does the work, which gives a code, unless the call is refused; then as Done.
+    template <typename Work>
+    BOOL Run(Work work) {
+        return Done(Refused() ? code_ : work());
+    }
     LSTATUS Result(LSTATUS code);
 
  private:
+    void Begin();
     void Obey(const Fault& fault);
 
+    LayerScope layer_;  // first: what follows is not the program's
     const char* function_;
     std::string argument_;
     Effect effect_;
@@ -199,46 +241,14 @@ class Call {
     bool killAfter_ = false;
 };
 
-// Whether the program itself is running, not this layer on its behalf: only then is its
-// memory counted.
-bool InProgram();
-// While the layer runs code of the program: WinMain, an event of a form.
-class ProgramScope {
- public:
-    ProgramScope();
-    ~ProgramScope();
-    ProgramScope(const ProgramScope&) = delete;
-    ProgramScope& operator=(const ProgramScope&) = delete;
-
- private:
-    unsigned depth_;
-};
-// While the layer runs outside of a Call.
-class LayerScope {
- public:
-    LayerScope();
-    ~LayerScope();
-    LayerScope(const LayerScope&) = delete;
-    LayerScope& operator=(const LayerScope&) = delete;
-};
-
-// ---- the files of the machine, for the other parts of this layer --------------------
+// ---- what the parts of this layer do for each other ---------------------------------
 // Where a path of the machine ("C:\x\y", "C:\PROGRA~1", relative ones against the
 // process's current folder) lies on the disk, each component matched without regard to
-// case and by short name. Nothing if a component is missing; missingLast allows the last
-// one to be.
-std::optional<fs::path> HostPath(std::string_view path, bool missingLast = false);
+// case and by short name. Nothing if a component is missing.
+std::optional<fs::path> HostPath(std::string_view path);
 // The machine path of a place on the disk, empty if it is not on a drive of the machine.
-std::string MachinePath(const fs::path& host);
 std::string MachinePath(const fs::path& machine, const fs::path& host);
-// Starts the program or script file of the machine as a real process, detached when it is
-// a script, current folder given as machine path; argument text handed on unchanged.
-// Returns 0 or a Win32 error code. pid receives the process id.
-DWORD StartProgram(std::string_view path, std::string_view arguments, std::string_view folder,
-                   int& pid);
 // Removes a key with all that is below it, by the full name that the program knows it by.
 void RemoveKey(std::string_view fullName);
-// Runs a batch file of the machine to its end, as the command interpreter does.
-void RunScript(std::string_view path);
 
 }  // namespace hosted

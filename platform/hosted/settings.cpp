@@ -1,159 +1,119 @@
 // machine.ini: sections of "name=value" lines; lines that begin with ";" or "#" are
 // remarks. Anything else that is not understood is an error, so that a slip in a test
 // cannot pass for a machine that refuses nothing.
-#include <algorithm>
-#include <array>
 #include <charconv>
-#include <string>
+#include <sstream>
 
 #include "platform/hosted/machine.h"
 
 namespace hosted {
 namespace {
 
-constexpr std::string_view kBlanks = " \t\r";
-
-std::string_view Trim(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+std::string Trim(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r";
+    const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
+    return std::string(text.substr(first, text.find_last_not_of(kBlanks) + 1 - first));
 }
 
-// The part before the separator; rest keeps what follows it.
-std::string_view TakeUpTo(std::string_view& rest, char separator) {
-    const std::size_t end = rest.find(separator);
-    const std::string_view part = Trim(rest.substr(0, end));
-    rest = end == std::string_view::npos ? std::string_view() : Trim(rest.substr(end + 1));
-    return part;
-}
-
-constexpr std::pair<std::string_view, Fault::Kind> kKinds[] = {
-    {"less", Fault::Kind::Less},
-    {"gone", Fault::Kind::Gone},
-    {"stop", Fault::Kind::Stop},
-    {"kill-before", Fault::Kind::KillBefore},
-    {"kill-after", Fault::Kind::KillAfter},
-};
+const std::map<std::string, Fault::Kind> kKinds{{"less", Fault::Kind::Less},
+                                                {"gone", Fault::Kind::Gone},
+                                                {"stop", Fault::Kind::Stop},
+                                                {"kill-before", Fault::Kind::KillBefore},
+                                                {"kill-after", Fault::Kind::KillAfter}};
+const std::map<std::string, bool Denial::*> kRights{{"query", &Denial::query},
+                                                    {"set", &Denial::set},
+                                                    {"create", &Denial::create},
+                                                    {"enumerate", &Denial::enumerate},
+                                                    {"delete", &Denial::deleting}};
+const std::set<std::string> kFolders{"temp", "system", "windows", "common-programs", "programs"};
 
 class Reader {
  public:
-    Settings Read(std::string_view text) {
-        while (!text.empty()) {
-            const std::size_t end = text.find('\n');
+    Settings Read(const std::string& text) {
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
             ++line_;
-            ReadLine(Trim(text.substr(0, end)));
-            text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
+            ReadLine(Trim(line));
         }
         return std::move(settings_);
     }
 
  private:
-    [[noreturn]] void Wrong(std::string_view what, std::string_view where) const {
-        throw Damage{line_, std::string(what) + " \"" + std::string(where) + "\""};
+    [[noreturn]] void Wrong(const std::string& what, const std::string& where) const {
+        throw Damage{line_, what + " \"" + where + "\""};
     }
 
-    std::uint32_t Number(std::string_view text) const {
-        std::uint32_t number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc() || end != text.data() + text.size()) {
+    DWORD Number(const std::string& text) const {
+        DWORD number = 0;
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, number);
+        if (error != std::errc() || end != last) {
             Wrong("not a number:", text);
         }
         return number;
     }
 
-    bool Flag(std::string_view text) const {
-        if (text != "0" && text != "1") {
-            Wrong("neither 0 nor 1:", text);
-        }
-        return text == "1";
-    }
-
-    void ReadLine(std::string_view line) {
+    void ReadLine(const std::string& line) {
         if (line.empty() || line.front() == ';' || line.front() == '#') {
             return;
         }
         if (line.front() == '[') {
-            if (line.back() != ']') {
-                Wrong("section without its closing bracket:", line);
-            }
-            section_ = line.substr(1, line.size() - 2);
+            section_ = line;
             return;
         }
         // The last sign: registry keys and paths may hold others.
         const std::size_t sign = line.rfind('=');
-        if (sign == std::string_view::npos) {
+        if (sign == std::string::npos) {
             Wrong("no \"=\" in", line);
         }
         ReadEntry(Trim(line.substr(0, sign)), Trim(line.substr(sign + 1)));
     }
 
-    void ReadEntry(std::string_view name, std::string_view value) {
-        if (section_ == "folders") {
-            Folder(name, value);
-        } else if (section_ == "user" && name == "sid") {
+    void ReadEntry(const std::string& name, const std::string& value) {
+        if (section_ == "[folders]" && kFolders.contains(name)) {
+            settings_.folders[name] = FromUtf8(value);
+        } else if (section_ == "[user]" && name == "sid") {
             settings_.user = FromUtf8(value);
-        } else if (section_ == "clock" && name == "real") {
-            settings_.realClock = Flag(value);
-        } else if (section_ == "clock" && name == "start") {
+        } else if (section_ == "[clock]" && name == "real") {
+            settings_.realClock = Number(value) != 0;
+        } else if (section_ == "[clock]" && name == "start") {
             settings_.clockStart = Number(value);
-        } else if (section_ == "denied") {
-            Denied(name, value);
-        } else if (section_ == "faults") {
-            Faulty(name, value);
-        } else if (section_ == "trace" && name == "calls") {
-            settings_.traceCalls = Flag(value);
+        } else if (section_ == "[denied]") {
+            ReadDenial(name, value);
+        } else if (section_ == "[faults]") {
+            ReadFault(name, value);
+        } else if (section_ == "[trace]" && name == "calls") {
+            settings_.traceCalls = Number(value) != 0;
         } else {
-            Wrong("section [" + std::string(section_) + "] has no", name);
+            Wrong("section " + section_ + " has no", name);
         }
     }
 
-    void Folder(std::string_view name, std::string_view value) {
-        constexpr std::array<std::string_view, 5> kKnown{"temp", "system", "windows",
-                                                         "common-programs", "programs"};
-        if (std::find(kKnown.begin(), kKnown.end(), name) == kKnown.end()) {
-            Wrong("no folder is called", name);
-        }
-        settings_.folders[std::string(name)] = FromUtf8(value);
-    }
-
-    void Denied(std::string_view key, std::string_view rights) {
+    void ReadDenial(const std::string& key, const std::string& rights) {
         Denial denial;
         denial.key = FromUtf8(key);
-        while (!rights.empty()) {
-            const std::string_view right = TakeUpTo(rights, ',');
-            if (right == "query") {
-                denial.query = true;
-            } else if (right == "set") {
-                denial.set = true;
-            } else if (right == "create") {
-                denial.create = true;
-            } else if (right == "enumerate") {
-                denial.enumerate = true;
-            } else if (right == "delete") {
-                denial.deleting = true;
-            } else {
+        std::istringstream list(rights);
+        for (std::string right; std::getline(list, right, ',');) {
+            const auto known = kRights.find(Trim(right));
+            if (known == kRights.end()) {
                 Wrong("no access right is called", right);
             }
+            denial.*known->second = true;
         }
         settings_.denied.push_back(denial);
     }
 
-    void Faulty(std::string_view call, std::string_view what) {
+    void ReadFault(const std::string& call, const std::string& what) {
         Fault fault;
-        fault.process = TakeUpTo(call, ' ');
-        fault.function = TakeUpTo(call, ' ');
-        const std::string_view occurrence = TakeUpTo(call, ' ');
-        if (fault.process.empty() || fault.function.empty() || occurrence.empty()) {
+        std::istringstream words(call);
+        std::string occurrence;
+        if (!(words >> fault.process >> fault.function >> occurrence)) {
             Wrong("not \"process function occurrence argument\":", call);
         }
+        std::getline(words >> std::ws, fault.argument);  // none: of a call without one
         fault.occurrence = occurrence == "*" ? 0 : Number(occurrence);
-        fault.argument = call;
-        const auto* const kind =
-            std::find_if(std::begin(kKinds), std::end(kKinds),
-                         [&](const auto& known) { return known.first == what; });
-        if (kind != std::end(kKinds)) {
+        const auto kind = kKinds.find(what);
+        if (kind != kKinds.end()) {
             fault.kind = kind->second;
         } else {
             fault.code = Number(what);
@@ -162,13 +122,13 @@ class Reader {
     }
 
     Settings settings_;
-    std::string_view section_;
+    std::string section_;
     unsigned line_ = 0;
 };
 
 }  // namespace
 
-Settings ReadSettings(std::string_view text) {
+Settings ReadSettings(const std::string& text) {
     return Reader().Read(text);
 }
 

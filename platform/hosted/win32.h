@@ -1,6 +1,6 @@
-// The Win32 functions, types and constants that the program uses, and no others: this
-// list is all that the program asks of its system. Names, values and meaning are those
-// of the platform's documentation. Texts are Windows-1252.
+// The Win32 functions, types and constants that the program uses, and no others, of a structure
+// only the fields: this list is all that the program asks of its system. Names, values and meaning
+// are those of the platform's documentation. Texts are Windows-1252.
 #pragma once
 
 #include <cstddef>
@@ -89,16 +89,11 @@ constexpr WORD SW_HIDE = 0;
 constexpr DWORD STARTF_USESHOWWINDOW = 1;
 
 struct STARTUPINFOA {
-    DWORD cb;
-    LPSTR lpReserved, lpDesktop, lpTitle;
-    DWORD dwX, dwY, dwXSize, dwYSize, dwXCountChars, dwYCountChars, dwFillAttribute, dwFlags;
-    WORD wShowWindow, cbReserved2;
-    LPBYTE lpReserved2;
-    HANDLE hStdInput, hStdOutput, hStdError;
+    DWORD cb, dwFlags;
+    WORD wShowWindow;
 };
 struct PROCESS_INFORMATION {
     HANDLE hProcess, hThread;
-    DWORD dwProcessId, dwThreadId;
 };
 BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* processSecurity,
                            void* threadSecurity, BOOL inheritHandles, DWORD flags,
@@ -150,17 +145,10 @@ constexpr HFILE HFILE_ERROR = -1;
 constexpr std::size_t OFS_MAXPATHNAME = 128;
 
 struct OFSTRUCT {
-    BYTE cBytes, fFixedDisk;
-    WORD nErrCode, Reserved1, Reserved2;
     char szPathName[OFS_MAXPATHNAME];
 };
-struct FILETIME {
-    DWORD dwLowDateTime, dwHighDateTime;
-};
 struct WIN32_FIND_DATAA {
-    DWORD dwFileAttributes;
-    FILETIME ftCreationTime, ftLastAccessTime, ftLastWriteTime;
-    DWORD nFileSizeHigh, nFileSizeLow, dwReserved0, dwReserved1;
+    DWORD dwFileAttributes, dwReserved0;
     char cFileName[MAX_PATH];
     char cAlternateFileName[14];
 };
@@ -196,11 +184,8 @@ constexpr int CSIDL_COMMON_PROGRAMS = 23;
 struct SHFILEOPSTRUCTA {
     HWND hwnd;
     UINT wFunc;
-    LPCSTR pFrom, pTo;
+    LPCSTR pFrom;
     FILEOP_FLAGS fFlags;
-    BOOL fAnyOperationsAborted;
-    LPVOID hNameMappings;
-    LPCSTR lpszProgressTitle;
 };
 struct ITEMIDLIST;
 using LPITEMIDLIST = ITEMIDLIST*;

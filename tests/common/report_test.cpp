@@ -10,14 +10,16 @@
 namespace support {
 namespace {
 
+using ::Fatal;
+
 class Reports : public testing::Test {
  protected:
     Reports() { machine_.Enter(); }
     // Shows a report that does not end the program.
-    std::string Show(std::uint8_t place, std::int32_t number, bool shortForm,
+    std::string Show(std::uint8_t place, std::int32_t number, ShortForm shortForm,
                      const std::string& answer) {
         machine_.Answer({answer});
-        ReportError(8, place, number, false, shortForm);
+        ReportError(8, place, number, Fatal::No, shortForm);
         EXPECT_EQ(CurrentError().number, 0);
         EXPECT_EQ(machine_.Shown().size(), 1U);
         return machine_.Shown().empty() ? "" : machine_.Shown()[0];
@@ -51,24 +53,25 @@ TEST_F(Reports, OpenWithWhatIsKnown) {
     const std::string question = "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?";
     const std::string box = "[!] *Yes No -> No: ";
     Pend(53, "");
-    EXPECT_EQ(Show(1, 53, true, "no"), box + plain + Request("8:1:53") + question);
+    EXPECT_EQ(Show(1, 53, ShortForm::Yes, "no"), box + plain + Request("8:1:53") + question);
     Pend(52, "eine andere");
-    EXPECT_EQ(Show(255, -53, true, "no"), box + plain + Request("8:255:-53") + question);
+    EXPECT_EQ(Show(255, -53, ShortForm::Yes, "no"), box + plain + Request("8:255:-53") + question);
     Pend(53, "eins\r\nzwei\nfür drei"_ansi);
-    EXPECT_EQ(Show(0, 53, true, "no"),
+    EXPECT_EQ(Show(0, 53, ShortForm::Yes, "no"),
               box + "Der folgende Fehler ist aufgetreten:\\n\\teins\\n\\tzwei\\l\\tfür drei\\n\\n" +
                   Request("8:0:53") + question);
     Pend(7, "Speicher");
-    EXPECT_EQ(Show(1, 7, false, "no"), box +
-                                           "Der folgende Fehler ist aufgetreten:\\n\\tSpeicher"
-                                           "\\n\\n" +
-                                           Request("8:1:7") + question);
+    EXPECT_EQ(Show(1, 7, ShortForm::No, "no"),
+              box +
+                  "Der folgende Fehler ist aufgetreten:\\n\\tSpeicher"
+                  "\\n\\n" +
+                  Request("8:1:7") + question);
     EXPECT_EQ(machine_.Clipboard(), "");
 }
 
 TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
     Pend(53, "\n" + std::string(1000, 'x'));
-    const std::string shown = Show(1, 53, true, "yes");
+    const std::string shown = Show(1, 53, ShortForm::Yes, "yes");
     EXPECT_NE(shown.find("\\t" + std::string(478, 'x') + "\\n\\nFalls"), std::string::npos)
         << shown;
     const std::string copied = machine_.Clipboard();
@@ -78,7 +81,7 @@ TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
 
 TEST_F(Reports, OfferNothingWhenMemoryIsShort) {
     Pend(7, "Speicher");
-    EXPECT_EQ(Show(1, 7, true, "ok"),
+    EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"),
               "[x] *OK -> OK: Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar. "
               "(Fehlerkennung \"UnInstaller:2:0:33:8:1:7\")");
 }

@@ -1,41 +1,80 @@
-// Judges a run in which a platform call was refused.
+// Judges a run in which something went wrong: by rules, not by recorded output.
+//
+// Three states are compared: before, after a removal in which nothing went wrong, and after
+// the run in question. Everything must be as in one of the first two; what is still as before
+// although it should be gone is left over, and somebody must have been told.
 #pragma once
 
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
-#include "tests/faults/calls.h"
-#include "tests/faults/verdict.h"
+#include "tests/support/flow.h"
 
 namespace support {
 
-// The refused call.
+// A platform call that a run has made.
+struct Call {
+    std::string role, function, argument;
+    std::string occurrence;  // 1 is the first of this function with this argument
+    std::string result;      // its error code
+    bool changes = false;
+
+    [[nodiscard]] std::string Address() const { return role + " " + function + " " + argument; }
+    // The left side of a fault in machine.ini.
+    [[nodiscard]] std::string Site(const std::string& which) const {
+        return role + " " + function + " " + which + " " + argument;
+    }
+};
+
+// In the order in which they ended, if the machine has the setting that records them.
+std::vector<Call> CallsMade(const Machine& machine);
+
+// A state as one map: paths with what lies there, keys, and "KEY|name" with the value.
+using Things = std::map<std::string, std::string>;
+Things ThingsOf(const State& state);
+
+// What the first run makes in the temporary folder.
+Lines HandOverFiles();
+
+struct Baseline {
+    Things before, complete;
+};
+// What is neither as before nor as after a complete removal, the files of the hand-over aside.
+Lines Foreign(const Baseline& baseline, const Things& after);
+// What a complete removal would have removed or changed and is still as before.
+Lines LeftOver(const Baseline& baseline, const Things& after);
+
+// A run on which faults are built.
+struct Scenario {
+    const char* name;
+    void (*stage)(Machine& machine);
+    Lines shown;       // when nothing else goes wrong
+    Lines difference;  // likewise
+};
+const std::vector<Scenario>& Scenarios();
+
+struct BaseRun {
+    const Scenario* scenario;
+    Baseline baseline;
+    std::vector<Call> calls;
+};
+// Runs a scenario with its calls recorded; that it does what it should is expected here.
+BaseRun RunScenario(const Scenario& scenario);
+// The complete state is that after the smooth one, which is the first.
+std::vector<BaseRun> RunScenarios();
+
+// Fails the test unless the rules hold for a run with that fault.
 struct Fault {
-    CallSite site;
-    unsigned call = 0;  // 0: every one
-    unsigned code = 0;
+    Call call;
+    std::string what;
 };
+void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
+           const Machine& machine);
 
-// How a run ended for its user.
-enum class End { AsEver, Listed, Ended, Silent };
-
-struct Judgement {
-    End end = End::AsEver;
-    Lines violations;                // of the rules, a line each
-    std::set<std::size_t> silences;  // that were needed, see Silences
-};
-
-// The baseline's first state is that of the machine before this run, which has recorded its
-// calls.
-Judgement JudgeRun(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-                   const Machine& machine);
-
-// Why something may stay, or happen, without a word.
-struct SilenceReason {
-    std::string text;
-    bool byChance;  // depends on which process is quicker: not every matrix needs it
-};
-std::vector<SilenceReason> Silences();
+// Cases are shared out among parts, tests of their own, so that CTest can use all processors.
+constexpr unsigned kParts = 8;
+// Whether all cases are to run rather than a selection: UNINSTALL_MATRIX=full.
+bool WholeMatrix();
 
 }  // namespace support

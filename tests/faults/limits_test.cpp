@@ -1,13 +1,8 @@
 // Names, sizes and numbers at their limits, links where folders are expected, and folders
 // that nobody should uninstall.
-#include <filesystem>
 #include <fstream>
 #include <functional>
 
-#include "common/modRuntimeError.h"
-#include "main/modFile.h"
-#include "main/modMain.h"
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -184,96 +179,6 @@ TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
              Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
             TheRest());
     }
-    // The shell deletes no root, and nobody takes the links out of a whole drive.
-    Machine machine;
-    machine.Setting("clock", "virtual=1").Link("C:\\Programme\\Textwerk\\alle", "C:\\Programme");
-    ExpectOutcome(machine.RunCopy("/u=C:\\", {"yes", "no"}),
-                  {Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
-                   Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},
-                  TheRest());
-}
-
-// ---- script and copy between writing and starting --------------------------------------
-
-class HandOverFile : public testing::Test {
- protected:
-    HandOverFile() { machine_.Enter(); }
-    static DWORD CodeOfOpening(const std::string& path, DWORD access) {
-        const handles::File file(CreateFileA(
-            path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        return file ? ERROR_SUCCESS : GetLastError();
-    }
-    // The number of the run-time error that a step raises, 0 for none.
-    template <typename Step>
-    static std::int32_t Raised(Step step) {
-        try {
-            step();
-        } catch (const RuntimeError& error) {
-            return error.number;
-        }
-        return 0;
-    }
-    static inline const std::string kPath = kTempFolder + "\\UnInstall.bat";
-    static constexpr std::int32_t kDenied = 75;
-    Machine machine_;
-};
-
-TEST_F(HandOverFile, CanBeReadButNotChangedWhileItIsHeld) {
-    WriteNewFile(kPath, "del x");
-    {
-        const handles::File held = HoldUnchanged(kPath, "del x");
-        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_READ), DWORD{ERROR_SUCCESS});
-        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(DeleteFileA(kPath.c_str()), FALSE);
-        EXPECT_EQ(CopyFileA((kTempFolder + "\\~DF3A1.tmp").c_str(), kPath.c_str(), FALSE), FALSE);
-        EXPECT_EQ(machine_.Content(kPath), "del x");
-    }
-    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
-}
-
-TEST_F(HandOverFile, IsRefusedWhenSomebodyHasChangedIt) {
-    WriteNewFile(kPath, "del x");
-    for (const std::string& other : Lines{"del y", "del ", "del x\r\ndel y", ""}) {
-        machine_.File(kPath, other);
-        EXPECT_EQ(Raised([] { HoldUnchanged(kPath, "del x"); }), kDenied) << other;
-    }
-    // Somebody who can still write could change it after the comparison.
-    machine_.File(kPath, "del x");
-    const handles::File writer(CreateFileA(kPath.c_str(), GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    EXPECT_NE(Raised([] { HoldUnchanged(kPath, "del x"); }), 0);
-}
-
-TEST_F(HandOverFile, IsNeverWrittenThroughWhatIsThere) {
-    machine_.Link(kPath, "C:\\windows\\Notepad.exe");
-    EXPECT_EQ(Raised([] { WriteNewFile(kPath, "del x"); }), ErrorNumber::FileExists);
-    const State before = machine_.Look();
-    EXPECT_EQ(Raised([] { DeleteFileIfThere(kPath); }), 0);
-    EXPECT_TRUE(SameChanges({"- file " + kPath}, Difference(before, machine_.Look())));
-}
-
-// Both are let go right before the start, so the last step ahead of it is stopped here.
-TEST_F(HandOverFile, IsHeldUntilTheScriptIsToStart) {
-    Machine machine;
-    machine.Setting("faults", "first FindResourceA 1=1814");
-    machine.Begin({"yes", "wait"});
-    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
-    machine.WaitUntilShown("waiting");  // the report that the record could not be written
-    machine.Enter();
-    for (const std::string& file : Lines{"\\UnInstall.bat", "\\UnInstall.exe"}) {
-        const std::string path = kTempFolder + file;
-        const State before = machine.Look();
-        EXPECT_EQ(CodeOfOpening(path, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION}) << path;
-        EXPECT_EQ(DeleteFileA(path.c_str()), FALSE) << path;
-        EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
-    }
-    const std::filesystem::path folder(machine.HostFolder());
-    std::ofstream(folder / "answers.next") << "no\n";
-    std::filesystem::rename(folder / "answers.next", folder / "answers.txt");
-    EXPECT_EQ(machine.Finish().status, 1);
-    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include "main/modMain.h"
 #include "platform/ansi.h"
 #include "platform/hosted/machine.h"
-#include "platform/hosted/start.h"
+#include "platform/hosted/process/process.h"
 #include "tests/fuzz/support.h"
 #include "uninstall/Globals.h"
 

@@ -3,13 +3,13 @@
 // deletions and the start of the copy happens.
 #include <algorithm>
 #include <cctype>
-#include <fstream>
+#include <sstream>
 #include <vector>
 
 #include "common/modPath.h"
 #include "common/modRuntimeError.h"
 #include "main/modMain.h"
-#include "platform/hosted/script.h"
+#include "platform/hosted/process/process.h"
 #include "tests/fuzz/support.h"
 
 namespace {
@@ -20,15 +20,8 @@ const std::string kTemp = "C:\\windows\\Temp\\";
 const std::string kCopy = kTemp + "UnInstall.exe";
 const std::string kOption = "/u=";
 
-struct Actions : hosted::ScriptActions {
+struct Actions {
     std::vector<std::string> deleted, started, arguments, unknown;
-
-    void Delete(const std::string& path) override { deleted.push_back(path); }
-    void StartAndWait(const std::string& program, const std::string& line) override {
-        started.push_back(program);
-        arguments.emplace_back(CommandArguments(line));
-    }
-    void Unknown(std::string_view text) override { unknown.emplace_back(text); }
 };
 
 constexpr std::string_view kNever = "\"*/:<>?|";
@@ -53,10 +46,22 @@ bool HasDosForm(const std::string& folder) {
     });
 }
 
-void Interpret(const std::string& script, Actions& actions) {
-    const std::filesystem::path drives = fuzz::MachineFolder() / "drives";
-    std::ofstream(drives / "C/windows/Temp/UnInstall.bat", std::ios::binary) << script;
-    hosted::InterpretScript(kTemp + "UnInstall.bat", actions);
+Actions Read(const std::string& text) {
+    Actions actions;
+    std::istringstream script(text);
+    while (!script.eof()) {
+        for (const hosted::ScriptCommand& command : hosted::ReadScriptLine(script)) {
+            if (command.kind == hosted::ScriptCommand::Kind::Delete) {
+                actions.deleted.push_back(command.item);
+            } else if (command.kind == hosted::ScriptCommand::Kind::StartAndWait) {
+                actions.started.push_back(command.item);
+                actions.arguments.push_back(command.arguments);
+            } else {
+                actions.unknown.push_back(command.item);
+            }
+        }
+    }
+    return actions;
 }
 
 void RequireNoOther(const std::string& folder, const std::string& argument) {
@@ -107,8 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 "what can be carried is not refused", folder);
         return 0;  // refused: no script is started
     }
-    Actions actions;
-    Interpret(BuildScript(kTemp, kTemp, folder), actions);
+    const Actions actions = Read(BuildScript(kTemp, kTemp, folder));
     if (folder.find_first_of("&%^") == std::string::npos) {
         CheckPlain(folder, actions);
     } else {

@@ -59,7 +59,7 @@ class Record : public testing::Test {
  protected:
     Record() { machine_.Enter(); }
     std::string Write() {
-        ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", true);
+        EXPECT_FALSE(ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", Existing::Replace));
         return machine_.Content(kTempFolder + "\\x.pif");
     }
     Machine machine_;
@@ -84,9 +84,9 @@ TEST_F(Record, ReplacesAnOlderFileOnlyIfAsked) {
     machine_.File(kTempFolder + "\\x.pif", std::string(3000, 'x'));
     EXPECT_EQ(Write().size(), 967U);
     machine_.File(kTempFolder + "\\x.pif", "older");
-    EXPECT_ANY_THROW(ResToFile("C:\\windows\\Temp\\x.pif", 101, "CUSTOM", false));
+    EXPECT_EQ(ResToFile("C:\\windows\\Temp\\x.pif", 101, "CUSTOM", Existing::Keep).number, 58);
     EXPECT_EQ(machine_.Content(kTempFolder + "\\x.pif"), "older");
-    EXPECT_ANY_THROW(ResToFile("C:\\windows\\Temp\\y.pif", 102, "CUSTOM", true));
+    EXPECT_EQ(ResToFile("C:\\windows\\Temp\\y.pif", 102, "CUSTOM", Existing::Replace).number, 326);
     EXPECT_FALSE(machine_.Look().files.contains(kTempFolder + "\\y.pif"));
 }
 

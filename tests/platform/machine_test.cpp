@@ -66,14 +66,14 @@ TEST(HostedMachine, ADamagedOneIsRefusedInOneSentence) {
 
 TEST(HostedMachine, FailsAndKillsWhereItIsTold) {
     Machine machine;
-    machine.Setting("faults", "copy SHFileOperationA 2=kill-after");
+    machine.Setting("faults", "copy SHFileOperationA 2 *=kill-after");
     const Outcome killed = machine.RunCopy({});
     EXPECT_EQ(killed.status, 128 + 9);
     EXPECT_TRUE(SameChanges({"- file " + kProgramFolder + "\\Tessorin.exe",
                              "- file " + kProgramFolder + "\\UnInstall.exe"},
                             killed.difference));
     // The rest goes when it is started again.
-    machine.NoSetting("faults", "copy SHFileOperationA 2");
+    machine.NoSetting("faults", "copy SHFileOperationA 2 *");
     ExpectOutcome(machine.RunCopy({}),
                   {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
                   CompleteRemoval());
@@ -81,7 +81,7 @@ TEST(HostedMachine, FailsAndKillsWhereItIsTold) {
 
 TEST(HostedMachine, EndsAProgramThatNobodyAnswers) {
     Machine machine;
-    machine.Setting("faults", "first OpenFile *=32");
+    machine.Setting("faults", "first OpenFile * *=32");
     const Outcome outcome = machine.RunFirst({});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.shown.size(), 1001U);

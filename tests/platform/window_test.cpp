@@ -1,11 +1,6 @@
-// Message boxes, windows, the clock, the clipboard and the system's texts as the hosted
-// machine has them, where no flow of the program reaches.
-#include <cstring>
-#include <fstream>
-#include <functional>
-#include <thread>
+// Windows and message boxes of the hosted machine.
+#include <array>
 
-#include "platform/ansi.h"
 #include "platform/forms.h"
 #include "platform/hosted/machine.h"
 #include "tests/support/flow.h"
@@ -14,183 +9,109 @@
 namespace support {
 namespace {
 
-constexpr UINT kRetryBox = MB_RETRYCANCEL | MB_ICONEXCLAMATION | MB_DEFBUTTON2;
-
-constexpr std::array<forms::Control, 2> kControls{{
+constexpr std::array<forms::Control, 1> kControls{{
     {"cmdGo", forms::ControlKind::Button, {0, 300, 900, 300}, "&Weiter"},
-    {"lblText", forms::ControlKind::Label, {0, 0, 900, 300}, "anfangs"},
 }};
 constexpr forms::Layout kLayout{"frmTest", "UnInstaller", 900, 600, true, 40, kControls};
 
+// What happened to it, in order; "?" where the layer forgot that the program runs.
 class TestForm : public forms::Form {
  public:
     TestForm() : Form(kLayout) {}
-    std::function<void()> onTimer = [] {};
-    unsigned timers = 0, clicks = 0, closes = 0;
+    std::string events;
 
  private:
+    void Happened(const char* event) { events += hosted::InProgram() ? event : "?"; }
+    bool Form_Load() override {
+        Happened("load ");
+        return true;
+    }
     void Form_Timer() override {
-        ++timers;
-        onTimer();
+        Happened("timer ");
+        Sleep(100);
+        forms::ProcessMessages();  // not once more
     }
     void Button_Click() override {
-        ++clicks;
+        Happened("click ");
         Unload();
     }
-    void Form_Close() override { ++closes; }  // stays loaded
+    void Form_Close() override { Happened("close "); }  // stays loaded
 };
 
-class HostedWindows : public testing::Test {
- protected:
-    HostedWindows() {
-        machine_.Setting("clock", "virtual=1").Setting("clock", "start=4294967290");
-        machine_.Enter();
-        // Without answers a terminal that the suite runs in would be asked.
-        machine_.Answer(std::vector<std::string>(100, "enter"));
-    }
-    static int AskRetry() { return MessageBoxA(nullptr, "?", "UnInstaller", kRetryBox); }
-    std::string Log() const {
-        const std::string file = machine_.HostFolder() + "/log.txt";
-        return std::ifstream(file) ? ReadBytes(file) : "";
-    }
-    Machine machine_;
-};
-
-TEST_F(HostedWindows, ABoxGivesTheButtonThatItIsAnsweredWith) {
-    const std::vector<std::pair<std::string, int>> answers{
-        {"retry", IDRETRY}, {"", IDCANCEL}, {"ESCAPE", IDCANCEL}, {"=99", 99}, {"fail", 0}};
-    for (const auto& [answer, expected] : answers) {
-        machine_.Answer({answer});
-        EXPECT_EQ(AskRetry(), expected) << answer;
-    }
-    machine_.Answer({"escape"});  // a box with Yes and No ignores that key
-    EXPECT_EQ(MessageBoxA(nullptr, "?", "UnInstaller", MB_YESNO), IDYES);
-    EXPECT_EQ(Log(), "answer \"escape\" does not fit: the box has yes no\n");
-}
-
-TEST_F(HostedWindows, AnAnswerMayKeepAQuestionWaiting) {
-    machine_.Answer({"wait"});
-    const std::string file = machine_.HostFolder() + "/answers.txt";
-    const auto start = std::chrono::steady_clock::now();
-    std::thread other([&file] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        WriteBytes(file + "2", "retry\nenter\n");
-        std::filesystem::rename(file + "2", file);
-    });
-    EXPECT_EQ(AskRetry(), IDRETRY);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
-    other.join();
-    EXPECT_EQ(ReadBytes(file), "enter\n");
-}
-
-TEST_F(HostedWindows, TheTimerFiresOnceForEachLoad) {
-    TestForm form;
-    ASSERT_TRUE(form.Load());
-    form.onTimer = [&form] {
-        if (form.timers < 3) {
-            Sleep(100);
-            forms::ProcessMessages();
-        }
-    };
-    forms::ProcessMessages();
-    EXPECT_EQ(form.timers, 0U);  // 40 milliseconds have not passed
-    forms::RunMessageLoop();     // not shown: it has nothing to wait for but the timer
-    EXPECT_EQ(form.timers, 1U);
-    form.Unload();
-    ASSERT_TRUE(form.Load());
-    Sleep(40);
-    forms::ProcessMessages();
-    EXPECT_EQ(form.timers, 2U);
-}
-
-TEST_F(HostedWindows, AShownWindowIsWhatTheUserActsOn) {
+TEST(HostedWindows, TheUserActsOnTheOneShownLast) {
+    Machine machine;
+    machine.Enter();
     TestForm below;
     TestForm form;
-    EXPECT_EQ(forms::OwnerWindow(), nullptr);
+    const HWND hidden = forms::OwnerWindow();
+    ASSERT_TRUE(below.Load());
+    forms::ProcessMessages();
+    forms::ProcessMessages();  // not shown: nobody can do anything to it
+    EXPECT_EQ(below.events, "load timer ");
     ASSERT_TRUE(below.Show());
     const HWND first = forms::OwnerWindow();
-    EXPECT_NE(first, nullptr);
+    EXPECT_TRUE(hidden != nullptr && first != hidden);
     ASSERT_TRUE(form.Show());
     EXPECT_NE(forms::OwnerWindow(), first);
-    machine_.Answer({"close", "yes", "alt+o"});
-    ASSERT_TRUE(form.SetText(1, "später"_ansi));
-    forms::ProcessMessages();
-    EXPECT_EQ(form.closes, 1U);
-    EXPECT_TRUE(form.IsLoaded());
+    machine.Answer({"close", "yes", "alt+o"});
+    forms::ProcessMessages();  // the timer, and in it the first answer
     forms::ProcessMessages();  // what does not fit becomes the button
-    EXPECT_EQ(form.clicks, 1U);
+    EXPECT_EQ(form.events, "load timer close click ");
     EXPECT_FALSE(form.IsLoaded());
     EXPECT_EQ(forms::OwnerWindow(), first);
-    EXPECT_EQ(below.clicks, 0U);
     forms::RunMessageLoop();
-    EXPECT_EQ(below.clicks, 1U);
-    EXPECT_NE(Log().find("\"yes\" does not fit"), std::string::npos);
+    EXPECT_EQ(below.events, "load timer click ");
+    EXPECT_EQ(forms::OwnerWindow(), hidden);
+    ASSERT_TRUE(form.Load());
+    machine.Answer({"ok"});  // the timer runs anew
+    ASSERT_TRUE(form.Show());
+    forms::RunMessageLoop();
+    EXPECT_EQ(form.events, "load timer close click load timer click ");
 }
 
-TEST_F(HostedWindows, AWindowThatCannotBeMadeSaysWhy) {
-    machine_.Setting("faults", "* CreateWindowExA 1=8").Setting("faults", "* SetWindowTextA 1=14");
-    machine_.Enter();
-    TestForm form;
-    EXPECT_FALSE(form.Show());
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NOT_ENOUGH_MEMORY));
-    EXPECT_FALSE(form.SetText(1, "x"));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_OUTOFMEMORY));
-    EXPECT_TRUE(form.IsLoaded());
+TEST(HostedWindows, EscapeCancelsABoxThatCanBeCancelled) {
+    Machine machine;
+    machine.Enter();
+    machine.Answer({"Escape", "escape"});
+    EXPECT_EQ(MessageBoxA(nullptr, "?", "", MB_RETRYCANCEL), IDCANCEL);
+    EXPECT_EQ(MessageBoxA(nullptr, "?", "", MB_YESNO), IDYES);
+    EXPECT_EQ(machine.Shown()[1], "an answer that does not fit: escape");
 }
 
-TEST_F(HostedWindows, AVirtualClockMovesBySleepingOrLookingAtIt) {
-    const DWORD start = GetTickCount();
-    EXPECT_EQ(start, 4294967290U);
-    Sleep(3600000);
-    EXPECT_EQ(GetTickCount() - start, 3600000U);  // across the wrap, and at once
-    const DWORD now = GetTickCount();
-    for (unsigned i = 0; GetTickCount() == now; ++i) {
-        ASSERT_LT(i, 2000U) << "a loop without Sleep does not end";
+// The report comes when the progress window is gone: the clipboard belongs to the hidden
+// window, and to nobody where that cannot be made.
+TEST(HostedWindows, TheClipboardTakesAReportWithoutAWindow) {
+    for (const bool refused : {false, true}) {
+        SCOPED_TRACE(refused);
+        Machine machine;
+        machine.Attributes(kProgramFolder + "\\Tessorin.exe", "R");
+        machine.Setting("faults", "copy SetWindowTextA * lblMsg=1450");
+        if (refused) {
+            machine.Setting("faults", "copy CreateWindowExA * owner=8");
+        }
+        const Outcome outcome = machine.RunCopy({});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.errors, "");
+        ASSERT_EQ(outcome.shown.size(), 4U);
+        EXPECT_NE(outcome.shown[3].find("(Fehlercode 1450)"), std::string::npos);
+        EXPECT_EQ(machine.Clipboard().empty(), refused);
     }
 }
 
-TEST_F(HostedWindows, TheClipboardTakesMemoryOver) {
-    constexpr std::string_view kText("Größe €\r\n\0dahinter", 21);
-    const HGLOBAL memory = GlobalAlloc(GMEM_MOVEABLE, kText.size());
-    std::memcpy(GlobalLock(memory), kText.data(), kText.size());
-    GlobalUnlock(memory);
-    EXPECT_EQ(SetClipboardData(CF_TEXT, memory), nullptr);  // not open
-    ASSERT_TRUE(OpenClipboard(nullptr));
-    EXPECT_FALSE(OpenClipboard(nullptr));
-    ASSERT_TRUE(EmptyClipboard());
-    EXPECT_EQ(SetClipboardData(CF_TEXT, memory), memory);
-    EXPECT_EQ(Log(), "");
-    EXPECT_EQ(GlobalFree(memory), memory);  // the clipboard's now
-    EXPECT_NE(Log().find("GlobalFree of memory that is the clipboard's"), std::string::npos);
-    ASSERT_TRUE(EmptyClipboard());
-    EXPECT_EQ(machine_.Clipboard(), "");
-    EXPECT_TRUE(CloseClipboard());
-    const HGLOBAL other = GlobalAlloc(GMEM_MOVEABLE, 1);
-    EXPECT_EQ(GlobalFree(other), nullptr);
-    EXPECT_EQ(GlobalFree(other), other);
-    EXPECT_EQ(GlobalLock(other), nullptr);
-    EXPECT_NE(Log().find("GlobalLock of memory that is not there"), std::string::npos);
-}
-
-TEST_F(HostedWindows, SystemTextsComeWholeOrNotAtAll) {
-    constexpr DWORD kPlain = FORMAT_MESSAGE_FROM_SYSTEM;
-    constexpr DWORD kAsItStands = kPlain | FORMAT_MESSAGE_IGNORE_INSERTS;
-    const auto format = [](DWORD flags, DWORD code, DWORD size) {
-        std::string text(size, '#');
-        const DWORD length = FormatMessageA(flags, nullptr, code, 0, text.data(), size, nullptr);
-        return text.substr(0, length);
-    };
-    const std::string denied = "Zugriff verweigert\r\n";
-    const auto length = static_cast<DWORD>(denied.size());
-    EXPECT_EQ(format(kPlain, 5, length + 1), denied);
-    EXPECT_EQ(format(kPlain, 5, length), "");
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
-    EXPECT_EQ(format(kPlain, 999999, 100), "");
-    EXPECT_EQ(GetLastError(), 317U);
-    // There is nothing to insert, so nothing may be read for it.
-    EXPECT_EQ(format(kPlain, 193, 100), "");
-    EXPECT_EQ(AnsiToUtf8(format(kAsItStands, 193, 100)),
-              "%1 ist keine zulässige Win32-Anwendung.\r\n");
+// Abort and a fatal report end the program where it stands, with its window open.
+TEST(HostedWindows, NothingIsUnloadedByTheEndOfTheProgram) {
+    const std::vector<std::pair<const char*, const char*>> ends{
+        {"denied", "HKEY_LOCAL_MACHINE\\Software\\Classes\\*\\Shell=query"},
+        {"faults", "copy FindFirstFileA * C:\\Programme\\Büro Tessorin\\Tessorin.exe=21"}};
+    for (const auto& [section, line] : ends) {
+        SCOPED_TRACE(section);
+        Machine machine;
+        machine.Setting(section, line);
+        EXPECT_EQ(machine.RunCopy({"yes", "yes", "abort"}).status, 1);
+        const std::string transcript = ReadBytes(machine.HostFolder() + "/transcript.txt");
+        EXPECT_NE(transcript.find("load\tcopy\tfrmUnInstProc"), std::string::npos);
+        EXPECT_EQ(transcript.find("unload"), std::string::npos) << transcript;
+    }
 }
 
 }  // namespace

@@ -70,16 +70,21 @@ class Machine {
 
     // ---- runs ----
     // Starts the program at that path with the argument text and waits until every process
-    // that came of it has ended, 30 seconds at most. The answers go to the questions in
-    // order; a question without one gets its default.
+    // that came of it has ended. The answers go to the questions in order; a question
+    // without one gets its default.
     Outcome Run(const std::string& program, const std::string& arguments,
                 const std::vector<std::string>& answers);
     // The same in steps, for several processes at a time: the state to compare with and
     // the answers, any number of starts, and the end of all.
     void Begin(const std::vector<std::string>& answers);
     void Start(const std::string& program, const std::string& arguments);
-    void WaitUntilShown(const std::string& part);
     Outcome Finish();
+    // Between Start and Finish a process stops right before a call, named as in [faults] of
+    // machine.ini, until it may go on. Only the hosted machine can do that; elsewhere
+    // WaitUntilStopped returns when the program has shown something.
+    Machine& StopAt(const std::string& call);
+    void WaitUntilStopped();
+    void GoOn();
 
     // The whole hand-over, from the program folder.
     Outcome RunFirst(const std::vector<std::string>& answers);
@@ -87,11 +92,10 @@ class Machine {
     Outcome RunCopy(const std::vector<std::string>& answers);
     Outcome RunCopy(const std::string& arguments, const std::vector<std::string>& answers);
 
-    // Opens a file in another process, for so many milliseconds from now, so that others
-    // can read it but neither write nor delete; returns when it is open. WaitUntilClosed waits for
-    // the end of it.
-    void HoldOpen(const std::string& path, unsigned milliseconds);
-    void WaitUntilClosed();
+    // Opens a file so that other processes can read it but neither write nor delete it, until
+    // it is let go, at the end of the machine at the latest.
+    void HoldOpen(const std::string& path);
+    void LetGo();
 
     // Makes this the machine of the test process: Win32 calls of the test work on it. Again
     // after a change of its settings.
@@ -106,8 +110,8 @@ class Machine {
     [[nodiscard]] State Look() const;
     [[nodiscard]] std::string Content(const std::string& path) const;  // a file's bytes
     [[nodiscard]] std::string Clipboard() const;
-    // How often a platform function was called, if [trace] was set.
-    [[nodiscard]] unsigned Calls(const std::string& function) const;
+    // How often a platform function was called with that argument, if [trace] was set.
+    [[nodiscard]] unsigned Calls(const std::string& function, const std::string& argument) const;
 
  private:
     struct Host;

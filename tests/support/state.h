@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/hosted/registry/text.h"
+
 namespace support {
 
 struct FileState {
@@ -18,13 +20,12 @@ struct FileState {
     bool operator==(const FileState&) const = default;
 };
 
-// Values by name ("" is the default value), each as regedit writes it: "text" in quotes,
-// dword:0000000a, hex(2):25,00.
-using Values = std::map<std::string, std::string>;
+using regtext::Keys;
+using regtext::Values;
 
 struct State {
     std::map<std::string, FileState> files;  // by path, no trailing backslash
-    std::map<std::string, Values> keys;      // by full name, root first ("HKEY_USERS\...")
+    Keys keys;
 };
 
 // FNV-1a of 64 bits: enough to tell two contents of a test apart.

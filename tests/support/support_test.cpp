@@ -3,7 +3,6 @@
 
 #include "tests/support/flow.h"
 #include "tests/support/machine.h"
-#include "tests/support/registry_text.h"
 #include "tests/support/state.h"
 
 namespace support {
@@ -15,7 +14,7 @@ State Example() {
     state.files["C:\\A\\x"] = {"", 1, Digest("x")};
     state.files["C:\\A\\y"] = {"R", 1, Digest("y")};
     state.files["C:\\A b"] = {"", 1, Digest("b")};
-    state.keys = ParseRegistry(
+    state.keys = regtext::Parse(
         "REGEDIT4\n; a comment\n[HKEY_LOCAL_MACHINE\\K]\n@=\"default\"\n\"N\\\\1\"=dword:0000000A\n"
         "\"long\"=hex(2):01,02,\\\n  0a\n[HKEY_LOCAL_MACHINE\\K\\Sub]\n");
     return state;
@@ -52,7 +51,7 @@ TEST(Difference, NamesOnlyTheTopOfWhatIsGone) {
     const State before = Example();
     State after;
     after.files["C:\\A b"] = before.files.at("C:\\A b");
-    const std::vector<std::string> expected{"- folder C:\\A", "- key HKLM"};
+    const std::vector<std::string> expected{"- folder C:\\A", "- key HKLM", "- key HKU"};
     EXPECT_TRUE(SameChanges(expected, Difference(before, after)));
     EXPECT_FALSE(SameChanges(expected, {"- folder C:\\A"}));
     EXPECT_FALSE(Same({"a", "b"}, {"b", "a"}));
@@ -61,10 +60,10 @@ TEST(Difference, NamesOnlyTheTopOfWhatIsGone) {
 TEST(RegistryText, ComesBackAsItWasWritten) {
     const Keys keys = Example().keys;
     EXPECT_EQ(keys.at("HKEY_LOCAL_MACHINE\\K").at("long"), "hex(2):01,02,0a");
-    EXPECT_EQ(ParseRegistry(FormatRegistry(keys)), keys);
+    EXPECT_EQ(regtext::Parse(regtext::Format(keys)), keys);
     for (const std::string& value : Lines{R"("a\\b \"c\"")", R"("")", "dword:8000000a", "hex:",
                                           "hex:0a,ff", "hex(2):41,00", "hex(1):", "hex(b):01"}) {
-        EXPECT_EQ(FormatValue(ParseValue(value)), value);
+        EXPECT_EQ(regtext::FormatValue(regtext::ParseValue(value)), value);
     }
 }
 

@@ -65,7 +65,6 @@ TEST(Removal, DoesNotTryWhatIsReadOnly) {
     Machine machine;
     machine.Attributes(kProgramFolder, "R").Attributes(kTessorin, "RH");
     machine.Attributes(kGroupFolder + "\\Deinstallieren.lnk", "R");
-    machine.Setting("clock", "virtual=1");
     ExpectOutcome(
         machine.RunCopy({"no", "yes"}),
         {Progress(), FolderNotEmpty(kGroupFolder, "No"), ResetQuestion(),
@@ -114,13 +113,18 @@ TEST(Removal, HasNothingToSayWhenEverythingIsGoneAlready) {
 
 TEST(Removal, WaitsForAFileThatIsHeld) {
     Machine machine;
-    machine.HoldOpen(kTessorin, 250);
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+    machine.Program(kTempFolder + "\\UnInstall.exe").HoldOpen(kTessorin);
+    machine.StopAt("copy SHFileOperationA 3 " + kTessorin).Begin({});
+    machine.Start(kTempFolder + "\\UnInstall.exe", CopyArguments());
+    machine.WaitUntilStopped();
+    machine.LetGo();
+    machine.GoOn();
+    ExpectOutcome(machine.Finish(), ShownWith({}), CompleteRemoval());
 }
 
 TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
     Machine machine;
-    machine.HoldOpen(kTessorin, Machine::kObeysSettings ? 2500 : 15000);  // Wine starts slowly
+    machine.HoldOpen(kTessorin);
     const Lines rest = {"- file " + kProgramFolder + "\\UnInstall.exe"};
     const Outcome outcome = machine.RunCopy({});
     EXPECT_TRUE(Same(ShownWith({NotDeleted("Die Datei", kTessorin),
@@ -138,16 +142,18 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
     for (const std::string& start : Lines{"start=0", "start=4294967200"}) {
         SCOPED_TRACE(start);
         Machine machine;
-        machine.Setting("clock", "virtual=1").Setting("clock", start).Setting("trace", "calls=1");
-        machine.Setting("busy", kTessorin + "=51");
+        machine.Setting("clock", start).Setting("trace", "calls=1");
+        machine.Setting("faults", "copy SHFileOperationA * " + kTessorin + "=32");
         ExpectOutcome(machine.RunCopy({}), ShownWith({NotDeleted("Die Datei", kTessorin)}),
                       CompleteRemoval());
-        // 51 for the editor, one each for uninstaller, folder, four shortcuts and group
-        EXPECT_EQ(machine.Calls("SHFileOperationA"), 51U + 7U);
+        EXPECT_EQ(machine.Calls("SHFileOperationA", kTessorin), 51U);
 
         Machine another;
-        another.Setting("clock", "virtual=1").Setting("clock", start);
-        another.Setting("busy", kTessorin + "=50");
+        another.Setting("clock", start);
+        for (int time = 1; time <= 50; ++time) {
+            another.Setting("faults", "copy SHFileOperationA " + std::to_string(time) + " " +
+                                          kTessorin + "=32");
+        }
         ExpectOutcome(another.RunCopy({}), ShownWith({}), CompleteRemoval());
     }
 }

@@ -44,10 +44,8 @@ TEST(FatalReport, EndsTheSequence) {
     for (const std::string& answer : Lines{"yes", "no"}) {
         SCOPED_TRACE(answer);
         Machine machine;
-        // Both looks for the editor's file: in the wait, and the last one that decides. The
-        // first three belong to the long form of the program folder.
-        machine.Setting("faults", "copy FindFirstFileA 4=21");
-        machine.Setting("faults", "copy FindFirstFileA 5=21");
+        // Both looks for the editor's file: in the wait, and the last one that decides.
+        machine.Setting("faults", "copy FindFirstFileA * " + kTessorin + "=21");
         const std::string message =
             FatalMessage("Datenträger nicht bereit: \"" + kTessorin +
                              "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)",

@@ -55,9 +55,8 @@ TEST(SharedFiles, LowersEveryStoredForm) {
 TEST(SharedFiles, NamesTheCountThatCannotBeLowered) {
     NEEDS_SETTINGS();
     const std::string file = kSystem + kFiles[1];
-    // The second count is the one that is deleted; the first one is written.
     Machine machine;
-    machine.Setting("faults", "copy RegDeleteValueA 1=5");
+    machine.Setting("faults", "copy RegDeleteValueA * " + kSharedDlls + "|" + file + "=5");
     ExpectOutcome(
         machine.RunCopy({"yes", "no"}),
         {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"),

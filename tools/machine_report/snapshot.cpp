@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "platform/hosted/machine.h"
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/registry/text.h"
 
 namespace report {
 namespace {
@@ -52,41 +52,30 @@ Entries ReadEntries(const fs::path& folder) {
     return entries;
 }
 
-Value ValueOf(const hosted::RegistryValue& value) {
-    std::string exact = hosted::ToUtf8(hosted::ValueLine("", value.type, value.data));
-    exact = exact.substr(2, exact.size() - 3);  // without "@=" and the line feed
-    Value result{exact, exact};
-    if (value.type == REG_SZ && exact.starts_with('"')) {
-        const std::string_view data(value.data);
-        result.shown = "\"" + hosted::ToUtf8(data.substr(0, data.find('\0'))) + "\"";
-    } else if (exact.starts_with("dword:")) {
-        result.shown = std::to_string(std::stoul(exact.substr(6), nullptr, 16));
+Value ValueOf(const std::string& written) {
+    const regtext::TypedValue value = regtext::ParseValue(written);
+    Value result{written, written};
+    if (written.starts_with('"')) {
+        result.shown = "\"" + value.data.substr(0, value.data.size() - 1) + "\"";
+    } else if (written.starts_with("dword:")) {
+        result.shown = std::to_string(std::stoul(written.substr(6), nullptr, 16));
     }
     return result;
 }
 
-void AddKeys(const hosted::RegistryNode& node, Keys& keys) {
-    const std::string name = hosted::ToUtf8(node.FullName());
-    if (!name.empty()) {
-        Values& values = keys[name];
-        for (const auto& [ignored, value] : node.values) {
-            values[hosted::ToUtf8(value.name)] = ValueOf(value);
-        }
-    }
-    for (const auto& [ignored, child] : node.children) {
-        AddKeys(*child, keys);
-    }
-}
-
 Keys ReadKeys(const fs::path& folder, const std::string& user) {
-    hosted::RegistryTree tree;
-    const auto damage = hosted::ReadRegistryText(ReadFile(folder / "registry.reg"), user, tree);
-    if (damage) {
-        throw std::runtime_error((folder / "registry.reg").string() + ", line " +
-                                 std::to_string(damage->line) + ": " + damage->what);
-    }
     Keys keys;
-    AddKeys(tree.Top(), keys);
+    try {
+        for (const auto& [key, values] : regtext::Parse(ReadFile(folder / "registry.reg"), user)) {
+            for (const auto& [name, value] : values) {
+                keys[key][name] = ValueOf(value);
+            }
+            keys[key];
+        }
+    } catch (const regtext::Damage& damage) {
+        throw std::runtime_error((folder / "registry.reg").string() + ", line " +
+                                 std::to_string(damage.line) + ": " + damage.what());
+    }
     return keys;
 }
 
@@ -102,8 +91,9 @@ std::string ReadFile(const fs::path& file) {
 
 Snapshot ReadMachine(const fs::path& folder) {
     try {
-        const std::string user = hosted::ReadSettings(ReadFile(folder / "machine.ini")).user;
-        return {ReadEntries(folder), ReadKeys(folder, user), hosted::ToUtf8(user)};
+        const std::string user =
+            hosted::ToUtf8(hosted::ReadSettings(ReadFile(folder / "machine.ini")).user);
+        return {ReadEntries(folder), ReadKeys(folder, user), user};
     } catch (const hosted::Damage& damage) {
         throw std::runtime_error((folder / "machine.ini").string() + ", line " +
                                  std::to_string(damage.line) + ": " + damage.what);

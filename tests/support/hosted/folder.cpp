@@ -3,10 +3,20 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/hosted/registry_file.h"
+#include "platform/hosted/machine.h"
+#include "platform/hosted/registry/registry.h"
 #include "tests/support/stage.h"
 
 namespace support {
+namespace {
+
+// The machine that the process has entered.
+fs::path& Entered() {
+    static fs::path folder;
+    return folder;
+}
+
+}  // namespace
 
 MachineFolder::MachineFolder(fs::path folder) : folder_(std::move(folder)) {}
 
@@ -73,24 +83,29 @@ void MachineFolder::SetAttributes(const std::string& path, const std::string& le
 }
 
 Keys MachineFolder::ReadRegistry() const {
-    // The platform writes changes behind the file and folds them into it when a process
-    // ends; a killed one leaves them there.
-    hosted::RegistryTree tree;
-    std::optional<hosted::RegistryDamage> damage =
-        hosted::ReadRegistryText(ReadBytes(folder_ / "registry.reg"), "", tree);
-    if (!damage && fs::exists(folder_ / "registry.log")) {
-        damage = hosted::ReadRegistryChanges(ReadBytes(folder_ / "registry.log"), "", 1, tree);
+    if (Entered() == folder_) {
+        hosted::SaveRegistry();
     }
-    if (damage) {
-        throw std::runtime_error("registry, line " + std::to_string(damage->line) + ": " +
-                                 damage->what);
-    }
-    return ParseRegistry(hosted::RegistryText(tree));
+    return regtext::Parse(ReadBytes(folder_ / "registry.reg"));
 }
 
 void MachineFolder::WriteRegistry(const Keys& keys) const {
-    WriteBytes(folder_ / "registry.reg", FormatRegistry(keys));
-    fs::remove(folder_ / "registry.log");
+    WriteBytes(folder_ / "registry.reg", regtext::Format(keys));
+    if (Entered() == folder_) {
+        hosted::Machine::Current().registry.reset();  // to be read again
+    }
+}
+
+void MachineFolder::Enter() const {
+    hosted::Machine::Use(folder_);
+    Entered() = folder_;
+}
+
+void MachineFolder::Leave() const {
+    if (Entered() == folder_) {
+        hosted::Machine::Leave();
+        Entered().clear();
+    }
 }
 
 void MachineFolder::ChangeSetting(const std::string& section, const std::string& left,

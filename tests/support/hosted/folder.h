@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <string>
 
-#include "tests/support/registry_text.h"
 #include "tests/support/state.h"
 
 namespace support {
@@ -30,6 +29,10 @@ class MachineFolder {
     // it is not empty, in its place.
     void ChangeSetting(const std::string& section, const std::string& left,
                        const std::string& line) const;
+    // Makes this the machine of the process, or no longer: what it changes in the registry is
+    // seen here, and the other way round.
+    void Enter() const;
+    void Leave() const;
     // Every file of every drive and every registry key.
     [[nodiscard]] State Look() const;
 

@@ -3,18 +3,22 @@
 // process, so "no child left" means that the machine is idle.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
+#include <array>
 #include <csignal>
 #include <fstream>
+#include <set>
 #include <sstream>
-#include <thread>
 
+#include "platform/hosted/descriptor.h"
 #include "platform/hosted/machine.h"
 #include "tests/support/hosted/folder.h"
 #include "tests/support/machine.h"
@@ -24,8 +28,10 @@
 namespace support {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-constexpr auto kTimeLimit = std::chrono::seconds(90);
+using hosted::Descriptor;
+
+// No test waits for time to pass: this ends only what would never end.
+constexpr int kTimeLimit = 300'000;  // milliseconds
 
 fs::path FreshFolder() {
     std::string name = (fs::temp_directory_path() / "uninstall-test-XXXXXX").string();
@@ -35,61 +41,71 @@ fs::path FreshFolder() {
     return name;
 }
 
-// The children of this process, by id.
+// The processes that hold files, of all machines of this process: nobody waits for them.
+std::set<pid_t>& Holders() {
+    static std::set<pid_t> holders;
+    return holders;
+}
+
+// The children of this process but for those, by id.
 std::vector<pid_t> Children() {
     const std::string self = std::to_string(getpid());
     std::ifstream list("/proc/" + self + "/task/" + self + "/children");
     std::vector<pid_t> children;
     for (pid_t child = 0; list >> child;) {
-        children.push_back(child);
+        if (!Holders().contains(child)) {
+            children.push_back(child);
+        }
     }
     return children;
 }
 
-// Waits until no child is left and returns the exit status of one of them, -1 when the
-// time was over: then the children, and theirs in turn, have been killed.
+bool IsReadable(int descriptor) {
+    pollfd wait{descriptor, POLLIN, 0};
+    return poll(&wait, 1, kTimeLimit) > 0;
+}
+
+// Waits until a child has ended and returns its exit status, -1 for one that had to be killed.
+int WaitFor(pid_t child) {
+    const Descriptor ending(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    const bool ends = IsReadable(ending.Get());
+    if (!ends) {
+        kill(child, SIGKILL);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return !ends ? -1 : WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Waits until no child is left and returns the exit status of the program, -1 when one had
+// to be killed. The children of one that has ended are there before its end is seen.
 int WaitForAll(pid_t program) {
-    const Clock::time_point start = Clock::now();
-    bool inTime = true;
     int result = -1;
+    bool allEnded = true;
     for (;;) {
-        int status = 0;
-        const pid_t ended = waitpid(-1, &status, WNOHANG);
-        if (ended < 0 && errno == ECHILD) {
-            return inTime ? result : -1;
+        const std::vector<pid_t> children = Children();
+        if (children.empty()) {
+            return allEnded ? result : -1;
         }
-        if (ended == program) {
-            result = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        if (ended == 0) {
-            if (Clock::now() - start > kTimeLimit) {
-                inTime = false;
-                for (const pid_t child : Children()) {
-                    kill(child, SIGKILL);
-                }
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        const int status = WaitFor(children.front());
+        allEnded = allEnded && status != -1;
+        if (children.front() == program) {
+            result = status;
         }
     }
 }
 
-// Puts a file in the place of a standard stream.
-bool Redirect(int stream, const fs::path& file, int flags) {
-    const int opened = open(file.c_str(), flags | O_CREAT, 0666);
-    return opened >= 0 && dup2(opened, stream) >= 0;
-}
-
-pid_t StartProcess(const fs::path& program, std::vector<std::string> arguments,
-                   const fs::path& errors) {
+// Starts a program with these descriptors as its standard streams.
+pid_t StartProcess(const fs::path& program, std::vector<std::string> arguments, int input,
+                   int output, int errors) {
     arguments.insert(arguments.begin(), program.string());
     std::vector<char*> pointers(arguments.size() + 1);
     std::transform(arguments.begin(), arguments.end(), pointers.begin(),
                    [](std::string& word) { return word.data(); });
     const pid_t child = fork();
     if (child == 0) {
-        if (Redirect(STDIN_FILENO, "/dev/null", O_RDONLY) &&
-            Redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) &&
-            Redirect(STDERR_FILENO, errors, O_WRONLY | O_APPEND)) {
+        if (dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
+            dup2(errors, STDERR_FILENO) >= 0) {
             execv(pointers[0], pointers.data());
         }
         _exit(127);
@@ -121,6 +137,8 @@ struct Machine::Host {
     MachineFolder folder{FreshFolder()};
     State before;
     pid_t process = 0;
+    pid_t holder = 0;  // of a file
+    Descriptor hold;   // it ends when this is closed
 };
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
@@ -129,6 +147,8 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 }
 
 Machine::~Machine() {
+    LetGo();
+    host_->folder.Leave();
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
     fs::remove_all(host_->folder.Folder(), ignored);
 }
@@ -163,23 +183,21 @@ Machine& Machine::Attributes(const std::string& path, const std::string& attribu
 
 Machine& Machine::Key(const std::string& key) {
     Keys keys = host_->folder.ReadRegistry();
-    keys[key];
+    regtext::AddKey(keys, key);
     host_->folder.WriteRegistry(keys);
     return *this;
 }
 
 Machine& Machine::RemoveKey(const std::string& key) {
     Keys keys = host_->folder.ReadRegistry();
-    std::erase_if(keys, [&key](const auto& entry) {
-        return entry.first == key || entry.first.starts_with(key + "\\");
-    });
+    regtext::RemoveTree(keys, key);
     host_->folder.WriteRegistry(keys);
     return *this;
 }
 
 Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
     Keys keys = host_->folder.ReadRegistry();
-    keys[key][name] = value;
+    regtext::AddKey(keys, key)[name] = value;
     host_->folder.WriteRegistry(keys);
     return *this;
 }
@@ -207,7 +225,7 @@ Machine& Machine::Link(const std::string& path, const std::string& target) {
 }
 
 void Machine::Enter() {
-    hosted::Machine::Use(host_->folder.Folder());
+    host_->folder.Enter();
 }
 
 void Machine::Answer(const std::vector<std::string>& answers) {
@@ -237,16 +255,30 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     if (!arguments.empty()) {
         words.push_back(arguments);
     }
-    host_->process =
-        StartProcess(host_->folder.Host(program), words, host_->folder.Folder() / "errors.txt");
+    const Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
+    const Descriptor errors(open((host_->folder.Folder() / "errors.txt").c_str(),
+                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
+    host_->process = StartProcess(host_->folder.Host(program), words, nothing.Get(), nothing.Get(),
+                                  errors.Get());
 }
 
-void Machine::WaitUntilShown(const std::string& part) {
-    const Clock::time_point start = Clock::now();
-    while (ReadIfThere(host_->folder.Folder() / "transcript.txt").find(part) == std::string::npos) {
-        ASSERT_LT(Clock::now() - start, kTimeLimit) << part << " is never shown";
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+Machine& Machine::StopAt(const std::string& call) {
+    for (const char* pipe : {"stopped", "go"}) {
+        mkfifo((host_->folder.Folder() / pipe).c_str(), 0666);
     }
+    return Setting("faults", call + "=stop");
+}
+
+void Machine::WaitUntilStopped() {
+    const fs::path pipe = host_->folder.Folder() / "stopped";
+    const Descriptor stopped(open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    ASSERT_TRUE(IsReadable(stopped.Get())) << "nothing stops";
+    std::array<char, 1000> line{};
+    ASSERT_GT(read(stopped.Get(), line.data(), line.size()), 0);
+}
+
+void Machine::GoOn() {
+    std::ofstream(host_->folder.Folder() / "go") << "go\n";
 }
 
 Outcome Machine::Finish() {
@@ -266,20 +298,27 @@ Outcome Machine::Finish() {
     return outcome;
 }
 
-void Machine::HoldOpen(const std::string& path, unsigned milliseconds) {
-    const fs::path ready = host_->folder.Folder() / "held";
-    fs::remove(ready);
-    StartProcess(TESTS_HOLD_OPEN,
-                 {host_->folder.Folder().string(), path, std::to_string(milliseconds)}, ready);
-    const Clock::time_point start = Clock::now();
-    while (ReadIfThere(ready).empty() && Clock::now() - start < kTimeLimit) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    EXPECT_EQ(ReadIfThere(ready), "open\n") << path;
+void Machine::HoldOpen(const std::string& path) {
+    LetGo();
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+    host_->hold = Descriptor(ends[0]);
+    Descriptor theirs(ends[1]);
+    host_->holder = StartProcess(TESTS_HOLD_OPEN, {host_->folder.Folder().string(), path},
+                                 theirs.Get(), theirs.Get(), STDERR_FILENO);
+    Holders().insert(host_->holder);
+    theirs.Close();
+    std::array<char, 20> answer{};
+    ASSERT_GT(read(host_->hold.Get(), answer.data(), answer.size() - 1), 0);
+    EXPECT_STREQ(answer.data(), "open\n") << path;
 }
 
-void Machine::WaitUntilClosed() {
-    WaitForAll(0);
+void Machine::LetGo() {
+    host_->hold = Descriptor();
+    if (host_->holder != 0) {
+        Holders().erase(host_->holder);
+        WaitFor(std::exchange(host_->holder, 0));
+    }
 }
 
 std::string Machine::HostFolder() const {
@@ -298,11 +337,14 @@ std::string Machine::Clipboard() const {
     return ReadIfThere(host_->folder.Folder() / "clipboard.txt");
 }
 
-unsigned Machine::Calls(const std::string& function) const {
+unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
     std::istringstream lines(ReadIfThere(host_->folder.Folder() / "calls.txt"));
     unsigned count = 0;
     for (std::string line; std::getline(lines, line);) {
-        count += line.find(" " + function + " ") != std::string::npos ? 1 : 0;
+        count += line.find("\t" + function + "\t") != std::string::npos &&
+                         line.ends_with("\t" + argument)
+                     ? 1
+                     : 0;
     }
     return count;
 }

@@ -66,27 +66,6 @@ std::set<std::string> Sections(const std::string& text) {
     return sections;
 }
 
-struct Held {
-    handles::File file;
-    DWORD milliseconds;
-};
-
-DWORD WINAPI CloseLater(LPVOID held) {
-    const std::unique_ptr<Held> owner(static_cast<Held*>(held));
-    Sleep(owner->milliseconds);
-    return 0;
-}
-
-// Opens a file, shared for reading only, and gives the thread that closes it after that time.
-handles::Process HoldInThread(const std::string& path, DWORD milliseconds) {
-    auto held = std::make_unique<Held>();
-    held->file = handles::File(CreateFileA(FromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
-                                           nullptr, OPEN_EXISTING, 0, nullptr));
-    held->milliseconds = milliseconds;
-    EXPECT_TRUE(static_cast<bool>(held->file)) << path;
-    return handles::Process(CreateThread(nullptr, 0, &CloseLater, held.release(), 0, nullptr));
-}
-
 }  // namespace
 
 std::string AnsiToUtf8(std::string_view ansi) {
@@ -138,7 +117,7 @@ struct Machine::Host {
     std::set<std::string> sections;  // keys to take away afterwards
     std::set<std::string> paths;
     handles::Process process;
-    handles::Process holder;
+    handles::File held;  // another process is not needed: sharing is kept between handles
 
     // A path that a test makes: its top folder is the test's, but never the system's own.
     void Remember(const std::string& path) {
@@ -170,10 +149,11 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
     host_->Clear();
     UseTemp(kTempFolder);
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
-        SetRealValue(kExplorer + folders, "Common Programs",
-                     FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+        SetRealValue(
+            kExplorer + folders, "Common Programs",
+            regtext::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
     }
-    for (const auto& [key, values] : ParseRegistry(registry)) {
+    for (const auto& [key, values] : regtext::Parse(registry)) {
         MakeKey(key);
         for (const auto& [name, value] : values) {
             SetRealValue(key, name, value);
@@ -194,7 +174,7 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 }
 
 Machine::~Machine() {
-    WaitUntilClosed();
+    LetGo();
     SetCurrentDirectoryA("C:\\windows");
     host_->Clear();
 }
@@ -295,16 +275,17 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     CloseHandle(process.hThread);
 }
 
-void Machine::WaitUntilShown(const std::string& part) {
-    for (DWORD start = GetTickCount();; Sleep(5)) {
-        for (const std::string& line : Shown()) {
-            if (line.find(part) != std::string::npos) {
-                return;
-            }
-        }
-        ASSERT_LT(GetTickCount() - start, kTimeLimit) << part << " is never shown";
+Machine& Machine::StopAt(const std::string&) {
+    return *this;
+}
+
+void Machine::WaitUntilStopped() {
+    for (const DWORD start = GetTickCount(); Shown().empty(); Sleep(5)) {
+        ASSERT_LT(GetTickCount() - start, kTimeLimit) << "nothing is shown";
     }
 }
+
+void Machine::GoOn() {}
 
 Outcome Machine::Finish() {
     Outcome outcome;
@@ -323,15 +304,14 @@ Outcome Machine::Finish() {
     return outcome;
 }
 
-void Machine::HoldOpen(const std::string& path, unsigned milliseconds) {
-    // Another process is not needed here: sharing is kept between handles.
-    host_->holder = HoldInThread(path, milliseconds);
+void Machine::HoldOpen(const std::string& path) {
+    host_->held = handles::File(CreateFileA(FromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                            nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(static_cast<bool>(host_->held)) << path;
 }
 
-void Machine::WaitUntilClosed() {
-    if (host_->holder) {
-        WaitForSingleObject(host_->holder.Get(), kTimeLimit);
-    }
+void Machine::LetGo() {
+    host_->held.Close();
 }
 
 std::string Machine::HostFolder() const {
@@ -365,7 +345,7 @@ std::string Machine::Clipboard() const {
     return result;
 }
 
-unsigned Machine::Calls(const std::string&) const {
+unsigned Machine::Calls(const std::string&, const std::string&) const {
     return 0;
 }
 

@@ -74,8 +74,8 @@ struct Extent {
     }
 };
 
-Values ReadValues(HKEY key, const Extent& extent) {
-    Values values;
+regtext::Values ReadValues(HKEY key, const Extent& extent) {
+    regtext::Values values;
     std::string name(extent.longestName * 2 + 2, '\0');
     std::string data(extent.longestData + 2, '\0');
     for (DWORD i = 0; i < extent.values; ++i) {
@@ -84,9 +84,8 @@ Values ReadValues(HKEY key, const Extent& extent) {
         DWORD type = 0;
         if (RegEnumValueA(key, i, name.data(), &nameSize, nullptr, &type,
                           reinterpret_cast<BYTE*>(data.data()), &dataSize) == ERROR_SUCCESS) {
-            const std::string bytes = data.substr(0, dataSize);
             values[ToUtf8(name.substr(0, nameSize))] =
-                FormatValue({type, type == REG_SZ ? ToUtf8(bytes) : bytes});
+                regtext::FormatValue({type, data.substr(0, dataSize)}, ToUtf8);
         }
     }
     return values;
@@ -98,7 +97,8 @@ bool IsLeftOut(const std::string& fullName) {
                        [&](const char* one) { return lstrcmpiA(fullName.c_str(), one) == 0; });
 }
 
-void ReadTree(HKEY root, const std::string& path, const std::string& fullName, Keys& keys) {
+void ReadTree(HKEY root, const std::string& path, const std::string& fullName,
+              regtext::Keys& keys) {
     handles::Key key;
     if (IsLeftOut(fullName) ||
         RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
@@ -117,8 +117,8 @@ void ReadTree(HKEY root, const std::string& path, const std::string& fullName, K
 
 }  // namespace
 
-Keys ReadRealRegistry() {
-    Keys keys;
+regtext::Keys ReadRealRegistry() {
+    regtext::Keys keys;
     ReadTree(HKEY_LOCAL_MACHINE, "Software", "HKEY_LOCAL_MACHINE\\Software", keys);
     ReadTree(HKEY_USERS, "", "HKEY_USERS", keys);
     return keys;
@@ -149,10 +149,7 @@ void DeleteKeyTree(const std::string& key) {
 
 void SetRealValue(const std::string& key, const std::string& name, const std::string& value) {
     MakeKey(key);
-    TypedValue typed = ParseValue(value);
-    if (typed.type == REG_SZ) {
-        typed.data = FromUtf8(typed.data);
-    }
+    const regtext::TypedValue typed = regtext::ParseValue(value, FromUtf8);
     const handles::Key handle = Open(key, KEY_SET_VALUE);
     RegSetValueExA(handle.Get(), FromUtf8(name).c_str(), 0, typed.type,
                    reinterpret_cast<const BYTE*>(typed.data.data()),

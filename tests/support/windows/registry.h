@@ -4,13 +4,13 @@
 
 #include <string>
 
-#include "tests/support/registry_text.h"
+#include "platform/hosted/registry/text.h"
 
 namespace support {
 
 // All that the tests compare: the machine's software and every user's. Left out are a few
 // large branches of the system that neither the product nor any test has keys in.
-Keys ReadRealRegistry();
+regtext::Keys ReadRealRegistry();
 void MakeKey(const std::string& key);
 void DeleteKeyTree(const std::string& key);
 void SetRealValue(const std::string& key, const std::string& name, const std::string& value);

@@ -1,0 +1,141 @@
+// Deleting and copying files.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/hosted/files/files.h"
+
+namespace hosted {
+namespace {
+
+constexpr std::size_t kLongestPath = MAX_PATH - 1;
+constexpr DWORD kInvalidLevel = 124;  // for a relative path
+constexpr DWORD kRootFolder = 0x74;   // "the source is a root folder"
+
+// Deletes a file, a link (never what it points to) or an empty folder, unless somebody
+// stands against it. Result: a Win32 code.
+DWORD DeleteItem(const fs::path& host) {
+    const Descriptor item(open(host.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    if (item && flock(item.Get(), LOCK_EX | LOCK_NB) != 0) {
+        return fs::is_directory(host) ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED;
+    }
+    if (item && IsHeld(item)) {
+        return ERROR_SHARING_VIOLATION;
+    }
+    if (std::remove(host.c_str()) != 0) {
+        return CodeOfErrno(errno);
+    }
+    KeepAttributes(host, 0);
+    return ERROR_SUCCESS;
+}
+
+DWORD DeletePlace(const Place& place, bool folder) {
+    if (!place.Exists()) {
+        return place.code;
+    }
+    if (folder && !place.IsFolder()) {
+        return ERROR_DIRECTORY;
+    }
+    const bool isReadOnly = (KeptAttributes(place.host) & FILE_ATTRIBUTE_READONLY) != 0;
+    if (isReadOnly || place.IsRoot() || place.IsFolder() != folder) {
+        return ERROR_ACCESS_DENIED;
+    }
+    return DeleteItem(place.host);
+}
+
+// Content, permissions (a copy of a program can be started) and attributes.
+DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
+    Descriptor source;
+    Descriptor target;
+    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    DWORD code = OpenAs(from, {GENERIC_READ, kShare, OPEN_EXISTING, 0}, source);
+    const fs::path host = LocateTarget(from).host;
+    if (code == ERROR_SUCCESS) {
+        const DWORD disposition = failIfExists ? CREATE_NEW : CREATE_ALWAYS;
+        code = OpenAs(to, {GENERIC_WRITE, 0, disposition, KeptAttributes(host)}, target);
+    }
+    if (code != ERROR_SUCCESS && code != ERROR_ALREADY_EXISTS) {
+        return code;
+    }
+    std::error_code error;
+    fs::copy_file(host, LocateTarget(to).host, fs::copy_options::overwrite_existing, error);
+    return CodeOfErrno(error.value());
+}
+
+// Removes an item with all that is in it. What cannot be removed stays, with the folders
+// around it; everything else goes. Links are removed, never followed. length: of its path
+// on the machine, which no function of the system takes beyond its limit; so the depth is
+// bounded as well. Result: the code of the first failure.
+DWORD DeleteTree(const fs::path& host, std::size_t length) {
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(host, error);
+    if (length > kLongestPath) {
+        return ERROR_FILENAME_EXCED_RANGE;
+    }
+    DWORD failure = ERROR_SUCCESS;
+    if (fs::is_directory(status)) {
+        for (const Entry& entry : List(host)) {
+            const DWORD code = DeleteTree(host / entry.stored, length + 1 + entry.name.size());
+            failure = failure == ERROR_SUCCESS ? code : failure;
+        }
+    }
+    if (failure == ERROR_SUCCESS) {
+        failure = DeleteItem(host);
+    }
+    return failure == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : failure;  // gone since the look
+}
+
+DWORD DeleteByShell(std::string_view path) {
+    const Place place = Locate(path);
+    if (path.size() < 3 || path[1] != ':') {
+        return kInvalidLevel;
+    }
+    if (!place.Exists() || place.IsRoot()) {
+        return place.Exists() ? kRootFolder : place.code;
+    }
+    return DeleteTree(place.host, place.path.size());
+}
+
+}  // namespace
+}  // namespace hosted
+
+// Refuses folders, read-only files and running programs (5) and files that somebody has
+// open without sharing deletion (32). Of a link only the link goes.
+BOOL WINAPI DeleteFileA(LPCSTR path) {
+    hosted::Call call("DeleteFileA", path, hosted::Call::Changes);
+    return call.Run([&] { return hosted::DeletePlace(hosted::Locate(path), false); });
+}
+
+// An empty folder (145 otherwise), or a link to one: of that only the link goes. Refuses
+// files (267), read-only folders (5) and anybody's current folder (32).
+BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
+    hosted::Call call("RemoveDirectoryA", path, hosted::Call::Changes);
+    return call.Run([&] { return hosted::DeletePlace(hosted::Locate(path), true); });
+}
+
+// An existing target is overwritten unless failIfExists (80) or it is read-only or hidden
+// (5), running or open (32).
+BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
+    hosted::Call call("CopyFileA", target, hosted::Call::Changes);
+    return call.Run([&] { return hosted::Copy(source, target, failIfExists != 0); });
+}
+
+// Only FO_DELETE, without questions: read-only items go as well. pFrom: full paths, each
+// with its NUL, one more NUL behind the last. Result: 0, or the code of the first item that
+// stays.
+int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
+    hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
+    DWORD failure = call.Code();
+    call.Run([&] {
+        for (LPCSTR path = operation->pFrom; *path != '\0'; path += std::strlen(path) + 1) {
+            const DWORD code = hosted::DeleteByShell(path);
+            failure = failure == ERROR_SUCCESS ? code : failure;
+        }
+        return failure;
+    });
+    return static_cast<int>(failure);
+}

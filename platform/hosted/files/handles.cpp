@@ -1,0 +1,196 @@
+// Handles, and the open files among them. Who has a file open and how is told by locks on
+// bytes of it, which mean nothing to its content: one for each right that somebody has, one
+// for each right that somebody denies all others. The kernel knows them by the opening, not
+// by the process, as the system does.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "platform/hosted/files/files.h"
+
+namespace hosted {
+namespace {
+
+constexpr std::array<std::pair<DWORD, DWORD>, 3> kRights{
+    {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_WRITE, FILE_SHARE_WRITE}, {0, FILE_SHARE_DELETE}}};
+constexpr off_t kDeletionDenied = 5;
+
+// Locks a byte, or asks whether another opening of the file has locked it.
+bool Lock(const Descriptor& file, int command, off_t byte) {
+    struct flock lock {};
+    lock.l_type = command == F_OFD_SETLK ? F_RDLCK : F_WRLCK;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return fcntl(file.Get(), command, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
+// False if somebody stands against it; closing the file takes back what it has claimed.
+bool Claim(const Descriptor& file, DWORD access, DWORD share) {
+    bool free = true;
+    off_t had = 0;
+    for (const auto& [right, sharing] : kRights) {
+        const off_t denied = had + 1;
+        if ((access & right) != 0) {
+            Lock(file, F_OFD_SETLK, had);
+            free = free && !Lock(file, F_OFD_GETLK, denied);
+        }
+        if ((share & sharing) == 0) {
+            Lock(file, F_OFD_SETLK, denied);
+            free = free && !Lock(file, F_OFD_GETLK, had);
+        }
+        had += 2;
+    }
+    return free;
+}
+
+DWORD CheckPlace(const Place& place, const Wish& wish) {
+    if (!place.Exists()) {
+        const bool creates = wish.disposition != OPEN_EXISTING;
+        return place.code == ERROR_FILE_NOT_FOUND && creates ? ERROR_SUCCESS : place.code;
+    }
+    if (wish.disposition == CREATE_NEW) {
+        return ERROR_FILE_EXISTS;
+    }
+    // A file is not replaced by one that would lose its being hidden or of the system.
+    const DWORD kept = KeptAttributes(place.host);
+    const DWORD guarded = wish.disposition == CREATE_ALWAYS ? kept & ~wish.attributes : 0;
+    const bool writes = (wish.access & GENERIC_WRITE) != 0;
+    const bool refused =
+        place.IsFolder() || guarded != 0 || (writes && (kept & FILE_ATTRIBUTE_READONLY) != 0);
+    return refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+}
+
+// Opens a file as a handle; INVALID_HANDLE_VALUE on failure.
+HANDLE Open(Call& call, const char* path, const Wish& wish) {
+    Handle handle;
+    handle.name = path;
+    DWORD replaced = 0;  // what success leaves as the last error code
+    const BOOL opened = call.Run([&] {
+        const DWORD code = OpenAs(path, wish, handle.file);
+        replaced = code == ERROR_ALREADY_EXISTS ? code : 0;
+        return code - replaced;
+    });
+    if (opened == FALSE) {
+        return INVALID_HANDLE_VALUE;
+    }
+    SetLastError(replaced);
+    return AddHandle(std::move(handle));
+}
+
+// It is closed even where a fault tells the program otherwise.
+BOOL Close(const char* function, HANDLE handle) {
+    Call call(function, HandleBehind(handle).name.c_str());
+    const bool known = Files().handles.erase(handle) != 0;
+    return call.Run([&] { return known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE; });
+}
+
+// What read or write has moved; a code.
+DWORD Moved(ssize_t size, LPDWORD moved) {
+    *moved = size > 0 ? static_cast<DWORD>(size) : 0;
+    return size < 0 ? CodeOfErrno(errno) : ERROR_SUCCESS;
+}
+
+}  // namespace
+
+FilesState& Files() {
+    std::shared_ptr<FilesState>& files = Machine::Current().files;
+    if (files == nullptr) {
+        files = std::make_shared<FilesState>();
+    }
+    return *files;
+}
+
+HANDLE AddHandle(Handle handle) {
+    // Never used twice, so that a handle used after it was closed is noticed; small, since
+    // OpenFile gives it as an int.
+    const auto value = reinterpret_cast<HANDLE>(Files().lastHandle += 4);
+    Files().handles.emplace(value, std::move(handle));
+    return value;
+}
+
+Handle& HandleBehind(HANDLE handle) {
+    static Handle none;
+    const auto found = Files().handles.find(handle);
+    return found == Files().handles.end() ? none : found->second;
+}
+
+DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file) {
+    const Place place = LocateTarget(path);
+    if (const DWORD code = CheckPlace(place, wish); code != ERROR_SUCCESS) {
+        return code;
+    }
+    const int create = place.Exists() ? 0 : O_CREAT | O_EXCL;
+    const int mode = (wish.access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
+    file = Descriptor(open(place.host.c_str(), O_CLOEXEC | mode | create, 0666));
+    if (!file) {
+        return CodeOfErrno(errno);
+    }
+    if (!Claim(file, wish.access, wish.share)) {
+        return ERROR_SHARING_VIOLATION;
+    }
+    const bool replaces = place.Exists() && wish.disposition == CREATE_ALWAYS;
+    if (replaces && ftruncate(file.Get(), 0) != 0) {
+        return CodeOfErrno(errno);
+    }
+    if (replaces || !place.Exists()) {
+        KeepAttributes(place.host, wish.attributes);
+    }
+    return replaces ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
+}
+
+bool IsHeld(const Descriptor& file) {
+    return Lock(file, F_OFD_GETLK, kDeletionDenied);
+}
+
+}  // namespace hosted
+
+// Success with CREATE_ALWAYS on a file that was there leaves 183 as the last error code.
+// flags: attributes of a new file. Write-through needs nothing here: what is written is
+// seen by every process at once and outlives a kill.
+HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*security*/,
+                          DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
+    const bool opensOnly = disposition == OPEN_EXISTING && (access & GENERIC_WRITE) == 0;
+    hosted::Call call("CreateFileA", path, opensOnly ? hosted::Call::Looks : hosted::Call::Changes);
+    return hosted::Open(call, path, {access, share, disposition, flags & hosted::kKeptAttributes});
+}
+
+// Only OF_WRITE, in the compatibility sharing mode, which shares reading and writing.
+HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
+    hosted::Call call("OpenFile", path);
+    if (std::strlen(path) >= OFS_MAXPATHNAME) {
+        call.Fail(ERROR_FILENAME_EXCED_RANGE);  // the record has no room for more
+        return HFILE_ERROR;
+    }
+    constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    const HANDLE handle = hosted::Open(call, path, {GENERIC_WRITE, kShare, OPEN_EXISTING, 0});
+    return static_cast<HFILE>(reinterpret_cast<std::intptr_t>(handle));
+}
+
+// "less": half of what is asked for.
+BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* /*overlapped*/) {
+    const hosted::Handle& handle = hosted::HandleBehind(file);
+    hosted::Call call("ReadFile", handle.name.c_str());
+    count = call.Less() && count > 1 ? count / 2 : count;
+    return call.Run([&] { return hosted::Moved(::read(handle.file.Get(), buffer, count), read); });
+}
+
+// "less": all but a byte.
+BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
+                      void* /*overlapped*/) {
+    const hosted::Handle& handle = hosted::HandleBehind(file);
+    hosted::Call call("WriteFile", handle.name.c_str(), hosted::Call::Changes);
+    count -= call.Less() && count > 0 ? 1 : 0;
+    return call.Run(
+        [&] { return hosted::Moved(::write(handle.file.Get(), data, count), written); });
+}
+
+BOOL WINAPI CloseHandle(HANDLE handle) {
+    return hosted::Close("CloseHandle", handle);
+}
+
+BOOL WINAPI FindClose(HANDLE handle) {
+    return hosted::Close("FindClose", handle);
+}

@@ -1,0 +1,87 @@
+// What a process asks about itself, its memory and its end.
+#include "platform/hosted/process/process.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "platform/hosted/files/files.h"
+#include "platform/hosted/registry/registry.h"
+
+namespace hosted {
+
+ProcessState& Process() {
+    std::shared_ptr<ProcessState>& process = Machine::Current().process;
+    if (process == nullptr) {
+        process = std::make_shared<ProcessState>();
+    }
+    return *process;
+}
+
+void SetArguments(std::string_view arguments) {
+    std::string& line = Process().commandLine;
+    line = '"' + Machine::Current().ModulePath() + '"';
+    line.append(arguments.empty() ? "" : " ").append(arguments);
+}
+
+void EnterProcess() {
+    Process().program = Occupy("/proc/self/exe");
+    SetCurrentFolder(CurrentFolder());
+}
+
+}  // namespace hosted
+
+HANDLE WINAPI GetCurrentProcess() {
+    return INVALID_HANDLE_VALUE;
+}
+
+// Of this process only: ends it at once, with nothing of the program's running any more. The
+// registry is written, as Windows keeps what it was told.
+BOOL WINAPI TerminateProcess(HANDLE /*process*/, UINT code) {
+    { const hosted::Call call("TerminateProcess"); }
+    hosted::SaveRegistry();
+    _exit(static_cast<int>(code));
+}
+
+HANDLE WINAPI GetProcessHeap() {
+    return reinterpret_cast<HANDLE>(std::intptr_t{1});
+}
+
+// The program's own memory only: what this layer needs for itself is no call of the program.
+LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
+    if (!hosted::InProgram()) {
+        return std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc): the heap is libc's
+    }
+    const hosted::Call call("HeapAlloc");
+    return call.Refused() ? nullptr : std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
+}
+
+BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
+    std::free(memory);  // NOLINT(cppcoreguidelines-no-malloc)
+    return TRUE;
+}
+
+// The quoted path of the program, a blank, and the arguments as they were given; the
+// blank only where there are some.
+LPSTR WINAPI GetCommandLineA() {
+    const hosted::Call call("GetCommandLineA");
+    return hosted::Process().commandLine.data();
+}
+
+// Too small a buffer: its size, with 122. The program's has room for every path there is.
+DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
+    hosted::Call call("GetModuleFileNameA");
+    const std::string& path = hosted::Machine::Current().ModulePath();
+    const bool fits = path.size() < size;
+    if (call.Run([&] { return fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER; }) == FALSE) {
+        return call.Refused() ? 0 : size;
+    }
+    buffer[path.copy(buffer, size)] = '\0';
+    return static_cast<DWORD>(path.size());
+}
+
+// The interpreter here is this layer's own and reads no variable.
+BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR /*value*/) {
+    const hosted::Call call("SetEnvironmentVariableA", name);
+    return call.Refused() ? FALSE : TRUE;
+}

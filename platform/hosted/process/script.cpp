@@ -1,0 +1,147 @@
+// The command interpreter: as much of it as a script with "del" and "start /wait" needs.
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <fstream>
+#include <iomanip>
+#include <sstream>
+
+#include "platform/hosted/files/files.h"
+#include "platform/hosted/process/process.h"
+
+namespace hosted {
+namespace {
+
+constexpr DWORD kBadProgram = 193;  // ERROR_BAD_EXE_FORMAT
+
+// "%%" is a percent sign, "%name%" a variable, of which there is none here; a percent sign
+// that begins neither disappears.
+std::string Expand(const std::string& line) {
+    std::string text;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const std::size_t end = line[i] == '%' ? line.find('%', i + 1) : i;
+        text += line[i] != '%' ? line.substr(i, 1) : end == i + 1 ? "%" : "";
+        i = end == std::string::npos ? i : end;
+    }
+    return text;
+}
+
+std::string NextLine(std::istream& script) {
+    std::string line;
+    std::getline(script, line);
+    if (line.ends_with('\r')) {
+        line.pop_back();
+    }
+    return Expand(FromDos(line));
+}
+
+// Takes a line apart at "&" and resolves "^", which at the end of a line joins the next.
+std::vector<std::string> Split(std::istream& script) {
+    std::string line = NextLine(script);
+    std::vector<std::string> texts(1);
+    bool quoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        quoted = quoted != (line[i] == '"');
+        if (!quoted && line[i] == '&') {
+            texts.emplace_back();
+            continue;
+        }
+        if (!quoted && line[i] == '^' && ++i == line.size()) {
+            line += NextLine(script);
+        }
+        texts.back() += line.substr(i, 1);
+    }
+    return texts;
+}
+
+ScriptCommand CommandOf(const std::string& text) {
+    using Kind = ScriptCommand::Kind;
+    std::istringstream words(text);
+    std::string verb;
+    std::string option;
+    ScriptCommand command;
+    words >> verb;
+    if (EqualIgnoringCase(verb, "del") && words >> std::quoted(command.item, '"', '\0')) {
+        command.kind = Kind::Delete;
+    } else if (EqualIgnoringCase(verb, "start") && words >> option >> command.item &&
+               EqualIgnoringCase(option, "/wait")) {
+        std::getline(words >> std::ws, command.arguments);
+        command.kind = Kind::StartAndWait;
+    } else {
+        command.item = text;
+    }
+    return command;
+}
+
+// Hidden and system files are nothing that the command finds.
+DWORD Delete(const std::string& path) {
+    const Place place = Locate(path);
+    constexpr DWORD kPassedOver =
+        FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DIRECTORY;
+    if (!place.Exists() || (AttributesOf(place) & kPassedOver) != 0) {
+        return ERROR_SUCCESS;
+    }
+    return DeleteFileA(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
+}
+
+DWORD StartAndWait(const ScriptCommand& command) {
+    Call call("CreateProcessA", ToUtf8(command.item), Call::Changes);
+    const Place place = LocateTarget(command.item);
+    if (call.Refused() || !place.Exists()) {
+        return call.Refused() ? call.Code() : place.code;
+    }
+    std::string program = place.host;
+    std::string arguments = ToUtf8(command.arguments);
+    const std::array<char*, 3> words{program.data(), arguments.empty() ? nullptr : arguments.data(),
+                                     nullptr};
+    pid_t process = 0;
+    if (posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ) != 0) {
+        return kBadProgram;
+    }
+    waitpid(process, nullptr, 0);
+    return ERROR_SUCCESS;
+}
+
+void Run(const ScriptCommand& command) {
+    const bool deletes = command.kind == ScriptCommand::Kind::Delete;
+    if (command.kind == ScriptCommand::Kind::Unknown) {
+        Machine::Current().AppendLine("log.txt", "unknown command: " + ToUtf8(command.item));
+        return;
+    }
+    const DWORD code = deletes ? Delete(command.item) : StartAndWait(command);
+    if (code != ERROR_SUCCESS) {
+        std::ostringstream line;
+        line << (deletes ? "del \"" : "start \"") << ToUtf8(command.item) << "\": error " << code;
+        Machine::Current().AppendLine("log.txt", line.str());
+    }
+}
+
+}  // namespace
+
+std::vector<ScriptCommand> ReadScriptLine(std::istream& script) {
+    std::vector<ScriptCommand> commands;
+    for (const std::string& text : Split(script)) {
+        if (text.find_first_not_of(" \t") != std::string::npos) {
+            commands.push_back(CommandOf(text));
+        }
+    }
+    return commands;
+}
+
+void RunScript(std::string_view path) {
+    std::streamoff offset = 0;
+    while (offset >= 0) {
+        const std::optional<fs::path> host = HostPath(path);
+        std::ifstream script(host.value_or(""), std::ios::binary);
+        script.seekg(offset);
+        const std::vector<ScriptCommand> commands = ReadScriptLine(script);
+        offset = script.eof() ? -1 : std::streamoff{script.tellg()};
+        for (const ScriptCommand& command : commands) {
+            Run(command);
+        }
+    }
+}
+
+}  // namespace hosted

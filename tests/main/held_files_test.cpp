@@ -1,0 +1,159 @@
+// The script and the copy while nobody but the program may change them: from writing to
+// starting in the first run, from the start to the end in the copy.
+#include <functional>
+
+#include "platform/win32.h"
+#include "tests/support/flow.h"
+
+namespace support {
+namespace {
+
+const std::string kScript = kTempFolder + "\\UnInstall.bat";
+const std::string kCopy = kTempFolder + "\\UnInstall.exe";
+const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
+const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
+                   Success()};
+
+DWORD CodeOfOpening(const std::string& path, DWORD access) {
+    HANDLE file =
+        CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE) {
+        return GetLastError();
+    }
+    CloseHandle(file);
+    return ERROR_SUCCESS;
+}
+
+// The file can be read, and neither written nor deleted nor replaced.
+void ExpectHeld(Machine& machine, const std::string& path) {
+    machine.Enter();
+    const State before = machine.Look();
+    const DWORD held = ERROR_SHARING_VIOLATION;
+    EXPECT_EQ(CodeOfOpening(path, GENERIC_READ), DWORD{ERROR_SUCCESS}) << path;
+    EXPECT_EQ(CodeOfOpening(path, GENERIC_WRITE), held) << path;
+    EXPECT_EQ(DeleteFileA(path.c_str()), FALSE);
+    EXPECT_EQ(GetLastError(), held) << path;
+    EXPECT_EQ(CopyFileA((kTempFolder + "\\~DF3A1.tmp").c_str(), path.c_str(), FALSE), FALSE);
+    EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
+}
+
+// A run that stops at a call, where something happens to the machine.
+Outcome RunFirstWith(Machine& machine, const std::string& call,
+                     const std::function<void(Machine&)>& meanwhile, const Lines& answers = {}) {
+    machine.StopAt(call).Begin(answers);
+    machine.Start(kOwnFile, "");
+    machine.WaitUntilStopped();
+    meanwhile(machine);
+    machine.GoOn();
+    return machine.Finish();
+}
+
+TEST(HeldFiles, StayUntilTheScriptIsToStart) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    const Outcome outcome = RunFirstWith(machine, "first CloseHandle 1 " + kCopy, [](Machine& at) {
+        ExpectHeld(at, kScript);
+        ExpectHeld(at, kCopy);
+    });
+    ExpectOutcome(outcome, kShown, CompleteRemoval());
+}
+
+// Lines 3 and 4 run as they were written.
+TEST(HeldFiles, TheScriptStaysWhileItsCopyRuns) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    const Outcome outcome =
+        RunFirstWith(machine, "copy MessageBoxA 1 *", [](Machine& at) { ExpectHeld(at, kScript); });
+    ExpectOutcome(outcome, kShown, CompleteRemoval());
+}
+
+// As above, for every host, with a script that nobody runs.
+TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
+    for (const std::string& arguments : Lines{CopyArguments(), "/u=C:\\fehlt"}) {
+        Machine machine;
+        machine.Program(kCopy).File(kScript, "del x").StopAt("copy MessageBoxA 1 *").Begin({});
+        machine.Start(kCopy, arguments);
+        machine.WaitUntilStopped();
+        ExpectHeld(machine, kScript);
+        machine.GoOn();
+        machine.Finish();
+        EXPECT_EQ(machine.Content(kScript), "del x");
+        EXPECT_EQ(CodeOfOpening(kScript, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
+    }
+}
+
+TEST(HeldFiles, AreRefusedWhenSomebodyHasChangedThem) {
+    NEEDS_SETTINGS();
+    // The second opening is the one that holds; the copy is created without any.
+    const std::pair<std::string, std::string> cases[] = {
+        {"first CreateFileA 2 " + kScript, kScript}, {"first CreateFileA 1 " + kCopy, kCopy}};
+    for (const auto& [call, path] : cases) {
+        for (const std::string& other : Lines{"del \"C:\\*.*\"", ""}) {
+            SCOPED_TRACE(path + ": " + other);
+            Machine machine;
+            const Outcome outcome = RunFirstWith(
+                machine, call, [&](Machine& at) { at.File(path, other); }, {"yes", "no"});
+            ExpectOutcome(outcome,
+                          {Confirmation(),
+                           Fatal(FatalMessage("Fehler beim Zugriff auf Pfad/Datei: \"" + path +
+                                                  "\"\\n\\t\\n\\tZugriff verweigert (Fehlercode 5)",
+                                              "1:2:75"),
+                                 "No")},
+                          {"+ file " + kCopy, "+ file " + kScript}, 1);
+        }
+    }
+}
+
+// A link that is put in their place meanwhile is never written through.
+TEST(HeldFiles, AreCreatedAnew) {
+    NEEDS_SETTINGS();
+    for (const std::string& call :
+         Lines{"first CreateFileA 1 " + kScript, "first CopyFileA 1 " + kCopy}) {
+        SCOPED_TRACE(call);
+        const std::string path = call.substr(call.find("C:"));
+        Machine machine;
+        machine.File("C:\\Brief.txt", "x");
+        const Outcome outcome =
+            RunFirstWith(machine, call, [&](Machine& at) { at.Link(path, "C:\\Brief.txt"); },
+                         {"yes", path == kCopy ? "abort" : "no"});
+        EXPECT_EQ(machine.Content("C:\\Brief.txt"), "x");
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(outcome.shown[1].find(path == kCopy ? "(Fehlercode 80)" : ":1:2:58"),
+                  std::string::npos)
+            << outcome.shown[1];
+    }
+}
+
+// A scanner may look at the new file for as long as it likes: it is a copy all the same. One
+// that has been taken away is none.
+TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
+    NEEDS_SETTINGS();
+    for (const std::string& refusal : Lines{"1 " + kCopy + "=32", "* " + kCopy + "=32",
+                                            "* " + kCopy + "=5", "* " + kOwnFile + "=32"}) {
+        SCOPED_TRACE(refusal);
+        Machine machine;
+        machine.Setting("faults", "first CreateFileA " + refusal);
+        ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    }
+    Machine gone;
+    gone.Setting("faults", "first CreateFileA 1 " + kCopy + "=gone");
+    const Outcome outcome = gone.RunFirst({"yes", "no"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(SameChanges({"+ file " + kScript}, outcome.difference));
+}
+
+// The copy of a read-only file is not read-only, and neither does an older one stay for that.
+TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
+    if (!Machine::KeepsReadOnly()) {
+        GTEST_SKIP() << "needs a system that keeps read-only files";
+    }
+    Machine machine;
+    machine.Attributes(kOwnFile, "R").File(kCopy, "older", "R");
+    Lines shown = kShown;
+    shown.back() = Problems({"Die Datei \"" + kOwnFile + "\" konnte nicht gelöscht werden."});
+    ExpectOutcome(machine.RunFirst({}), shown, With(CompleteRemoval(), {"- file " + kCopy}));
+}
+
+}  // namespace
+}  // namespace support
