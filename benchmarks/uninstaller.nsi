@@ -1,8 +1,8 @@
 ; The same core job as the exe's relaunched run, as a script-made uninstaller does it:
 ; the program folder, the program group, the product's keys, one claim less on the shared
 ; files, and the entry in the list of programs. It shows a progress window and asks and says
-; the same, or nothing at all if QUIET is defined. Uncompressed and without checksum:
-; nothing is to hold it up.
+; the same, with themed controls, or nothing at all if QUIET is defined. Uncompressed and
+; without checksum: nothing is to hold it up.
 Unicode true
 Name "Tessorin"
 OutFile "${OUTFILE}"
@@ -13,6 +13,7 @@ CRCCheck off
   SilentInstall silent
 !else
   Caption "UnInstaller"
+  XPStyle on
   Page instfiles
   ShowInstDetails nevershow
   AutoCloseWindow true
