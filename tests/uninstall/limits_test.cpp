@@ -3,10 +3,6 @@
 #include <fstream>
 #include <functional>
 
-#include "common/modRuntimeError.h"
-#include "main/modFile.h"
-#include "main/modMain.h"
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -190,86 +186,6 @@ TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
                   {Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
                    Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},
                   TheRest());
-}
-
-// ---- script and copy between writing and starting --------------------------------------
-
-class HandOverFile : public testing::Test {
- protected:
-    HandOverFile() { machine_.Enter(); }
-    static DWORD CodeOfOpening(const std::string& path, DWORD access) {
-        const handles::File file(CreateFileA(
-            path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        return file ? ERROR_SUCCESS : GetLastError();
-    }
-    // The number of the run-time error that a step raises, 0 for none.
-    template <typename Step>
-    static std::int32_t Raised(Step step) {
-        try {
-            step();
-        } catch (const RuntimeError& error) {
-            return error.number;
-        }
-        return 0;
-    }
-    static inline const std::string kPath = kTempFolder + "\\UnInstall.bat";
-    static constexpr std::int32_t kDenied = 75;
-    Machine machine_;
-};
-
-TEST_F(HandOverFile, CanBeReadButNotChangedWhileItIsHeld) {
-    WriteNewFile(kPath, "del x");
-    {
-        const handles::File held = HoldUnchanged(kPath, "del x");
-        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_READ), DWORD{ERROR_SUCCESS});
-        EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION});
-        EXPECT_EQ(DeleteFileA(kPath.c_str()), FALSE);
-        EXPECT_EQ(CopyFileA((kTempFolder + "\\~DF3A1.tmp").c_str(), kPath.c_str(), FALSE), FALSE);
-        EXPECT_EQ(machine_.Content(kPath), "del x");
-    }
-    EXPECT_EQ(CodeOfOpening(kPath, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
-}
-
-TEST_F(HandOverFile, IsRefusedWhenSomebodyHasChangedIt) {
-    WriteNewFile(kPath, "del x");
-    for (const std::string& other : Lines{"del y", "del ", "del x\r\ndel y", ""}) {
-        machine_.File(kPath, other);
-        EXPECT_EQ(Raised([] { HoldUnchanged(kPath, "del x"); }), kDenied) << other;
-    }
-    // Somebody who can still write could change it after the comparison.
-    machine_.File(kPath, "del x");
-    const handles::File writer(CreateFileA(kPath.c_str(), GENERIC_WRITE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    EXPECT_NE(Raised([] { HoldUnchanged(kPath, "del x"); }), 0);
-}
-
-TEST_F(HandOverFile, IsNeverWrittenThroughWhatIsThere) {
-    machine_.Link(kPath, "C:\\windows\\Notepad.exe");
-    EXPECT_EQ(Raised([] { WriteNewFile(kPath, "del x"); }), ErrorNumber::FileExists);
-    const State before = machine_.Look();
-    EXPECT_EQ(Raised([] { DeleteFileIfThere(kPath); }), 0);
-    EXPECT_TRUE(SameChanges({"- file " + kPath}, Difference(before, machine_.Look())));
-}
-
-TEST_F(HandOverFile, IsHeldUntilTheScriptIsToStart) {
-    const std::string copy = kTempFolder + "\\UnInstall.exe";
-    machine_.StopAt("first CloseHandle 1 " + copy).Begin({});
-    machine_.Start(kProgramFolder + "\\UnInstall.exe", "");
-    machine_.WaitUntilStopped();
-    machine_.Enter();
-    for (const std::string& path : Lines{kPath, copy}) {
-        const State before = machine_.Look();
-        EXPECT_EQ(CodeOfOpening(path, GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION}) << path;
-        EXPECT_EQ(DeleteFileA(path.c_str()), FALSE) << path;
-        EXPECT_TRUE(SameChanges({}, Difference(before, machine_.Look())));
-    }
-    machine_.GoOn();
-    ExpectOutcome(
-        machine_.Finish(),
-        {Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-        CompleteRemoval());
 }
 
 }  // namespace
