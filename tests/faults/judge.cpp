@@ -1,7 +1,10 @@
 #include "tests/faults/judge.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -10,6 +13,9 @@
 
 namespace support {
 namespace {
+
+// What may keep the first run from asking whether to begin.
+constexpr const char* kAsks = "first (MessageBoxA|HeapAlloc) .*";
 
 // What may stay, or happen, without a word, and which fault ("ADDRESS=WAY") may do that.
 struct Silence {
@@ -33,7 +39,7 @@ const Silence kSilences[] = {
     // A report that cannot be shown ends the program; a question counts as No.
     {"copy MessageBoxA Der folgende Fehler .*", ".*"},
     {"copy MessageBoxA Sollen die Windows-.*", R"(HKEY_.*\\(Classes|Internet Explorer|HTML)\\.*)"},
-    {"first MessageBoxA .*", ".*"},
+    {kAsks, ".*"},
     // The interpreter that cannot delete the files of the hand-over has no window.
     {"script DeleteFileA .*", R"(C:\\windows\\Temp\\UnInstall\..*)"},
 };
@@ -47,17 +53,10 @@ bool Matches(const std::string& text, const char* pattern) {
     return std::regex_match(text, std::regex(pattern));
 }
 
-bool Contains(const std::string& text, std::string_view part) {
-    return text.find(part) != std::string::npos;
-}
-
-// ASCII only: keys are stored in letter cases that the program's lines need not have.
-std::string Lower(std::string text) {
-    for (char& character : text) {
-        character =
-            character >= 'A' && character <= 'Z' ? static_cast<char>(character | ' ') : character;
-    }
-    return text;
+// Without regard to the case of ASCII letters: the program's lines need not have the cases in
+// which keys are stored.
+bool Contains(const std::string& text, const std::string& part) {
+    return strcasestr(text.c_str(), part.c_str()) != nullptr;
 }
 
 std::string At(const Things& things, const std::string& thing) {
@@ -71,7 +70,7 @@ struct Told {
     bool success = false;   // that everything is gone
     bool problems = false;  // the completion dialog was shown
     bool ended = false;     // that the run ends here, by itself or as the user wished
-    std::string lines;      // the dialog's, and reports that were passed over, in lower case
+    std::string lines;      // the dialog's, and reports that were passed over
 };
 
 bool SaysTheEnd(const std::string& line) {
@@ -90,7 +89,7 @@ Told WhatWasTold(const Outcome& outcome) {
             told.success = true;
         } else if (line.starts_with("frmUnInstDone -> ") || Contains(line, " -> Ignore: ")) {
             told.problems = told.problems || line.starts_with("frm");
-            told.lines += Lower(line) + "\n";
+            told.lines += line + "\n";
         } else if (SaysTheEnd(line)) {
             told.ended = true;
         } else {
@@ -115,101 +114,92 @@ Lines NamesOf(const std::string& thing) {
     return names;
 }
 
-// Parts of lines of which one must be there: a line of its own for what has a step of its own,
-// else one for something above it, or a report about a value in a key or below it.
-Lines NamingsOf(const std::string& thing) {
-    const std::size_t bar = thing.find('|');
+// Whether a line names a thing: one of its own if it has a step of its own, else one for
+// something above it, or a report about a value in a key or below it.
+bool IsNamed(const std::string& thing, const std::string& lines) {
+    const auto says = [&lines](const std::string& kind, const std::string& name) {
+        return Contains(lines, kind + " \"" + name + "\"");
+    };
     if (thing.starts_with(kSharedDlls)) {
-        return {"Datei \"" + thing.substr(bar + 1) + "\"", "gemeinsam genutzten Dateien konnten"};
+        return says("Datei", thing.substr(kSharedDlls.size() + 1)) ||
+               Contains(lines, "gemeinsam genutzten Dateien konnten");
     }
     if (thing.starts_with(kGroupFolder)) {  // where no menu can be found, it has no path
-        return {"Verknüpfung \"" + thing + "\"", "Verzeichnis \"" + thing + "\"",
-                "Verzeichnis \"Tessorin\""};
+        return says("Verknüpfung", thing) || says("Verzeichnis", thing) ||
+               says("Verzeichnis", "Tessorin");
     }
-    if (!thing.starts_with("HKEY_")) {
-        const bool isOwnStep = thing == kProgramFolder + "\\Tessorin.exe" ||
-                               thing == kProgramFolder + "\\UnInstall.exe";
-        return {isOwnStep ? "Datei \"" + thing + "\"" : "Verzeichnis \"" + kProgramFolder + "\""};
+    if (thing == kProgramFolder + "\\Tessorin.exe" || thing == kProgramFolder + "\\UnInstall.exe") {
+        return says("Datei", thing);
     }
-    Lines namings;
-    for (std::string name : NamesOf(thing.substr(0, bar))) {
-        namings.push_back("im Schlüssel \"" + name);
+    bool isNamed = !thing.starts_with("HKEY_") && says("Verzeichnis", kProgramFolder);
+    for (std::string name : NamesOf(thing.substr(0, thing.find('|')))) {
+        isNamed = isNamed || Contains(lines, "im Schlüssel \"" + name);
         for (; Contains(name, "\\"); name.resize(name.rfind('\\'))) {
-            namings.push_back("Registrierungsschlüssel \"" + name + "\"");
+            isNamed = isNamed || says("Registrierungsschlüssel", name);
         }
     }
-    return namings;
-}
-
-bool IsNamed(const std::string& thing, const Told& told) {
-    const Lines namings = NamingsOf(thing);
-    return std::any_of(namings.begin(), namings.end(), [&](const std::string& naming) {
-        return Contains(told.lines, Lower(naming));
-    });
+    return isNamed;
 }
 
 // ---- the rules -------------------------------------------------------------------------
 
-class Verdict {
- public:
-    Verdict(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-            const Machine& machine)
-        : fault_(fault),
-          baseline_(baseline),
-          told_(WhatWasTold(outcome)),
-          after_(ThingsOf(machine.Look())) {}
+struct Run {
+    const Fault& fault;
+    const Baseline& baseline;
+    Things after;
+    Told told;
+    std::vector<Call> calls;
 
-    void ItHappened(const std::vector<Call>& calls, int status) const {
+    [[nodiscard]] std::string Text() const { return fault.call.Address() + "=" + fault.what; }
+
+    void ItHappened() const {
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [this](const Call& call) {
-            return call.Address() == fault_.call.Address() &&
-                   (fault_.what == "gone" || fault_.what == "less" || fault_.what == call.result);
+            return call.Address() == fault.call.Address() &&
+                   (fault.what == "gone" || fault.what == "less" || fault.what == call.result);
         })) << "nothing went wrong";
-        EXPECT_TRUE(status == 0 || status == 1) << "exit status " << status;
     }
 
     void OneEnd() const {
-        const int ends = int{told_.success} + int{told_.problems} + int{told_.ended};
-        // Who cannot be asked whether to begin has not begun.
-        EXPECT_TRUE(ends == 1 || after_ == baseline_.before ||
-                    (ends == 0 && fault_.call.Address().starts_with("copy MessageBoxA ")))
-            << ends << " endings were told";
+        const int ends = int{told.success} + int{told.problems} + int{told.ended};
+        // Who cannot be asked whether to begin has not begun; the end that cannot be told is one.
+        const bool maySayNothing = Matches(Text(), "copy MessageBoxA .*") ||
+                                   (Matches(Text(), kAsks) && after == baseline.before);
+        EXPECT_TRUE(ends == 1 || (ends == 0 && maySayNothing)) << ends << " endings were told";
         // The first run hands over nothing that it could not make, or make safe.
-        EXPECT_TRUE(fault_.call.role != "first" || !told_.success || Matches(Text(), kHarmless))
+        EXPECT_TRUE(fault.call.role != "first" || !told.success || Matches(Text(), kHarmless))
             << "went on as if nothing had happened";
     }
 
     void NothingForeign() const {
-        Lines foreign = Foreign(baseline_, after_);
+        Lines foreign = Foreign(baseline, after);
         std::erase_if(foreign, [this](const std::string& thing) { return IsExcused(thing); });
         EXPECT_TRUE(Same({}, foreign)) << "is foreign, but changed";
     }
 
-    void NothingWithoutAWord(bool scriptRan) const {
-        Lines left = LeftOver(baseline_, after_);
+    void NothingWithoutAWord() const {
+        Lines left = LeftOver(baseline, after);
         std::erase_if(left, [this](const std::string& thing) {
-            return told_.ended || IsNamed(thing, told_) || IsMakerKeyInUse(thing);
+            return told.ended || IsNamed(thing, told.lines) || IsMakerKeyInUse(thing);
         });
+        // Where the script has run, nothing is left in the temporary folder.
+        const bool scriptRan = std::any_of(calls.begin(), calls.end(),
+                                           [](const Call& call) { return call.role == "script"; });
         for (const std::string& path : HandOverFiles()) {
-            if (At(after_, path) != "nothing" && (scriptRan || !told_.ended)) {
-                left.push_back(path);
-            }
+            left.resize(left.size() + (after.contains(path) && (scriptRan || !told.ended)), path);
         }
         std::erase_if(left, [this](const std::string& thing) { return IsExcused(thing); });
         EXPECT_TRUE(Same({}, left)) << "is left without a word";
     }
 
- private:
-    [[nodiscard]] std::string Text() const { return fault_.call.Address() + "=" + fault_.what; }
-
     // A maker's key below which something is still there has to stay.
     [[nodiscard]] bool IsMakerKeyInUse(const std::string& thing) const {
-        const auto below = after_.lower_bound(thing + "\\");
-        return thing.ends_with("\\" + kMakerKey) && below != after_.end() &&
+        const auto below = after.lower_bound(thing + "\\");
+        return thing.ends_with("\\" + kMakerKey) && below != after.end() &&
                below->first.starts_with(thing + "\\");
     }
 
     [[nodiscard]] bool IsExcused(const std::string& thing) const {
-        return (fault_.what == "gone" && HasVanished(thing)) ||
+        return (fault.what == "gone" && HasVanished(thing)) ||
                std::any_of(std::begin(kSilences), std::end(kSilences), [&](const Silence& silence) {
                    return Matches(Text(), silence.fault) && Matches(thing, silence.thing);
                });
@@ -217,33 +207,28 @@ class Verdict {
 
     // Whether the fault itself has taken it away, with what the call is about.
     [[nodiscard]] bool HasVanished(const std::string& thing) const {
-        std::string top = Lower(fault_.call.argument);
-        top = top.substr(0, top.starts_with("hkey_") ? top.find_first_of(":|") : top.size());
+        std::string top = fault.call.argument;
+        top = top.substr(0, top.starts_with("HKEY_") ? top.find_first_of(":|") : top.size());
         top += top.ends_with('\\') ? "" : "\\";
-        const Lines names = NamesOf(thing.substr(0, thing.find('|')));
-        return At(after_, thing) == "nothing" &&
+        const Lines names = NamesOf(thing.substr(0, thing.find('|')) + "\\");
+        return !after.contains(thing) &&
                std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-                   return Lower(name + "\\").starts_with(top);
+                   return strncasecmp(name.c_str(), top.c_str(), top.size()) == 0;
                });
     }
-
-    const Fault& fault_;
-    const Baseline& baseline_;
-    Told told_;
-    Things after_;
 };
 
 }  // namespace
 
 void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
            const Machine& machine) {
-    const std::vector<Call> calls = CallsMade(machine);
-    const Verdict verdict(fault, baseline, outcome, machine);
-    verdict.ItHappened(calls, outcome.status);
-    verdict.OneEnd();
-    verdict.NothingForeign();
-    verdict.NothingWithoutAWord(std::any_of(
-        calls.begin(), calls.end(), [](const Call& call) { return call.role == "script"; }));
+    EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << "exit status " << outcome.status;
+    const Run run{fault, baseline, ThingsOf(machine.Look()), WhatWasTold(outcome),
+                  CallsMade(machine)};
+    run.ItHappened();
+    run.OneEnd();
+    run.NothingForeign();
+    run.NothingWithoutAWord();
 }
 
 std::vector<Call> CallsMade(const Machine& machine) {

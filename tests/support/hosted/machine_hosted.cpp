@@ -121,7 +121,7 @@ std::string ReadIfThere(const fs::path& file) {
 // test may want; a process that says anything else has a fault.
 bool IsExpected(const std::string& line) {
     return line.starts_with("del \"") || line.starts_with("start \"") ||
-           line.starts_with("answer \"") ||
+           line.starts_with("answer \"") || line.starts_with("unknown command: ") ||
            line == "UnInstall: nobody answers, and the questions have no end.";
 }
 
