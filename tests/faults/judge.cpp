@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "platform/hosted/machine.h"
 #include "platform/hosted/registry/registry.h"
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {

@@ -1,4 +1,4 @@
-#include "tools/machine_report/snapshot.h"
+#include "tools/machine/snapshot.h"
 
 #include <fstream>
 #include <sstream>

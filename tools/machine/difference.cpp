@@ -1,4 +1,4 @@
-#include "tools/machine_report/difference.h"
+#include "tools/machine/difference.h"
 
 namespace report {
 namespace {

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/machine_report/ours.h"
-#include "tools/machine_report/snapshot.h"
+#include "tools/machine/ours.h"
+#include "tools/machine/snapshot.h"
 
 namespace report {
 

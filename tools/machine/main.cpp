@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "tools/machine_report/print.h"
+#include "tools/machine/print.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tools/machine_report/ours.h"
+#include "tools/machine/ours.h"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 #include <fstream>
 #include <sstream>

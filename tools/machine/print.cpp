@@ -1,4 +1,4 @@
-#include "tools/machine_report/print.h"
+#include "tools/machine/print.h"
 
 namespace report {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/machine_report/difference.h"
+#include "tools/machine/difference.h"
 
 namespace report {
 
