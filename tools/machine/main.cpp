@@ -1,67 +1,54 @@
-// What a run did to a machine: compares two machine folders.
+// Machines from outside: makes one, and says what happened between two states of one.
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <span>
-#include <vector>
 
-#include "tools/machine/print.h"
+#include "tools/machine/report.h"
+#include "tools/machine/stage.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "machine-report BEFORE AFTER --ours FILE: what happened between two states of a machine\n"
+    "machine stage FOLDER STAGE PROGRAM: makes the staged machine in FOLDER from the data in\n"
+    "STAGE, with PROGRAM as the uninstaller in the program folder\n"
     "\n"
-    "FILE says what of the machine is the product's. The exit status is 0 if nothing else\n"
-    "changed, 1 if something did, 2 if the machines or the file cannot be read.\n";
+    "machine report BEFORE AFTER RULES: what happened between two states of a machine; RULES\n"
+    "says what of it is the product's. The exit status is 0 if nothing else changed, 1 if\n"
+    "something did.\n"
+    "\n"
+    "The exit status is 2 if the machines or the files cannot be read.\n";
 
 bool MayColour() {
     const char* const forbidden = std::getenv("NO_COLOR");
     return isatty(STDOUT_FILENO) != 0 && (forbidden == nullptr || *forbidden == '\0');
 }
 
-struct Arguments {
-    std::vector<std::string> machines;
-    std::string rules;
-
-    explicit Arguments(std::span<char*> words) {
-        for (std::size_t i = 1; i < words.size(); ++i) {
-            if (std::string_view(words[i]) == "--ours" && i + 1 < words.size()) {
-                rules = words[++i];
-            } else {
-                machines.emplace_back(words[i]);
-            }
-        }
-    }
-    [[nodiscard]] bool Complete() const { return machines.size() == 2 && !rules.empty(); }
-};
-
-int Report(const Arguments& arguments) {
-    using report::ReadMachine;
-    const report::Ours ours(report::ReadFile(arguments.rules));
-    const report::Snapshot before = ReadMachine(arguments.machines[0]);
-    const report::Difference difference =
-        report::Compare(before, ReadMachine(arguments.machines[1]), ours);
-    const std::string text = report::ReportText(difference, before.user, MayColour());
-    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stdout));
-    return difference.foreign.Empty() ? 0 : 1;
+int Report(const std::string& before, const std::string& after, const std::string& rules) {
+    const machine::Ours ours(machine::ReadBytes(rules));
+    const machine::Report report =
+        ReportOn(machine::Look(before), machine::Look(after), ours, MayColour());
+    static_cast<void>(std::fwrite(report.text.data(), 1, report.text.size(), stdout));
+    return report.foreign ? 1 : 0;
 }
 
 }  // namespace
 
 int main(int count, char** words) {
     constexpr int kUnusable = 2;
+    const std::vector<std::string> arguments(words + 1, words + count);
     try {
-        const Arguments arguments(std::span(words, static_cast<std::size_t>(count)));
-        if (!arguments.Complete()) {
-            static_cast<void>(std::fputs(kUsage, stderr));
-            return kUnusable;
+        if (arguments.size() == 4 && arguments[0] == "stage") {
+            machine::Stage(arguments[1], arguments[2], arguments[3]);
+            return 0;
         }
-        return Report(arguments);
+        if (arguments.size() == 4 && arguments[0] == "report") {
+            return Report(arguments[1], arguments[2], arguments[3]);
+        }
+        static_cast<void>(std::fputs(kUsage, stderr));
     } catch (const std::exception& failure) {
-        static_cast<void>(std::fprintf(stderr, "machine-report: %s.\n", failure.what()));
-        return kUnusable;
+        static_cast<void>(std::fprintf(stderr, "machine: %s.\n", failure.what()));
     }
+    return kUnusable;
 }

@@ -1,10 +1,13 @@
 #include "tools/machine/stage.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-namespace support {
+#include "tools/machine/look.h"
+
+namespace machine {
 namespace {
 
 // Content of that size, another one for each path.
@@ -19,42 +22,30 @@ std::string Filler(const std::string& path, std::size_t size) {
 }
 
 StagedFile ParseLine(const std::string& line) {
-    const std::size_t blank = line.find(' ');
-    const std::size_t start = line.find_first_not_of(' ', blank);
-    if (blank == std::string::npos || start == std::string::npos) {
-        throw std::runtime_error("attributes and a path are expected");
-    }
     StagedFile file;
-    for (const char letter : line.substr(0, blank)) {
-        if (letter == 'D') {
-            file.kind = StagedFile::Kind::Folder;
-        } else if (letter != '-') {
-            file.attributes += letter;
-        }
-    }
-    const std::size_t bar = line.find(" | ", start);
-    file.path = line.substr(start, bar == std::string::npos ? bar : bar - start);
-    if (file.kind == StagedFile::Kind::Folder) {
-        return file;
-    }
-    if (bar == std::string::npos) {
-        throw std::runtime_error("a size, a content or \"program\" is expected behind \" | \"");
-    }
-    const std::string content = line.substr(bar + 3);
-    if (content == "program") {
+    std::istringstream words(line);
+    words >> file.attributes >> std::ws;
+    std::getline(words, file.path);
+    const std::size_t bar = std::min(file.path.find(" | "), file.path.size());
+    const std::string content = file.path.substr(std::min(bar + 3, file.path.size()));
+    file.path.erase(bar);
+    if (file.attributes.find('D') != std::string::npos) {
+        file.kind = StagedFile::Kind::Folder;
+    } else if (content == "program") {
         file.kind = StagedFile::Kind::Program;
-    } else if (content.size() >= 2 && content.front() == '"' && content.back() == '"') {
+    } else if (content.size() > 1 && content.front() == '"' && content.back() == '"') {
         file.content = content.substr(1, content.size() - 2);
     } else {
         file.content = Filler(file.path, std::stoul(content));
     }
+    std::erase_if(file.attributes, [](char letter) { return letter == 'D' || letter == '-'; });
     return file;
 }
 
 }  // namespace
 
 std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file) {
-    std::istringstream lines(ReadBytes(file));
+    std::ifstream lines(file);
     std::vector<StagedFile> files;
     unsigned number = 0;
     for (std::string line; std::getline(lines, line);) {
@@ -64,30 +55,32 @@ std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file) {
         }
         try {
             files.push_back(ParseLine(line));
-        } catch (const std::exception& error) {
-            throw std::runtime_error(file.string() + ":" + std::to_string(number) + ": " +
-                                     error.what());
+        } catch (const std::exception&) {
+            throw std::runtime_error(file.string() + ", line " + std::to_string(number) +
+                                     ": neither a folder nor a file with what is in it");
         }
     }
     return files;
 }
 
-std::string ReadBytes(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    if (!in) {
-        throw std::runtime_error(file.string() + " cannot be read");
+void Stage(const fs::path& folder, const fs::path& stage, const fs::path& program) {
+    fs::create_directories(folder / "drives" / "C");
+    fs::copy_file(stage / "machine.ini", folder / "machine.ini");
+    fs::copy_file(stage / "registry.reg", folder / "registry.reg");
+    std::string attributes;
+    for (const StagedFile& file : ReadStagedFiles(stage / "files.txt")) {
+        const fs::path host = HostPath(folder, file.path);
+        fs::create_directories(file.kind == StagedFile::Kind::Folder ? host : host.parent_path());
+        if (file.kind == StagedFile::Kind::Program) {
+            fs::copy_file(program, host);
+        } else if (file.kind == StagedFile::Kind::Bytes) {
+            WriteBytes(host, file.content);
+        }
+        if (!file.attributes.empty()) {
+            attributes += file.attributes + " " + file.path + "\n";
+        }
     }
-    return bytes.str();
+    WriteBytes(folder / "attributes.txt", attributes);
 }
 
-void WriteBytes(const std::filesystem::path& file, std::string_view bytes) {
-    std::ofstream out(file, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!out.flush()) {
-        throw std::runtime_error(file.string() + " cannot be written");
-    }
-}
-
-}  // namespace support
+}  // namespace machine

@@ -1,12 +1,11 @@
-// The data in tests/stage: what a staged machine holds. All texts are UTF-8.
+// Machines made from the data in tests/stage. All texts are UTF-8.
 #pragma once
 
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
-namespace support {
+namespace machine {
 
 struct StagedFile {
     enum class Kind { Folder, Bytes, Program };
@@ -19,7 +18,9 @@ struct StagedFile {
 // Reads files.txt. Throws std::runtime_error with the line number for a damaged one.
 std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file);
 
-std::string ReadBytes(const std::filesystem::path& file);
-void WriteBytes(const std::filesystem::path& file, std::string_view bytes);
+// Fills the folder, which must be new or empty, from the data in stage; program is the
+// uninstaller that was built.
+void Stage(const std::filesystem::path& folder, const std::filesystem::path& stage,
+           const std::filesystem::path& program);
 
-}  // namespace support
+}  // namespace machine
