@@ -35,8 +35,10 @@ StagedFile ParseLine(const std::string& line) {
         file.kind = StagedFile::Kind::Program;
     } else if (content.size() > 1 && content.front() == '"' && content.back() == '"') {
         file.content = content.substr(1, content.size() - 2);
-    } else {
+    } else if (!content.empty() && content.find_first_not_of("0123456789") == std::string::npos) {
         file.content = Filler(file.path, std::stoul(content));
+    } else {
+        throw std::runtime_error("neither a folder nor a file with what is in it: " + line);
     }
     std::erase_if(file.attributes, [](char letter) { return letter == 'D' || letter == '-'; });
     return file;
@@ -47,17 +49,9 @@ StagedFile ParseLine(const std::string& line) {
 std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file) {
     std::ifstream lines(file);
     std::vector<StagedFile> files;
-    unsigned number = 0;
     for (std::string line; std::getline(lines, line);) {
-        ++number;
-        if (line.empty() || line.front() == '#') {
-            continue;
-        }
-        try {
+        if (!line.empty() && line.front() != '#') {
             files.push_back(ParseLine(line));
-        } catch (const std::exception&) {
-            throw std::runtime_error(file.string() + ", line " + std::to_string(number) +
-                                     ": neither a folder nor a file with what is in it");
         }
     }
     return files;

@@ -15,7 +15,7 @@ struct StagedFile {
     std::string content;  // of Kind::Bytes
 };
 
-// Reads files.txt. Throws std::runtime_error with the line number for a damaged one.
+// Reads files.txt. Throws std::runtime_error for a line that is none.
 std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file);
 
 // Fills the folder, which must be new or empty, from the data in stage; program is the
