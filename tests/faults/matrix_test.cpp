@@ -131,8 +131,7 @@ TEST_P(FaultMatrix, WhateverGoesWrongHarmsNothingAndIsTold) {
 
 // Each piece of memory that the program asks for, from the first run to the end of the copy, is
 // refused once: the run goes on, or ends with the short report.
-// Disabled until the program takes its memory from HeapAlloc, where it can be refused.
-TEST_P(FaultMatrix, DISABLED_MemoryRefusedOnceHarmsNothingAndIsTold) {
+TEST_P(FaultMatrix, MemoryRefusedOnceHarmsNothingAndIsTold) {
     const BaseRun run = RunScenario(Scenarios().front());
     std::vector<Call> calls = run.calls;
     std::erase_if(calls, [](const Call& call) { return call.function != "HeapAlloc"; });

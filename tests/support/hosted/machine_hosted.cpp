@@ -22,8 +22,8 @@
 #include "platform/hosted/machine.h"
 #include "tests/support/hosted/folder.h"
 #include "tests/support/machine.h"
-#include "tests/support/stage.h"
 #include "tests/support/transcript.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {
