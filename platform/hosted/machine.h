@@ -156,6 +156,15 @@ class Machine {
     std::unordered_map<std::type_index, std::shared_ptr<void>> parts_;
 };
 
+// The state of a folder of this layer, made on first use.
+template <typename State>
+State& StateIn(std::shared_ptr<State>& slot) {
+    if (slot == nullptr) {
+        slot = std::make_shared<State>();
+    }
+    return *slot;
+}
+
 // Holds the machine for this process alone while it changes something that other
 // processes read. May be nested.
 class MachineLock {

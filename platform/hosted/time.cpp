@@ -9,13 +9,10 @@ namespace hosted {
 
 DWORD Ticks() {
     const Machine& machine = Machine::Current();
-    const Settings& settings = machine.GetSettings();
-    if (!settings.realClock) {
-        return settings.clockStart + machine.passed;
-    }
     const auto elapsed = std::chrono::steady_clock::now() - machine.start;
-    const auto count = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
-    return settings.clockStart + static_cast<DWORD>(count);
+    const auto real = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
+    return machine.GetSettings().clockStart +
+           (machine.GetSettings().realClock ? static_cast<DWORD>(real) : machine.passed);
 }
 
 void Pass(DWORD milliseconds) {
