@@ -5,33 +5,22 @@
 #include "platform/hosted/clock.h"
 #include "platform/hosted/machine.h"
 
-namespace hosted {
+void hosted::Pass(DWORD milliseconds) {
+    Machine& machine = Machine::Current();
+    if (machine.GetSettings().realClock) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    } else {
+        machine.passed += milliseconds;
+    }
+}
 
-DWORD Ticks() {
-    const Machine& machine = Machine::Current();
+DWORD WINAPI GetTickCount() {
+    const hosted::Call call("GetTickCount");
+    const hosted::Machine& machine = hosted::Machine::Current();
     const auto elapsed = std::chrono::steady_clock::now() - machine.start;
     const auto real = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
     return machine.GetSettings().clockStart +
            (machine.GetSettings().realClock ? static_cast<DWORD>(real) : machine.passed);
-}
-
-void Pass(DWORD milliseconds) {
-    if (Machine::Current().GetSettings().realClock) {
-        ReallyWait(milliseconds);
-    } else {
-        Machine::Current().passed += milliseconds;
-    }
-}
-
-void ReallyWait(DWORD milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
-
-}  // namespace hosted
-
-DWORD WINAPI GetTickCount() {
-    const hosted::Call call("GetTickCount");
-    return hosted::Ticks();
 }
 
 void WINAPI Sleep(DWORD milliseconds) {
