@@ -21,7 +21,9 @@ void MachineFolder::SetAttributes(const std::string& path, const std::string& le
     attributes[path] = letters;
     std::string text;
     for (const auto& [name, value] : attributes) {
-        text += value.empty() ? "" : value + " " + name + "\n";
+        if (!value.empty()) {
+            text.append(value).append(" ").append(name).append("\n");
+        }
     }
     WriteBytes(folder_ / "attributes.txt", text);
 }
