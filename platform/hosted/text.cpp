@@ -1,6 +1,7 @@
 // Texts: Windows-1252 with UTF-8 and with code page 850, and upper case as the system
 // compares names.
 #include <iconv.h>
+#include <unordered_map>
 
 #include <array>
 

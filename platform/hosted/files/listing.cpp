@@ -2,6 +2,7 @@
 // each with its short name.
 #include <algorithm>
 #include <tuple>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "platform/hosted/files/files.h"
