@@ -85,7 +85,7 @@ bool IsUsableComponent(std::string_view component) {
 
 Result<std::string> LookUp(std::string_view path, DWORD mask) {
     std::string name;
-    const Result<bool> found = AnyEntry(path, [&](const WIN32_FIND_DATAA& entry) {
+    Result<bool> found = AnyEntry(path, [&](const WIN32_FIND_DATAA& entry) {
         if (IsExcluded(entry, mask)) {
             return false;
         }
@@ -93,7 +93,7 @@ Result<std::string> LookUp(std::string_view path, DWORD mask) {
         return true;
     });
     if (found.error) {
-        return found.error;
+        return std::move(found.error);
     }
     return name;
 }
@@ -110,20 +110,20 @@ Result<bool> IsFolderLink(std::string_view path) {
     return AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
 }
 
-Result<std::vector<Subfolder>> ListFolders(std::string_view folder) {
+RuntimeError ListFolders(std::string_view folder, std::vector<std::string>& folders,
+                         std::vector<std::string>& links) {
     const std::string parent = AddBackslash(folder);
-    std::vector<Subfolder> folders;
-    const Result<bool> listed = AnyEntry(parent, [&](const WIN32_FIND_DATAA& entry) {
-        const bool isFolder = (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-        if (isFolder && !IsDots(entry)) {
-            folders.push_back({parent + UsableName(entry), IsLink(entry)});
-        }
-        return false;
-    });
-    if (listed.error) {
-        return listed.error;
-    }
-    return folders;
+    return AnyEntry(parent,
+                    [&](const WIN32_FIND_DATAA& entry) {
+                        const bool isFolder =
+                            (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+                        if (isFolder && !IsDots(entry)) {
+                            (IsLink(entry) ? links : folders)
+                                .push_back(Joined({parent, UsableName(entry)}));
+                        }
+                        return false;
+                    })
+        .error;
 }
 
 std::string QueriedFolder(FunctionRef<DWORD(char*, DWORD)> query) {

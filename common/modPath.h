@@ -28,12 +28,10 @@ Result<bool> HasEntries(std::string_view folder);
 // a symbolic link. Errors as for LookUp.
 Result<bool> IsFolderLink(std::string_view path);
 
-struct Subfolder {
-    std::string path;  // full
-    bool isLink;       // as IsFolderLink tells
-};
-// The folders in a folder, without "." and "..". Errors as for LookUp.
-Result<std::vector<Subfolder>> ListFolders(std::string_view folder);
+// The full paths of the folders in a folder, without "." and "..", apart from those that are
+// only links, as IsFolderLink tells. Errors as for LookUp.
+RuntimeError ListFolders(std::string_view folder, std::vector<std::string>& folders,
+                         std::vector<std::string>& links);
 
 // A folder from one of the system's queries, ending in a backslash. query fills a buffer of
 // that size and returns the length that it wrote, or the length that it needs when the

@@ -66,3 +66,12 @@ Result<std::string> ReadAll(const handles::File& file, const std::string& path, 
     } while (count != 0 && bytes.size() <= limit);
     return bytes;
 }
+
+RuntimeError CheckBytes(const handles::File& file, const std::string& path,
+                        std::string_view bytes) {
+    Result<std::string> found = ReadAll(file, path, bytes.size());
+    if (!found.error && found.value != bytes) {
+        return SystemError(ERROR_ACCESS_DENIED, path);
+    }
+    return std::move(found.error);
+}

@@ -23,3 +23,6 @@ Result<handles::File> HoldFile(const std::string& path);
 // limit. path serves the error only.
 Result<std::string> ReadAll(const handles::File& file, const std::string& path,
                             std::size_t limit = std::string::npos);
+
+// An error unless the open file holds exactly these bytes.
+RuntimeError CheckBytes(const handles::File& file, const std::string& path, std::string_view bytes);

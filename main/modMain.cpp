@@ -73,13 +73,13 @@ bool UserRetries() {
 // Waits until the editor is not in use. False if the user gives up.
 bool EditorIsFree() {
     do {
-        const Result<OwnLocation> own = OwnFile();
-        if (!RunStep(own.error)) {
+        Result<OwnLocation> own = OwnFile();
+        if (!RunStep(std::move(own.error))) {
             return true;  // without its place nothing can be tested; the next check point ends
         }
         const std::string editor = AddBackslash(own.value.folder) + Product::Program;
-        const Result<std::string> found = LookUp(editor, kFileMask);
-        const bool missing = RunStep(found.error) && found.value.empty();
+        Result<std::string> found = LookUp(editor, kFileMask);
+        const bool missing = RunStep(std::move(found.error)) && found.value.empty();
         if (missing || CanOpenForWriting(editor)) {
             return true;
         }
@@ -88,109 +88,81 @@ bool EditorIsFree() {
 }
 
 // The first run's way through the temporary folder.
-class HandOver {
- public:
-    explicit HandOver(std::string TempFolder) : TempFolder_(std::move(TempFolder)) {}
+struct HandOver {
+    std::string TempFolder;
+    OwnLocation own;
+    std::string script = {};
+    handles::File heldCopy = {}, heldScript = {};  // nobody may exchange them
 
-    // What the script's line needs to name.
-    RuntimeError FindFolders() {
-        Result<std::string> shortFolder = GetShortPathAlways(TempFolder_);
+    [[nodiscard]] std::string InTemp(std::string_view file) const {
+        return Joined({TempFolder, file});
+    }
+    // The script, once it is sure that it can name the two folders. What cannot be told yet,
+    // the short form of the one, is an error of its own.
+    RuntimeError Build() {
+        Result<std::string> shortFolder = GetShortPathAlways(TempFolder);
         if (shortFolder.error) {
-            return shortFolder.error;
+            return std::move(shortFolder.error);
         }
-        const Result<OwnLocation> own = OwnFile();
-        shortFolder_ = shortFolder.value;
-        ownFolder_ = own.value.folder;
-        return own.error;
-    }
-    RuntimeError CheckFolders() const { return CheckScriptFolders(shortFolder_, ownFolder_); }
-
-    Result<bool> Copy() {
-        const Result<OwnLocation> own = OwnFile();
-        const Result<std::string> target = InTemp(Product::Copy);
-        if (own.error || target.error) {
-            return own.error ? own.error : target.error;
+        RuntimeError refusal = CheckScriptFolders(shortFolder.value, own.folder);
+        if (refusal) {
+            RunStep(std::move(refusal));
+            CheckPoint();  // before anything is copied for a script that would not work
         }
-        return CopyFileWithRetry(AddBackslash(own.value.folder) + own.value.name + ".exe",
-                                 target.value, Target::Overwrite, heldCopy_);
-    }
-    void Build() { script_ = BuildScript(TempFolder_, shortFolder_, ownFolder_); }
-    RuntimeError Write() {
-        const Result<std::string> path = InTemp(Product::Script);
-        if (path.error) {
-            return path.error;
-        }
-        if (RuntimeError error = DeleteFileIfThere(path.value)) {
-            return error;
-        }
-        if (RuntimeError error = WriteNewFile(path.value, script_)) {
-            return error;
-        }
-        return HoldScript(path.value);
-    }
-    RuntimeError WriteRecord() const {
-        const Result<std::string> path = InTemp(Product::ScriptRecord);
-        return path.error ? path.error
-                          : ResToFile(path.value, kRecordId, "Custom", Existing::Replace);
-    }
-    RuntimeError Start() {
-        const Result<std::string> path = InTemp(Product::Script);
-        // Let go right before the start: the script must be able to delete both, and it
-        // may reach its end before this process does.
-        heldCopy_.Close();
-        heldScript_.Close();
-        return path.error ? path.error : StartScript(TempFolder_, path.value);
-    }
-
- private:
-    Result<std::string> InTemp(std::string_view file) const {
-        if (TempFolder_.empty()) {
-            return SystemError(ERROR_PATH_NOT_FOUND, file);  // it would be relative
-        }
-        return TempFolder_ + std::string(file);
-    }
-    // Nobody may have changed it since it was written, and nobody may from here on.
-    RuntimeError HoldScript(const std::string& path) {
-        Result<handles::File> file = HoldFile(path);
-        if (file.error) {
-            return file.error;
-        }
-        const Result<std::string> bytes = ReadAll(file.value, path, script_.size());
-        if (bytes.error) {
-            return bytes.error;
-        }
-        if (bytes.value != script_) {
-            return SystemError(ERROR_ACCESS_DENIED, path);
-        }
-        heldScript_ = std::move(file.value);
+        script = BuildScript(TempFolder, shortFolder.value, own.folder);
         return {};
     }
-
-    std::string TempFolder_, shortFolder_, ownFolder_, script_;
-    handles::File heldCopy_, heldScript_;
+    Result<bool> Copy() {
+        return CopyFileWithRetry(Joined({AddBackslash(own.folder), own.name, ".exe"}),
+                                 InTemp(Product::Copy), Target::Overwrite, heldCopy);
+    }
+    RuntimeError Write() {
+        const std::string path = InTemp(Product::Script);
+        RuntimeError error = DeleteFileIfThere(path);
+        if (!error) {
+            error = WriteNewFile(path, script);
+        }
+        return error ? std::move(error) : Hold(path);
+    }
+    // Nobody may have changed it since it was written, and nobody may from here on.
+    RuntimeError Hold(const std::string& path) {
+        Result<handles::File> file = HoldFile(path);
+        RuntimeError error =
+            file.error ? std::move(file.error) : CheckBytes(file.value, path, script);
+        if (!error) {
+            heldScript = std::move(file.value);
+        }
+        return error;
+    }
+    RuntimeError Start() {
+        // Let go right before the start: the script must be able to delete both, and it
+        // may reach its end before this process does.
+        heldCopy.Close();
+        heldScript.Close();
+        return StartScript(TempFolder, InTemp(Product::Script));
+    }
 };
 
-void FirstRun(std::string TempFolder) {
+void FirstRun(const std::string& TempFolder) {
     if (!UserConfirms() || !EditorIsFree()) {
         return;
     }
-    HandOver handOver(std::move(TempFolder));
-    const bool found = RunStep(handOver.FindFolders());
-    if (found && !RunStep(handOver.CheckFolders())) {
-        CheckPoint();  // before anything is copied for a script that would not work
-    }
-    const Result<bool> copied = handOver.Copy();
-    if (RunStep(copied.error) && !copied.value) {
-        return;
-    }
+    Result<OwnLocation> own = OwnFile();
+    RunStep(TempFolder.empty() ? SystemError(ERROR_PATH_NOT_FOUND, Product::Copy)  // relative
+                               : std::move(own.error));
+    CheckPoint();
+    HandOver handOver{TempFolder, std::move(own.value)};
     // A script that could not be built leaves an empty file, never an older script.
-    if (found) {
-        handOver.Build();
+    RunStep(handOver.Build());
+    Result<bool> copied = handOver.Copy();
+    if (RunStep(std::move(copied.error)) && !copied.value) {
+        return;
     }
     RunStep(handOver.Write());
     CheckPoint();
     HeadFor(3);
-    RunStep(handOver.WriteRecord());
+    RunStep(
+        ResToFile(handOver.InTemp(Product::ScriptRecord), kRecordId, "Custom", Existing::Replace));
     CheckPoint();
     HeadFor(4);
     RunStep(handOver.Start());
@@ -256,7 +228,7 @@ void RelaunchedCopy(std::string_view arguments) {
     }
     Folders& folders = Globals();
     Result<std::string> programFolder = LongProgramFolder(folder);
-    RunStep(programFolder.error);
+    RunStep(std::move(programFolder.error));
     CheckPoint();
     HeadFor(5);
     folders.ProgramFolder = std::move(programFolder.value);
@@ -293,10 +265,10 @@ std::string_view CommandArguments(std::string_view commandLine) {
 
 void Main() {
     HeadFor(2);
-    std::string TempFolder = TempFolderPath();
+    const std::string TempFolder = TempFolderPath();
     const std::string_view arguments = CommandArguments(GetCommandLineA());
     if (arguments.empty()) {
-        FirstRun(std::move(TempFolder));
+        FirstRun(TempFolder);
     } else {
         RelaunchedCopy(arguments);
     }

@@ -56,28 +56,22 @@ DWORD CopyReplacing(const std::string& source, const std::string& target, Target
 // Holds the copy once it is seen to be one. A file that somebody else holds is a copy all the
 // same; one with other bytes is none.
 RuntimeError HoldCopy(const std::string& source, const std::string& target, handles::File& held) {
-    const Result<handles::File> original = HoldFile(source);
     Result<handles::File> copy = HoldFile(target);
-    const bool isGone = copy.error && GetFileAttributesA(target.c_str()) == INVALID_FILE_ATTRIBUTES;
-    if (isGone) {
-        return copy.error;
+    if (copy.error) {
+        const bool isGone = GetFileAttributesA(target.c_str()) == INVALID_FILE_ATTRIBUTES;
+        return isGone ? std::move(copy.error) : RuntimeError();
     }
-    if (original.error || copy.error) {
+    const Result<handles::File> original = HoldFile(source);
+    if (original.error) {
         return {};
     }
-    const Result<std::string> bytes = ReadAll(original.value, source);
-    if (bytes.error) {
-        return bytes.error;
+    Result<std::string> bytes = ReadAll(original.value, source);
+    RuntimeError error =
+        bytes.error ? std::move(bytes.error) : CheckBytes(copy.value, target, bytes.value);
+    if (!error) {
+        held = std::move(copy.value);
     }
-    const Result<std::string> copied = ReadAll(copy.value, target, bytes.value.size());
-    if (copied.error) {
-        return copied.error;
-    }
-    if (copied.value != bytes.value) {
-        return SystemError(ERROR_ACCESS_DENIED, target);
-    }
-    held = std::move(copy.value);
-    return {};
+    return error;
 }
 
 }  // namespace

@@ -39,9 +39,9 @@ Result<bool> IsReadOnly(const std::string& path) {
 
 // Whether the item is gone; an error when the system cannot tell.
 Result<bool> IsGone(const std::string& path, DWORD mask) {
-    const Result<std::string> found = LookUp(path, mask);
+    Result<std::string> found = LookUp(path, mask);
     if (found.error) {
-        return found.error;
+        return std::move(found.error);
     }
     return found.value.empty();
 }
@@ -77,14 +77,12 @@ LinkWalk RemoveLinksIn(const std::string& folder) {
         const std::string current = std::move(pending.back());
         pending.pop_back();
         forms::ProcessMessages();
-        Result<std::vector<Subfolder>> folders = ListFolders(current);
-        walk.unlistedLeft = walk.unlistedLeft || folders.error;
-        for (Subfolder& found : folders.value) {
-            if (!found.isLink) {
-                pending.push_back(std::move(found.path));
-            } else if (!RemoveLink(found.path)) {
-                walk.linkLeft = true;
-            }
+        std::vector<std::string> links;
+        if (ListFolders(current, pending, links)) {
+            walk.unlistedLeft = true;
+        }
+        for (const std::string& link : links) {
+            walk.linkLeft = !RemoveLink(link) || walk.linkLeft;
         }
     }
     return walk;
@@ -169,12 +167,12 @@ Result<bool> DeleteFolderWaiting(const std::string& folder) {
 }
 
 // The line for a file, a folder or a shortcut that is still there.
-RuntimeError LogUnlessGone(frmUnInstProc& form, const Result<bool>& gone, std::string_view kind,
+RuntimeError LogUnlessGone(frmUnInstProc& form, Result<bool> gone, std::string_view kind,
                            const std::string& path) {
     if (!gone.error && !gone.value) {
         form.Log(Joined({kind, Quoted(path), NotDeleted()}));
     }
-    return gone.error;
+    return std::move(gone.error);
 }
 
 }  // namespace
