@@ -12,10 +12,10 @@
 #include "platform/handles.h"
 #include "platform/hosted/registry/text.h"
 #include "tests/support/machine.h"
-#include "tests/support/stage.h"
 #include "tests/support/windows/files.h"
 #include "tests/support/windows/registry.h"
 #include "tests/support/windows/text.h"
+#include "tools/machine/stage.h"
 
 namespace bench {
 namespace {

@@ -1,7 +1,7 @@
 """Makes the table of ./bench out of Google Benchmark's results, and measures what a waiting
 question costs.
 
-    report.py RESULTS.json STAGE_MACHINE UNINSTALL
+    report.py RESULTS.json MACHINE_TOOL UNINSTALL
 
 Everything is a ratio or a share; the exit status is 1 if a limit is exceeded.
 """
@@ -79,9 +79,9 @@ def waiting_share(program, arguments, expected):
         os.close(terminal)
 
 
-def measure_waiting(stage_machine, uninstall):
+def measure_waiting(machine_tool, uninstall):
     with tempfile.TemporaryDirectory() as machine:
-        subprocess.run([stage_machine, machine, "tests/stage", uninstall], check=True)
+        subprocess.run([machine_tool, "stage", machine, "tests/stage", uninstall], check=True)
         folder = os.path.join(machine, "drives/C/Programme/Büro Tessorin")
         question = waiting_share(os.path.join(folder, "UnInstall.exe"), [], "deinstalliert".encode())
         # A read-only program file stays, so that the run ends with the list of problems.

@@ -2,7 +2,6 @@
 #include "platform/hosted/machine.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -111,36 +110,6 @@ void Machine::AppendLine(std::string_view file, std::string_view line) const {
 void Machine::Damaged(const fs::path& file, unsigned line, std::string_view what) {
     const std::string place = line == 0 ? "" : ", line " + std::to_string(line);
     GiveUp(file.string() + place + ": " + std::string(what) + ".");
-}
-
-namespace {
-
-// The folder itself is what is locked.
-struct Lock {
-    Descriptor folder;
-    unsigned depth = 0;
-};
-
-Lock& TheLock() {
-    return Machine::Current().Part<Lock>();
-}
-
-}  // namespace
-
-MachineLock::MachineLock() {
-    Lock& lock = TheLock();
-    if (lock.depth++ == 0) {
-        lock.folder = Descriptor(open(Machine::Current().Folder().c_str(), O_RDONLY | O_CLOEXEC));
-        while (flock(lock.folder.Get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
-    }
-}
-
-MachineLock::~MachineLock() {
-    Lock& lock = TheLock();
-    if (--lock.depth == 0) {
-        lock.folder.Close();
-    }
 }
 
 }  // namespace hosted

@@ -22,8 +22,6 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <typeindex>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/hosted/win32.h"
@@ -47,8 +45,9 @@ std::string FromDos(std::string_view dos);
 // ---- what machine.ini says ---------------------------------------------------------
 struct Denial {       // [denied]  HKEY_LOCAL_MACHINE\Software\X=set,delete
     std::string key;  // full name, root first
-    bool query = false, set = false, create = false, enumerate = false, deleting = false;
+    REGSAM rights = 0;
 };
+inline constexpr REGSAM kDeleteRight = 0x10000;  // DELETE, among the standard rights
 // What happens to a call. A call is named by process, function, occurrence and argument:
 //
 //     [faults]
@@ -126,17 +125,8 @@ class Machine {
     void AppendLine(std::string_view file, std::string_view line) const;
     // A damaged file: the sentence on stderr, exit status 2. Line 0 stands for the whole.
     [[noreturn]] static void Damaged(const fs::path& file, unsigned line, std::string_view what);
-    // What a part of this layer remembers about the machine: made on first use, forgotten
-    // with the machine. One object for each type.
-    template <typename T>
-    T& Part() {
-        std::shared_ptr<void>& slot = parts_[typeid(T)];
-        if (slot == nullptr) {
-            slot = std::make_shared<T>();
-        }
-        return *static_cast<T*>(slot.get());
-    }
-    // The same, one for each folder of this layer, which alone knows what is in it.
+    // What each folder of this layer, which alone knows what is in it, remembers about the
+    // machine: made on first use, forgotten with the machine.
     std::shared_ptr<struct FilesState> files;
     std::shared_ptr<struct RegistryState> registry;
     std::shared_ptr<struct ProcessState> process;
@@ -153,18 +143,16 @@ class Machine {
     Settings settings_;
     std::string module_;
     std::string role_ = "test";  // until a program of the machine says what it is
-    std::unordered_map<std::type_index, std::shared_ptr<void>> parts_;
 };
 
-// Holds the machine for this process alone while it changes something that other
-// processes read. May be nested.
-class MachineLock {
- public:
-    MachineLock();
-    ~MachineLock();
-    MachineLock(const MachineLock&) = delete;
-    MachineLock& operator=(const MachineLock&) = delete;
-};
+// The state of a folder of this layer, made on first use.
+template <typename State>
+State& StateIn(std::shared_ptr<State>& slot) {
+    if (slot == nullptr) {
+        slot = std::make_shared<State>();
+    }
+    return *slot;
+}
 
 // Whether the program itself is running, not this layer on its behalf: only then is its
 // memory counted.
@@ -223,7 +211,7 @@ class Call {
     // Does the work, which gives a code, unless the call is refused; then as Done.
     template <typename Work>
     BOOL Run(Work work) {
-        return Done(Refused() ? code_ : work());
+        return Done(Refused() ? code_ : static_cast<DWORD>(work()));
     }
     LSTATUS Result(LSTATUS code);
 

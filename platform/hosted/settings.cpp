@@ -20,11 +20,11 @@ const std::map<std::string, Fault::Kind> kKinds{{"less", Fault::Kind::Less},
                                                 {"stop", Fault::Kind::Stop},
                                                 {"kill-before", Fault::Kind::KillBefore},
                                                 {"kill-after", Fault::Kind::KillAfter}};
-const std::map<std::string, bool Denial::*> kRights{{"query", &Denial::query},
-                                                    {"set", &Denial::set},
-                                                    {"create", &Denial::create},
-                                                    {"enumerate", &Denial::enumerate},
-                                                    {"delete", &Denial::deleting}};
+const std::map<std::string, REGSAM> kRights{{"query", KEY_QUERY_VALUE},
+                                            {"set", KEY_SET_VALUE},
+                                            {"create", KEY_CREATE_SUB_KEY},
+                                            {"enumerate", KEY_ENUMERATE_SUB_KEYS},
+                                            {"delete", kDeleteRight}};
 const std::set<std::string> kFolders{"temp", "system", "windows", "common-programs", "programs"};
 
 class Reader {
@@ -98,7 +98,7 @@ class Reader {
             if (known == kRights.end()) {
                 Wrong("no access right is called", right);
             }
-            denial.*known->second = true;
+            denial.rights |= known->second;
         }
         settings_.denied.push_back(denial);
     }

@@ -55,6 +55,7 @@ unsigned char UpperOf(unsigned char code) {
 }  // namespace
 
 std::string ToUtf8(std::string_view ansi) {
+    const LayerScope layer;  // also for the argument of a call that has yet to begin
     std::string utf8;
     for (const char code : ansi) {
         utf8 += Utf8().at(static_cast<unsigned char>(code));

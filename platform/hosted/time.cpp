@@ -5,36 +5,22 @@
 #include "platform/hosted/clock.h"
 #include "platform/hosted/machine.h"
 
-namespace hosted {
-
-DWORD Ticks() {
-    const Machine& machine = Machine::Current();
-    const Settings& settings = machine.GetSettings();
-    if (!settings.realClock) {
-        return settings.clockStart + machine.passed;
-    }
-    const auto elapsed = std::chrono::steady_clock::now() - machine.start;
-    const auto count = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
-    return settings.clockStart + static_cast<DWORD>(count);
-}
-
-void Pass(DWORD milliseconds) {
-    if (Machine::Current().GetSettings().realClock) {
-        ReallyWait(milliseconds);
+void hosted::Pass(DWORD milliseconds) {
+    Machine& machine = Machine::Current();
+    if (machine.GetSettings().realClock) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     } else {
-        Machine::Current().passed += milliseconds;
+        machine.passed += milliseconds;
     }
 }
-
-void ReallyWait(DWORD milliseconds) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-}
-
-}  // namespace hosted
 
 DWORD WINAPI GetTickCount() {
     const hosted::Call call("GetTickCount");
-    return hosted::Ticks();
+    const hosted::Machine& machine = hosted::Machine::Current();
+    const auto elapsed = std::chrono::steady_clock::now() - machine.start;
+    const auto real = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
+    return machine.GetSettings().clockStart +
+           (machine.GetSettings().realClock ? static_cast<DWORD>(real) : machine.passed);
 }
 
 void WINAPI Sleep(DWORD milliseconds) {

@@ -1,18 +1,23 @@
 #include "tests/faults/judge.h"
 
+#include <strings.h>
+
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
+#include <cstring>
 #include <regex>
 #include <set>
 #include <sstream>
 
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {
 
-// What may stay, or happen, without a word, and which fault may do that: "ADDRESS=WAY".
+// What may keep the first run from asking whether to begin.
+constexpr const char* kAsks = "first (MessageBoxA|HeapAlloc) .*";
+
+// What may stay, or happen, without a word, and which fault ("ADDRESS=WAY") may do that.
 struct Silence {
     const char* fault;
     const char* thing;
@@ -21,42 +26,39 @@ const Silence kSilences[] = {
     // The maker's key, empty: it goes only when it can be seen to be empty.
     {R"(copy Reg(OpenKeyEx|EnumKey)A .*\\Software\\Verlonix[:=].*)", R"(.*\\Software\\Verlonix)"},
     // All other users' settings: without the list of hives nobody knows whose there are.
-    {R"(copy Reg(OpenKeyEx|EnumKey)A HKEY_USERS(:enumerate|\\\\)?=.*)",
+    {R"(copy Reg(OpenKeyEx|EnumKey)A HKEY_USERS(:enumerate|\\)?=.*)",
      R"(HKEY_USERS\\(?!.*-1000\\).*\\Software\\Verlonix.*)"},
     // A verb's command: most file types are not ours, and those that cannot be read none of our
     // business.
     {R"(copy Reg(OpenKeyEx|EnumKey|QueryValueEx)A HKEY_CLASSES_ROOT.*)", R"(.*\\command\|)"},
-    // The group of all users: without their menu the group is the one in the user's own.
-    {"copy SHGet.*", R"(C:\\Dokumente und Einstellungen\\.*\\Programme\\Tessorin(\\.*)?)"},
     // Whose a browser's editor was, when the command that told it is gone.
     {R"(copy .* HKEY_CURRENT_USER\\.*Default.* Editor\\shell\\edit\\command.*=gone)",
      R"(.*Default.* Editor(\\shell.*|\|Description))"},
+    // The group of all users: without their menu the group is the one in the user's own.
+    {"copy SHGet.*", R"(C:\\Dokumente und Einstellungen\\.*\\Programme\\Tessorin(\\.*)?)"},
     // A report that cannot be shown ends the program; a question counts as No.
     {"copy MessageBoxA Der folgende Fehler .*", ".*"},
     {"copy MessageBoxA Sollen die Windows-.*", R"(HKEY_.*\\(Classes|Internet Explorer|HTML)\\.*)"},
-    {"first MessageBoxA .*", ".*"},
+    {kAsks, ".*"},
     // The interpreter that cannot delete the files of the hand-over has no window.
     {"script DeleteFileA .*", R"(C:\\windows\\Temp\\UnInstall\..*)"},
 };
 
-// Failures in the first run that are none for its user.
+// What may go wrong in the first run without being the end of it.
 constexpr const char* kHarmless =
-    "first (AllowSetForegroundWindow|CloseHandle|FindClose|DeleteFileA|FindFirstFileA|OpenFile) .*";
+    // A copy that cannot be held is a copy all the same; a script is tried again.
+    "first ((AllowSetForegroundWindow|CloseHandle|DeleteFileA|Find(Close|FirstFileA)|OpenFile|"
+    "SetFileAttributesA|CreateWindowExA) .*|CreateFileA .*\\\\UnInstall\\.(exe|bat)=.*|"
+    ".*=(gone|less))";
 
 bool Matches(const std::string& text, const char* pattern) {
     return std::regex_match(text, std::regex(pattern));
 }
 
-bool Contains(const std::string& text, std::string_view part) {
-    return text.find(part) != std::string::npos;
-}
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
-        return character < 0x80 ? static_cast<char>(std::tolower(character))
-                                : static_cast<char>(character);
-    });
-    return text;
+// Without regard to the case of ASCII letters: the program's lines need not have the cases in
+// which keys are stored.
+bool Contains(const std::string& text, const std::string& part) {
+    return strcasestr(text.c_str(), part.c_str()) != nullptr;
 }
 
 std::string At(const Things& things, const std::string& thing) {
@@ -70,32 +72,32 @@ struct Told {
     bool success = false;   // that everything is gone
     bool problems = false;  // the completion dialog was shown
     bool ended = false;     // that the run ends here, by itself or as the user wished
-    std::string lines;      // the dialog's, and reports that were passed over, in lower case
+    std::string lines;      // the dialog's, and reports that were passed over
 };
 
 bool SaysTheEnd(const std::string& line) {
-    return (line.starts_with("[x] *Yes No") && Contains(line, "das Programm wird beendet")) ||
+    return Contains(line, "das Programm wird beendet.") || line == InUse("Cancel") ||
            Contains(line, "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar.") ||
-           Contains(line, "Unbekanntes Befehlszeilenargument") || line == InUse("Cancel") ||
-           Contains(line, " -> Abort: ");
+           Contains(line, "Unbekanntes Befehlszeilenargument") || Contains(line, " -> Abort: ");
 }
 
 Told WhatWasTold(const Outcome& outcome) {
     const std::set<std::string> usual{Progress(), Confirmation(), ResetQuestion(),
                                       FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder)};
     Told told;
-    told.ended = outcome.errors.starts_with("start ");  // says the interpreter
+    told.ended = Contains(outcome.errors, "start \"");  // says the interpreter
     for (const std::string& line : outcome.shown) {
         if (line == Success()) {
             told.success = true;
         } else if (line.starts_with("frmUnInstDone -> ") || Contains(line, " -> Ignore: ")) {
             told.problems = told.problems || line.starts_with("frm");
-            told.lines += Lower(line) + "\n";
+            told.lines += line + "\n";
         } else if (SaysTheEnd(line)) {
             told.ended = true;
-        } else if (!usual.contains(line) && !Contains(line, " -> Retry: ") &&
-                   !line.starts_with("an answer that does not fit")) {
-            ADD_FAILURE() << "shown: " << line;
+        } else {
+            EXPECT_TRUE(usual.contains(line) || Contains(line, " -> Retry: ") ||
+                        line.starts_with("an answer that does not fit"))
+                << "shown: " << line;
         }
     }
     return told;
@@ -114,186 +116,144 @@ Lines NamesOf(const std::string& thing) {
     return names;
 }
 
-bool IsFileNamed(const std::string& path, const Told& told) {
-    const auto says = [&](const std::string& kind, const std::string& name) {
-        return Contains(told.lines, Lower(kind + " \"" + name + "\" konnte nicht gelöscht"));
+// Whether a line names a thing: one of its own if it has a step of its own, else one for
+// something above it, or a report about a value in a key or below it.
+bool IsNamed(const std::string& thing, const std::string& lines) {
+    const auto says = [&lines](const std::string& kind, const std::string& name) {
+        return Contains(lines, kind + " \"" + name + "\"");
     };
-    const bool inGroup = path.starts_with(kGroupFolder);
-    if (path == kProgramFolder + "\\Tessorin.exe" || path == kProgramFolder + "\\UnInstall.exe") {
-        return says("Datei", path);
+    if (thing.starts_with(kSharedDlls)) {
+        return says("Datei", thing.substr(kSharedDlls.size() + 1)) ||
+               Contains(lines, "gemeinsam genutzten Dateien konnten");
     }
-    if (inGroup && path != kGroupFolder && says("Verknüpfung", path)) {
-        return true;
+    if (thing.starts_with(kGroupFolder)) {  // where no menu can be found, it has no path
+        return says("Verknüpfung", thing) || says("Verzeichnis", thing) ||
+               says("Verzeichnis", "Tessorin");
     }
-    // Where no menu can be found, the line has no path to name.
-    return (inGroup && says("Verzeichnis", "Tessorin")) ||
-           ((!inGroup || path == kGroupFolder) &&
-            says("Verzeichnis", inGroup ? kGroupFolder : kProgramFolder));
-}
-
-// By its own line, by that of a key above it, or by a report about a value in it or below it.
-bool IsKeyNamed(const std::string& key, const Told& told) {
-    for (const std::string& name : NamesOf(key)) {
-        if (Contains(told.lines, Lower("im Schlüssel \"" + name))) {
-            return true;
-        }
-        for (std::string above = name; !above.empty();
-             above.resize(std::min(above.rfind('\\'), above.size()))) {
-            if (Contains(told.lines, Lower("Registrierungsschlüssel \"" + above + "\""))) {
-                return true;
-            }
-            if (!Contains(above, "\\")) {
-                break;
-            }
+    if (thing == kProgramFolder + "\\Tessorin.exe" || thing == kProgramFolder + "\\UnInstall.exe") {
+        return says("Datei", thing);
+    }
+    bool isNamed = !thing.starts_with("HKEY_") && says("Verzeichnis", kProgramFolder);
+    for (std::string name : NamesOf(thing.substr(0, thing.find('|')))) {
+        isNamed = isNamed || Contains(lines, "im Schlüssel \"" + name);
+        for (; Contains(name, "\\"); name.resize(name.rfind('\\'))) {
+            isNamed = isNamed || says("Registrierungsschlüssel", name);
         }
     }
-    return false;
-}
-
-bool IsNamed(const std::string& thing, const Told& told) {
-    const std::size_t bar = thing.find('|');
-    const std::string key = thing.substr(0, bar);
-    if (!thing.starts_with("HKEY_")) {
-        return IsFileNamed(thing, told);
-    }
-    if (key == kSharedDlls) {
-        return Contains(told.lines, Lower("\"" + thing.substr(bar + 1) + "\" konnte")) ||
-               Contains(told.lines, "die gemeinsam genutzten dateien konnten");
-    }
-    return IsKeyNamed(key, told);
+    return isNamed;
 }
 
 // ---- the rules -------------------------------------------------------------------------
 
-class Verdict {
- public:
-    Verdict(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-            const Machine& machine)
-        : fault_(fault),
-          baseline_(baseline),
-          status_(outcome.status),
-          told_(WhatWasTold(outcome)),
-          after_(ThingsOf(machine.Look())),
-          calls_(CallsMade(machine)) {}
+struct Run {
+    const Fault& fault;
+    const Baseline& baseline;
+    Things after;
+    Told told;
+    std::vector<Call> calls;
 
-    void Pass() const {
-        ItHappened();
-        OneEnd();
-        for (const std::string& thing : Foreign(baseline_, after_)) {
-            EXPECT_TRUE(IsExcused(thing)) << "foreign, but changed: " << thing;
-        }
-        for (const std::string& thing : LeftOver(baseline_, after_)) {
-            EXPECT_TRUE(told_.ended || IsNamed(thing, told_) || IsMakerKeyInUse(thing) ||
-                        IsExcused(thing))
-                << "left without a word: " << thing;
-        }
-        HandOver();
-    }
+    [[nodiscard]] std::string Text() const { return fault.call.Address() + "=" + fault.what; }
 
- private:
     void ItHappened() const {
-        const bool isCode = std::isdigit(static_cast<unsigned char>(fault_.what[0])) != 0;
-        EXPECT_TRUE(std::any_of(calls_.begin(), calls_.end(), [&](const Call& call) {
-            return call.Address() == fault_.call.Address() &&
-                   (!isCode || call.result == fault_.what);
-        })) << "nothing has happened";
-        EXPECT_TRUE(status_ == 0 || status_ == 1) << "exit status " << status_;
+        EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [this](const Call& call) {
+            return call.Address() == fault.call.Address() &&
+                   (fault.what == "gone" || fault.what == "less" || fault.what == call.result);
+        })) << "nothing went wrong";
     }
 
     void OneEnd() const {
-        const int ends = int{told_.success} + int{told_.problems} + int{told_.ended};
-        if (ends == 0 && fault_.call.function == "MessageBoxA") {
-            EXPECT_TRUE(fault_.call.role == "copy" || after_ == baseline_.before)
-                << "begun without a confirmation";
-        } else {
-            EXPECT_EQ(ends, 1) << "endings were told";
-        }
+        const int ends = int{told.success} + int{told.problems} + int{told.ended};
+        // Who cannot be asked whether to begin has not begun; the end that cannot be told is one.
+        const bool maySayNothing = Matches(Text(), "copy MessageBoxA .*") ||
+                                   (Matches(Text(), kAsks) && after == baseline.before);
+        EXPECT_TRUE(ends == 1 || (ends == 0 && maySayNothing)) << ends << " endings were told";
         // The first run hands over nothing that it could not make, or make safe.
-        EXPECT_TRUE(fault_.call.role != "first" || !told_.success || fault_.what == "gone" ||
-                    fault_.what == "less" || Matches(fault_.call.Address(), kHarmless))
+        EXPECT_TRUE(fault.call.role != "first" || !told.success || Matches(Text(), kHarmless))
             << "went on as if nothing had happened";
     }
 
-    // Where the script has run, nothing is left in the temporary folder.
-    void HandOver() const {
-        const bool scriptRan = std::any_of(calls_.begin(), calls_.end(),
+    void NothingForeign() const {
+        Lines foreign = Foreign(baseline, after);
+        std::erase_if(foreign, [this](const std::string& thing) { return IsExcused(thing); });
+        EXPECT_TRUE(Same({}, foreign)) << "is foreign, but changed";
+    }
+
+    void NothingWithoutAWord() const {
+        Lines left = LeftOver(baseline, after);
+        std::erase_if(left, [this](const std::string& thing) {
+            return told.ended || IsNamed(thing, told.lines) || IsMakerKeyInUse(thing);
+        });
+        // Where the script has run, nothing is left in the temporary folder.
+        const bool scriptRan = std::any_of(calls.begin(), calls.end(),
                                            [](const Call& call) { return call.role == "script"; });
         for (const std::string& path : HandOverFiles()) {
-            EXPECT_TRUE(At(after_, path) == "nothing" || (told_.ended && !scriptRan) ||
-                        IsExcused(path))
-                << "left in the temporary folder: " << path;
+            left.resize(left.size() + (after.contains(path) && (scriptRan || !told.ended)), path);
         }
+        std::erase_if(left, [this](const std::string& thing) { return IsExcused(thing); });
+        EXPECT_TRUE(Same({}, left)) << "is left without a word";
     }
 
     // A maker's key below which something is still there has to stay.
     [[nodiscard]] bool IsMakerKeyInUse(const std::string& thing) const {
-        const auto below = after_.upper_bound(thing + "\\");
-        return thing.ends_with("\\" + kMakerKey) && below != after_.end() &&
+        const auto below = after.lower_bound(thing + "\\");
+        return thing.ends_with("\\" + kMakerKey) && below != after.end() &&
                below->first.starts_with(thing + "\\");
     }
 
     [[nodiscard]] bool IsExcused(const std::string& thing) const {
-        const std::string fault = fault_.call.Address() + "=" + fault_.what;
-        return (fault_.what == "gone" && HasVanished(thing)) ||
+        return (fault.what == "gone" && HasVanished(thing)) ||
                std::any_of(std::begin(kSilences), std::end(kSilences), [&](const Silence& silence) {
-                   return Matches(fault, silence.fault) && Matches(thing, silence.thing);
+                   return Matches(Text(), silence.fault) && Matches(thing, silence.thing);
                });
     }
 
-    // Whether the fault itself has taken it away.
+    // Whether the fault itself has taken it away, with what the call is about.
     [[nodiscard]] bool HasVanished(const std::string& thing) const {
-        const std::string& argument = fault_.call.argument;
-        const bool isKey = argument.starts_with("HKEY_");
-        std::string top =
-            argument.substr(0, isKey ? argument.find_first_of(":|") : argument.size());
-        top = Lower(top.ends_with('\\') ? top.substr(0, top.size() - 1) : top);
-        const Lines names = NamesOf(thing);
-        return At(after_, thing) == "nothing" &&
+        std::string top = fault.call.argument;
+        top = top.substr(0, top.starts_with("HKEY_") ? top.find_first_of(":|") : top.size());
+        top += top.ends_with('\\') ? "" : "\\";
+        const Lines names = NamesOf(thing.substr(0, thing.find('|')) + "\\");
+        return !after.contains(thing) &&
                std::any_of(names.begin(), names.end(), [&](const std::string& name) {
-                   return Lower(name).starts_with(top) &&
-                          (name.size() == top.size() ||
-                           Contains("\\|", name.substr(top.size(), 1)));
+                   return strncasecmp(name.c_str(), top.c_str(), top.size()) == 0;
                });
     }
-
-    const Fault& fault_;
-    const Baseline& baseline_;
-    int status_;
-    Told told_;
-    Things after_;
-    std::vector<Call> calls_;
 };
 
 }  // namespace
 
+void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
+           const Machine& machine) {
+    EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << "exit status " << outcome.status;
+    const Run run{fault, baseline, ThingsOf(machine.Look()), WhatWasTold(outcome),
+                  CallsMade(machine)};
+    run.ItHappened();
+    run.OneEnd();
+    run.NothingForeign();
+    run.NothingWithoutAWord();
+}
+
 std::vector<Call> CallsMade(const Machine& machine) {
-    const std::string file = machine.HostFolder() + "/calls.txt";
-    std::istringstream lines(ReadBytes(file));
+    std::istringstream lines(ReadBytes(machine.HostFolder() + "/calls.txt"));
     std::vector<Call> calls;
-    for (std::string line; std::getline(lines, line);) {
-        Call call;
-        std::istringstream fields(line);
-        std::string effect;
-        for (std::string* field : {&call.role, &call.function, &call.occurrence, &call.result,
-                                   &effect, &call.argument}) {
-            std::getline(fields, *field, '\t');
-        }
+    Call call;
+    std::string effect;
+    const auto next = [&lines](std::string& field, char end = '\t') {
+        return static_cast<bool>(std::getline(lines, field, end));
+    };
+    while (next(call.role) && next(call.function) && next(call.occurrence) && next(call.result) &&
+           next(effect) && next(call.argument, '\n')) {
         call.changes = effect == "changes";
         calls.push_back(call);
     }
     return calls;
 }
 
-Lines HandOverFiles() {
-    return {kTempFolder + "\\UnInstall.bat", kTempFolder + "\\UnInstall.exe",
-            kTempFolder + "\\UnInstall.pif"};
-}
-
 Things ThingsOf(const State& state) {
     Things things;
     for (const auto& [path, file] : state.files) {
         things[path] =
-            file.attributes + " " + std::to_string(file.size) + " " + std::to_string(file.digest);
+            file.attributes + std::to_string(file.size) + " " + std::to_string(file.digest);
     }
     for (const auto& [key, values] : state.keys) {
         things[key] = "a key";
@@ -304,19 +264,21 @@ Things ThingsOf(const State& state) {
     return things;
 }
 
+Lines HandOverFiles() {
+    return {kTempFolder + "\\UnInstall.bat", kTempFolder + "\\UnInstall.exe",
+            kTempFolder + "\\UnInstall.pif"};
+}
+
 Lines Foreign(const Baseline& baseline, const Things& after) {
-    std::set<std::string> all;
-    for (const Things* things : {&baseline.before, &after}) {
-        for (const auto& [thing, content] : *things) {
-            all.insert(thing);
-        }
+    Things all = baseline.before;
+    all.insert(after.begin(), after.end());
+    for (const std::string& path : HandOverFiles()) {
+        all.erase(path);
     }
-    const Lines handOver = HandOverFiles();
     Lines foreign;
-    for (const std::string& thing : all) {
+    for (const auto& [thing, content] : all) {
         const std::string now = At(after, thing);
-        if (now != At(baseline.before, thing) && now != At(baseline.complete, thing) &&
-            std::find(handOver.begin(), handOver.end(), thing) == handOver.end()) {
+        if (now != At(baseline.before, thing) && now != At(baseline.complete, thing)) {
             foreign.push_back(thing);
         }
     }
@@ -331,11 +293,6 @@ Lines LeftOver(const Baseline& baseline, const Things& after) {
         }
     }
     return left;
-}
-
-void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-           const Machine& machine) {
-    Verdict(fault, baseline, outcome, machine).Pass();
 }
 
 bool WholeMatrix() {

@@ -52,7 +52,7 @@ struct Scenario {
     Lines shown;       // when nothing else goes wrong
     Lines difference;  // likewise
 };
-const std::vector<Scenario>& Scenarios();
+const std::vector<Scenario>& Scenarios();  // the smooth one first
 
 struct BaseRun {
     const Scenario* scenario;
@@ -61,8 +61,6 @@ struct BaseRun {
 };
 // Runs a scenario with its calls recorded; that it does what it should is expected here.
 BaseRun RunScenario(const Scenario& scenario);
-// The complete state is that after the smooth one, which is the first.
-std::vector<BaseRun> RunScenarios();
 
 // Fails the test unless the rules hold for a run with that fault.
 struct Fault {

@@ -4,50 +4,52 @@ namespace support {
 namespace {
 
 const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
-const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-                   Success()};
+const std::string kShortcut = kGroupFolder + "\\Tessorin.lnk";
+const Lines kEarlier{"- file " + kTempFolder + "\\UnInstall.bat",
+                     "- file " + kTempFolder + "\\UnInstall.exe",
+                     "- file " + kTempFolder + "\\UnInstall.pif"};
+
+void StageLinkAndProblem(Machine& machine) {
+    machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
+    machine.Attributes(kShortcut, "R");
+}
+
+void StageUnreadyDrive(Machine& machine) {
+    machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
+}
+
+// An earlier run was interrupted, and the editor is in use at first.
+void StageSecondStart(Machine& machine) {
+    machine.Setting("faults", "first OpenFile 1 " + kEditor + "=32");
+    for (const std::string& path : HandOverFiles()) {
+        machine.File(path, "x");
+    }
+}
+
+std::string UnreadyDrive() {
+    const std::string description = "Datenträger nicht bereit: \"" + kEditor +
+                                    "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)";
+    return Fatal(FatalMessage(description, "6:1:71"), "Yes");
+}
 
 }  // namespace
 
 const std::vector<Scenario>& Scenarios() {
+    const std::string first = Confirmation();
+    const std::string problem =
+        "Die Verknüpfung \"" + kShortcut + "\" konnte nicht gelöscht werden.";
+    const Lines questions{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
     static const std::vector<Scenario> scenarios{
-        {"smooth", [](Machine&) {}, kShown, CompleteRemoval()},
+        {"smooth", [](Machine&) {}, With(With({first}, questions), {Success()}), CompleteRemoval()},
         {"link and problem",
-         [](Machine& machine) {
-             machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
-             machine.Attributes(kGroupFolder + "\\Tessorin.lnk", "R");
-         },
-         {Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
-          ResetQuestion(),
-          Problems({"Die Verknüpfung \"" + kGroupFolder +
-                    "\\Tessorin.lnk\" konnte nicht gelöscht werden."})},
+         StageLinkAndProblem,
+         {first, Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
+          ResetQuestion(), Problems({problem})},
          CompleteRemoval()},
-        {"fatal report",
-         [](Machine& machine) {
-             machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
-         },
-         {Confirmation(), Progress(),
-          Fatal(FatalMessage("Datenträger nicht bereit: \"" + kEditor +
-                                 "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)",
-                             "6:1:71"),
-                "Yes")},
-         {}},
-        {"earlier run, editor in use",
-         [](Machine& machine) {
-             machine.Setting("faults", "first OpenFile 1 " + kEditor + "=32");
-             for (const std::string& path : HandOverFiles()) {
-                 machine.File(path, "x");
-             }
-         },
-         With({}, {Confirmation(), InUse("Retry"), Progress(), FolderNotEmpty(kProgramFolder),
-                   ResetQuestion(), Success()}),
-         [] {
-             Lines lines = CompleteRemoval();
-             for (const std::string& path : HandOverFiles()) {
-                 lines.push_back("- file " + path);
-             }
-             return lines;
-         }()},
+        {"fatal report", StageUnreadyDrive, {first, Progress(), UnreadyDrive()}, {}},
+        {"second start", StageSecondStart,
+         With(With({first, InUse("Retry")}, questions), {Success()}),
+         With(CompleteRemoval(), kEarlier)},
     };
     return scenarios;
 }
@@ -57,20 +59,9 @@ BaseRun RunScenario(const Scenario& scenario) {
     Machine machine;
     machine.Setting("trace", "calls=1");
     scenario.stage(machine);
-    BaseRun run{&scenario, {ThingsOf(machine.Look()), {}}, {}};
+    const Things before = ThingsOf(machine.Look());
     ExpectOutcome(machine.RunFirst({}), scenario.shown, scenario.difference);
-    run.baseline.complete = ThingsOf(machine.Look());
-    run.calls = CallsMade(machine);
-    return run;
-}
-
-std::vector<BaseRun> RunScenarios() {
-    std::vector<BaseRun> runs;
-    for (const Scenario& scenario : Scenarios()) {
-        runs.push_back(RunScenario(scenario));
-        runs.back().baseline.complete = runs.front().baseline.complete;
-    }
-    return runs;
+    return {&scenario, {before, ThingsOf(machine.Look())}, CallsMade(machine)};
 }
 
 }  // namespace support

@@ -1,5 +1,6 @@
 // From the program folder to the end: the first run, the script, the copy.
 #include "common/modGetErrString.h"
+#include "platform/handles.h"
 #include "tests/support/flow.h"
 #include "tests/support/transcript.h"
 
@@ -235,6 +236,68 @@ TEST(HandOver, LeavesTheFirstRunTimeToEnd) {
     ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
     EXPECT_EQ(machine.Calls("SHFileOperationA", file), 4U);
     EXPECT_EQ(machine.Calls("SHFileOperationA", kProgramFolder), 2U);
+}
+
+// Both must be let go right before the start, because the script deletes them.
+TEST(HandOver, HoldsItsFilesUntilTheScriptIsToStart) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.StopAt("first CloseHandle 1 " + kCopy).Begin({});
+    machine.Start(kProgramFolder + "\\UnInstall.exe", "");
+    machine.WaitUntilStopped();
+    machine.Enter();
+    for (const std::string& path : Lines{kScript, kCopy}) {
+        const handles::File writer(CreateFileA(
+            path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+            nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        EXPECT_EQ(GetLastError(), DWORD{ERROR_SHARING_VIOLATION}) << path;
+        EXPECT_FALSE(static_cast<bool>(writer));
+        EXPECT_EQ(DeleteFileA(path.c_str()), FALSE);
+        EXPECT_EQ(CopyFileA("C:\\windows\\Notepad.exe", path.c_str(), FALSE), FALSE);
+    }
+    machine.GoOn();
+    ExpectOutcome(machine.Finish(), kShown, CompleteRemoval());
+}
+
+struct Exchange {
+    const char* before;  // the call before which somebody exchanges what it is about
+    const std::string& path;
+    const char* content;  // null: a link to somebody's letter
+    const char* said;
+};
+
+TEST(HandOver, IsRefusedWhenSomebodyExchangesAFile) {
+    NEEDS_SETTINGS();
+    const std::string letter = "C:\\Brief.txt";
+    for (const Exchange& exchange : std::vector<Exchange>{
+             {"CopyFileA 1 ", kCopy, nullptr, "Beim Kopieren der Datei"},
+             {"CreateFileA 1 ", kCopy, "", ":1:2:75\""},
+             {"CreateFileA 1 ", kScript, nullptr, ":1:2:58\""},
+             {"CreateFileA 2 ", kScript, "del \"C:\\*.*\"", ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, "del \"C:\\windows\\Temp\\UnInstall.pif\"", ":1:2:75\""},
+             {"CreateFileA 1 ", kRecord, nullptr, ":1:3:58\""},
+         }) {
+        SCOPED_TRACE(exchange.before + exchange.path);
+        Machine machine;
+        machine.File(letter, "Inhalt").StopAt("first " + (exchange.before + exchange.path));
+        machine.Begin({});
+        machine.Start(kProgramFolder + "\\UnInstall.exe", "");
+        machine.WaitUntilStopped();
+        machine.Remove(exchange.path);
+        if (exchange.content == nullptr) {
+            machine.Link(exchange.path, letter);
+        } else {
+            machine.File(exchange.path, exchange.content);
+        }
+        machine.GoOn();
+        Outcome outcome = machine.Finish();
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(outcome.shown[1].find(exchange.said), std::string::npos) << outcome.shown[1];
+        std::erase_if(outcome.difference, [](const std::string& line) {
+            return line.starts_with("+ file " + kTempFolder + "\\UnInstall.");
+        });
+        EXPECT_TRUE(SameChanges({}, outcome.difference));
+    }
 }
 
 struct Failure {

@@ -1,5 +1,5 @@
-// The script and the copy while nobody but the program may change them: from writing to
-// starting in the first run, from the start to the end in the copy.
+// The script while its copy runs, when nobody may change it; and the copy where somebody else
+// has something to do with it.
 #include <functional>
 
 #include "platform/win32.h"
@@ -49,16 +49,6 @@ Outcome RunFirstWith(Machine& machine, const std::string& call,
     return machine.Finish();
 }
 
-TEST(HeldFiles, StayUntilTheScriptIsToStart) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    const Outcome outcome = RunFirstWith(machine, "first CloseHandle 1 " + kCopy, [](Machine& at) {
-        ExpectHeld(at, kScript);
-        ExpectHeld(at, kCopy);
-    });
-    ExpectOutcome(outcome, kShown, CompleteRemoval());
-}
-
 // Lines 3 and 4 run as they were written.
 TEST(HeldFiles, TheScriptStaysWhileItsCopyRuns) {
     NEEDS_SETTINGS();
@@ -80,48 +70,6 @@ TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
         machine.Finish();
         EXPECT_EQ(machine.Content(kScript), "del x");
         EXPECT_EQ(CodeOfOpening(kScript, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
-    }
-}
-
-TEST(HeldFiles, AreRefusedWhenSomebodyHasChangedThem) {
-    NEEDS_SETTINGS();
-    // The second opening is the one that holds; the copy is created without any.
-    const std::pair<std::string, std::string> cases[] = {
-        {"first CreateFileA 2 " + kScript, kScript}, {"first CreateFileA 1 " + kCopy, kCopy}};
-    for (const auto& [call, path] : cases) {
-        for (const std::string& other : Lines{"del \"C:\\*.*\"", ""}) {
-            SCOPED_TRACE(path + ": " + other);
-            Machine machine;
-            const Outcome outcome = RunFirstWith(
-                machine, call, [&](Machine& at) { at.File(path, other); }, {"yes", "no"});
-            ExpectOutcome(outcome,
-                          {Confirmation(),
-                           Fatal(FatalMessage("Fehler beim Zugriff auf Pfad/Datei: \"" + path +
-                                                  "\"\\n\\t\\n\\tZugriff verweigert (Fehlercode 5)",
-                                              "1:2:75"),
-                                 "No")},
-                          {"+ file " + kCopy, "+ file " + kScript}, 1);
-        }
-    }
-}
-
-// A link that is put in their place meanwhile is never written through.
-TEST(HeldFiles, AreCreatedAnew) {
-    NEEDS_SETTINGS();
-    for (const std::string& call :
-         Lines{"first CreateFileA 1 " + kScript, "first CopyFileA 1 " + kCopy}) {
-        SCOPED_TRACE(call);
-        const std::string path = call.substr(call.find("C:"));
-        Machine machine;
-        machine.File("C:\\Brief.txt", "x");
-        const Outcome outcome =
-            RunFirstWith(machine, call, [&](Machine& at) { at.Link(path, "C:\\Brief.txt"); },
-                         {"yes", path == kCopy ? "abort" : "no"});
-        EXPECT_EQ(machine.Content("C:\\Brief.txt"), "x");
-        ASSERT_EQ(outcome.shown.size(), 2U);
-        EXPECT_NE(outcome.shown[1].find(path == kCopy ? "(Fehlercode 80)" : ":1:2:58"),
-                  std::string::npos)
-            << outcome.shown[1];
     }
 }
 

@@ -5,7 +5,7 @@
 #include <filesystem>
 
 #include "tests/support/flow.h"
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {

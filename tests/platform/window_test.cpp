@@ -4,7 +4,7 @@
 #include "platform/forms.h"
 #include "platform/hosted/machine.h"
 #include "tests/support/flow.h"
-#include "tests/support/stage.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {

@@ -1,120 +1,54 @@
 #include "tests/support/state.h"
 
 #include <algorithm>
-#include <array>
 
 namespace support {
 namespace {
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 3> kRoots{{
-    {"HKEY_LOCAL_MACHINE", "HKLM"},
-    {"HKEY_USERS", "HKU"},
-    {"HKEY_CLASSES_ROOT", "HKCR"},
-}};
-
-std::string ShortKey(const std::string& key) {
-    for (const auto& [name, brief] : kRoots) {
+std::string ShortKey(std::string key) {
+    for (const auto& [name, brief] :
+         {std::pair("HKEY_LOCAL_MACHINE", "HKLM"), {"HKEY_USERS", "HKU"}}) {
         if (key.starts_with(name)) {
-            return std::string(brief) + key.substr(name.size());
+            key.replace(0, std::string_view(name).size(), brief);
         }
     }
     return key;
 }
 
-std::string Describe(const FileState& file) {
-    std::string text = file.attributes;
-    if (text.find_first_of("DL") == std::string::npos) {
-        text += (text.empty() ? "" : " ") + std::to_string(file.size) + " bytes";
+std::string NameOf(const machine::Item& item) {
+    switch (item.kind) {
+        case machine::Item::Kind::File:
+            return "file " + item.place;
+        case machine::Item::Kind::Folder:
+            return "folder " + item.place;
+        case machine::Item::Kind::Key:
+            return "key " + ShortKey(item.place);
+        case machine::Item::Kind::Value:
+            break;
     }
-    return text;
-}
-
-std::string ValueName(const std::string& key, const std::string& name) {
-    return "value " + ShortKey(key) + "\\" + (name.empty() ? "@" : name);
-}
-
-// Whether something that name lies below is in the list of removed things.
-bool BelowRemoved(const std::vector<std::string>& removed, const std::string& name) {
-    return std::any_of(removed.begin(), removed.end(), [&](const std::string& parent) {
-        return name.size() > parent.size() && name.starts_with(parent) &&
-               name[parent.size()] == '\\';
-    });
-}
-
-void CompareFiles(const State& before, const State& after, std::vector<std::string>& lines) {
-    const auto kind = [](const FileState& file) {
-        return file.attributes.find('D') != std::string::npos ? "folder " : "file ";
-    };
-    std::vector<std::string> removed;
-    for (const auto& [path, file] : before.files) {
-        const auto now = after.files.find(path);
-        if (now == after.files.end()) {
-            if (!BelowRemoved(removed, path)) {
-                lines.push_back("- " + std::string(kind(file)) + path);
-                removed.push_back(path);
-            }
-        } else if (now->second != file) {
-            lines.push_back("~ " + std::string(kind(file)) + path + ": " + Describe(file) + " -> " +
-                            Describe(now->second));
-        }
-    }
-    for (const auto& [path, file] : after.files) {
-        if (!before.files.contains(path)) {
-            lines.push_back("+ " + std::string(kind(file)) + path);
-        }
-    }
-}
-
-void CompareValues(const std::string& key, const Values& before, const Values& after,
-                   std::vector<std::string>& lines) {
-    for (const auto& [name, value] : before) {
-        const auto now = after.find(name);
-        if (now == after.end()) {
-            lines.push_back("- " + ValueName(key, name));
-        } else if (now->second != value) {
-            lines.push_back("~ " + ValueName(key, name) + ": " + value + " -> " + now->second);
-        }
-    }
-    for (const auto& [name, value] : after) {
-        if (!before.contains(name)) {
-            lines.push_back("+ " + ValueName(key, name) + ": " + value);
-        }
-    }
-}
-
-void CompareKeys(const State& before, const State& after, std::vector<std::string>& lines) {
-    std::vector<std::string> removed;
-    for (const auto& [key, values] : before.keys) {
-        const auto now = after.keys.find(key);
-        if (now != after.keys.end()) {
-            CompareValues(key, values, now->second, lines);
-        } else if (!BelowRemoved(removed, key)) {
-            lines.push_back("- key " + ShortKey(key));
-            removed.push_back(key);
-        }
-    }
-    for (const auto& [key, values] : after.keys) {
-        if (!before.keys.contains(key)) {
-            lines.push_back("+ key " + ShortKey(key));
-            CompareValues(key, {}, values, lines);
-        }
-    }
+    return "value " + ShortKey(item.place) + "\\" + (item.name.empty() ? "@" : item.name);
 }
 
 }  // namespace
 
-std::uint64_t Digest(std::string_view bytes) {
-    std::uint64_t digest = 0xcbf29ce484222325U;
-    for (const char byte : bytes) {
-        digest = (digest ^ static_cast<unsigned char>(byte)) * 0x100000001b3U;
-    }
-    return digest;
-}
-
 std::vector<std::string> Difference(const State& before, const State& after) {
     std::vector<std::string> lines;
-    CompareFiles(before, after, lines);
-    CompareKeys(before, after, lines);
+    std::string gone;  // the last folder or key that is gone; what is below it comes behind it
+    for (const machine::Item& item : machine::Compare(before, after)) {
+        const bool isValue = item.kind == machine::Item::Kind::Value;
+        if (item.same || (!gone.empty() && (item.place + '\\').starts_with(gone))) {
+            continue;
+        }
+        std::string line = (!item.after ? "- " : item.before ? "~ " : "+ ") + NameOf(item);
+        if (item.before && item.after) {
+            line += ": " + *item.before + " -> " + *item.after;
+        } else if (isValue && item.after) {
+            line += ": " + *item.after;
+        } else if (!isValue && !item.after) {
+            gone = item.place + '\\';
+        }
+        lines.push_back(line);
+    }
     return lines;
 }
 

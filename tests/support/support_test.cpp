@@ -35,7 +35,7 @@ TEST(Difference, ShowsEveryKindOfChange) {
     after.keys["HKEY_USERS\\U"][""] = "\"new\"";
     const std::vector<std::string> expected{
         "~ file C:\\A\\x: 1 bytes -> 1 bytes",
-        "~ file C:\\A\\y: R 1 bytes -> 1 bytes",
+        "~ file C:\\A\\y: 1 bytes, R -> 1 bytes",
         "- file C:\\A b",
         "+ folder C:\\B",
         "- key HKLM\\K\\Sub",
@@ -79,7 +79,7 @@ TEST(StagedMachine, ShowsItsChanges) {
         .RemoveKey(kHklm + kMakerKey);
     const std::vector<std::string> expected{
         "- folder " + kGroupFolder,
-        "~ file " + kProgramFolder + "\\Lizenz.txt: R 1840 bytes -> 1840 bytes",
+        "~ file " + kProgramFolder + "\\Lizenz.txt: 1840 bytes, R -> 1840 bytes",
         "+ file C:\\neu\\ä.txt",
         "+ folder C:\\neu",
         "- key HKLM\\Software\\Verlonix",

@@ -167,6 +167,19 @@ TEST(Removal, DeletesALinkButNotWhereItLeads) {
     ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
 }
 
+// The code page has none of these letters: such a folder is entered by its short name, and both
+// look alike by their long ones.
+TEST(Removal, TakesNamesThatTheCodePageLacks) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    for (const std::string& folder : Lines{"\\Ελλάδα", "\\Κύπρος"}) {
+        machine.File(kProgramFolder + folder + "\\Γράμμα.txt", "x", "R");
+        machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
+    }
+    machine.File(kProgramFolder + "\\Я.txt", "x");
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+}
+
 TEST(Removal, FallsBackToTheUsersOwnMenu) {
     NEEDS_SETTINGS();
     const std::string own =

@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 
 #include "platform/hosted/files/files.h"
 
@@ -13,8 +12,7 @@ namespace hosted {
 namespace {
 
 constexpr std::size_t kLongestPath = MAX_PATH - 1;
-constexpr DWORD kInvalidLevel = 124;  // for a relative path
-constexpr DWORD kRootFolder = 0x74;   // "the source is a root folder"
+constexpr DWORD kRootFolder = 0x74;  // "the source is a root folder"
 
 // Deletes a file, a link (never what it points to) or an empty folder, unless somebody
 // stands against it. Result: a Win32 code.
@@ -52,17 +50,18 @@ DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
     Descriptor source;
     Descriptor target;
     constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    DWORD code = OpenAs(from, {GENERIC_READ, kShare, OPEN_EXISTING, 0}, source);
-    const fs::path host = LocateTarget(from).host;
+    DWORD code = OpenAs(from, {GENERIC_READ, kShare, OPEN_EXISTING}, source);
     if (code == ERROR_SUCCESS) {
-        const DWORD disposition = failIfExists ? CREATE_NEW : CREATE_ALWAYS;
-        code = OpenAs(to, {GENERIC_WRITE, 0, disposition, KeptAttributes(host)}, target);
+        code = OpenAs(to, {GENERIC_WRITE, 0, failIfExists ? CREATE_NEW : 0}, target);
     }
-    if (code != ERROR_SUCCESS && code != ERROR_ALREADY_EXISTS) {
+    if (code != ERROR_SUCCESS) {
         return code;
     }
+    const fs::path host = LocateTarget(to).host;
+    const fs::path original = LocateTarget(from).host;
     std::error_code error;
-    fs::copy_file(host, LocateTarget(to).host, fs::copy_options::overwrite_existing, error);
+    fs::copy_file(original, host, fs::copy_options::overwrite_existing, error);
+    KeepAttributes(host, KeptAttributes(original));
     return CodeOfErrno(error.value());
 }
 
@@ -91,9 +90,6 @@ DWORD DeleteTree(const fs::path& host, std::size_t length) {
 
 DWORD DeleteByShell(std::string_view path) {
     const Place place = Locate(path);
-    if (path.size() < 3 || path[1] != ':') {
-        return kInvalidLevel;
-    }
     if (!place.Exists() || place.IsRoot()) {
         return place.Exists() ? kRootFolder : place.code;
     }
@@ -117,25 +113,18 @@ BOOL WINAPI RemoveDirectoryA(LPCSTR path) {
     return call.Run([&] { return hosted::DeletePlace(hosted::Locate(path), true); });
 }
 
-// An existing target is overwritten unless failIfExists (80) or it is read-only or hidden
-// (5), running or open (32).
+// An existing target is overwritten unless failIfExists (80) or it is read-only (5), running
+// or open (32).
 BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
     hosted::Call call("CopyFileA", target, hosted::Call::Changes);
     return call.Run([&] { return hosted::Copy(source, target, failIfExists != 0); });
 }
 
-// Only FO_DELETE, without questions: read-only items go as well. pFrom: full paths, each
-// with its NUL, one more NUL behind the last. Result: 0, or the code of the first item that
-// stays.
+// Only FO_DELETE of one item, without questions: read-only ones go as well. Result: 0, or the
+// code of the first item that stays.
 int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
     hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
-    DWORD failure = call.Code();
-    call.Run([&] {
-        for (LPCSTR path = operation->pFrom; *path != '\0'; path += std::strlen(path) + 1) {
-            const DWORD code = hosted::DeleteByShell(path);
-            failure = failure == ERROR_SUCCESS ? code : failure;
-        }
-        return failure;
-    });
-    return static_cast<int>(failure);
+    DWORD code = call.Code();
+    call.Run([&] { return code = hosted::DeleteByShell(operation->pFrom); });
+    return static_cast<int>(code);
 }

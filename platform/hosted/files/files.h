@@ -69,10 +69,11 @@ HANDLE AddHandle(Handle handle);
 // Nothing, without a file, where there is no such handle.
 Handle& HandleBehind(HANDLE handle);
 
+// Opens a file; result: a Win32 code. CREATE_NEW refuses one that is there, OPEN_EXISTING one
+// that is not, any other disposition neither.
 struct Wish {
-    DWORD access, share, disposition, attributes;
+    DWORD access, share, disposition;
 };
-// Opens a file; result: a Win32 code, 183 where CREATE_ALWAYS has replaced one.
 DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file);
 // Whether somebody has it open without letting others delete it.
 bool IsHeld(const Descriptor& file);
@@ -92,6 +93,8 @@ struct FilesState {
     Descriptor occupied;
     std::optional<std::map<std::string, DWORD>> attributes;  // by the path's capitals
 };
-FilesState& Files();
+inline FilesState& Files() {
+    return StateIn(Machine::Current().files);
+}
 
 }  // namespace hosted

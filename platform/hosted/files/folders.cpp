@@ -2,6 +2,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
+
 #include "platform/hosted/files/files.h"
 
 // What the shell calls an item list stands for a folder here.
@@ -22,10 +24,10 @@ std::string KnownFolder(const char* name) {
 }
 
 // Writes a path as the Get...Path functions do: its length, or with too small a buffer the
-// size needed, its NUL included. "less": it does not fit.
+// size needed, its NUL included. "less": it has become longer than the buffer.
 DWORD Give(const Call& call, const std::string& path, LPSTR buffer, DWORD size) {
     if (size <= path.size() || call.Less()) {
-        return static_cast<DWORD>(path.size() + 1);
+        return std::max(static_cast<DWORD>(path.size() + 1), call.Less() ? size + 1 : 0);
     }
     buffer[path.copy(buffer, size)] = '\0';
     return static_cast<DWORD>(path.size());
@@ -76,7 +78,7 @@ Descriptor Occupy(const fs::path& host) {
 
 }  // namespace hosted
 
-// The path ends in a backslash; whether the folder exists is not looked at.
+// Whether the folder exists is not looked at.
 DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer) {
     hosted::Call call("GetTempPathA");
     return hosted::GiveKnown(call, "temp", buffer, size);

@@ -51,33 +51,19 @@ DWORD CheckPlace(const Place& place, const Wish& wish) {
         const bool creates = wish.disposition != OPEN_EXISTING;
         return place.code == ERROR_FILE_NOT_FOUND && creates ? ERROR_SUCCESS : place.code;
     }
-    if (wish.disposition == CREATE_NEW) {
-        return ERROR_FILE_EXISTS;
-    }
-    // A file is not replaced by one that would lose its being hidden or of the system.
-    const DWORD kept = KeptAttributes(place.host);
-    const DWORD guarded = wish.disposition == CREATE_ALWAYS ? kept & ~wish.attributes : 0;
     const bool writes = (wish.access & GENERIC_WRITE) != 0;
-    const bool refused =
-        place.IsFolder() || guarded != 0 || (writes && (kept & FILE_ATTRIBUTE_READONLY) != 0);
-    return refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
+    const bool isReadOnly = (KeptAttributes(place.host) & FILE_ATTRIBUTE_READONLY) != 0;
+    return wish.disposition == CREATE_NEW               ? ERROR_FILE_EXISTS
+           : place.IsFolder() || (writes && isReadOnly) ? ERROR_ACCESS_DENIED
+                                                        : ERROR_SUCCESS;
 }
 
 // Opens a file as a handle; INVALID_HANDLE_VALUE on failure.
 HANDLE Open(Call& call, const char* path, const Wish& wish) {
     Handle handle;
     handle.name = path;
-    DWORD replaced = 0;  // what success leaves as the last error code
-    const BOOL opened = call.Run([&] {
-        const DWORD code = OpenAs(path, wish, handle.file);
-        replaced = code == ERROR_ALREADY_EXISTS ? code : 0;
-        return code - replaced;
-    });
-    if (opened == FALSE) {
-        return INVALID_HANDLE_VALUE;
-    }
-    SetLastError(replaced);
-    return AddHandle(std::move(handle));
+    const BOOL opened = call.Run([&] { return OpenAs(path, wish, handle.file); });
+    return opened != FALSE ? AddHandle(std::move(handle)) : INVALID_HANDLE_VALUE;
 }
 
 // It is closed even where a fault tells the program otherwise.
@@ -94,14 +80,6 @@ DWORD Moved(ssize_t size, LPDWORD moved) {
 }
 
 }  // namespace
-
-FilesState& Files() {
-    std::shared_ptr<FilesState>& files = Machine::Current().files;
-    if (files == nullptr) {
-        files = std::make_shared<FilesState>();
-    }
-    return *files;
-}
 
 HANDLE AddHandle(Handle handle) {
     // Never used twice, so that a handle used after it was closed is noticed; small, since
@@ -128,17 +106,7 @@ DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file) {
     if (!file) {
         return CodeOfErrno(errno);
     }
-    if (!Claim(file, wish.access, wish.share)) {
-        return ERROR_SHARING_VIOLATION;
-    }
-    const bool replaces = place.Exists() && wish.disposition == CREATE_ALWAYS;
-    if (replaces && ftruncate(file.Get(), 0) != 0) {
-        return CodeOfErrno(errno);
-    }
-    if (replaces || !place.Exists()) {
-        KeepAttributes(place.host, wish.attributes);
-    }
-    return replaces ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS;
+    return Claim(file, wish.access, wish.share) ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
 }
 
 bool IsHeld(const Descriptor& file) {
@@ -147,14 +115,13 @@ bool IsHeld(const Descriptor& file) {
 
 }  // namespace hosted
 
-// Success with CREATE_ALWAYS on a file that was there leaves 183 as the last error code.
-// flags: attributes of a new file. Write-through needs nothing here: what is written is
-// seen by every process at once and outlives a kill.
+// CREATE_NEW or OPEN_EXISTING. No flag needs anything here: what is written is seen by every
+// process at once and outlives a kill, and no new file has attributes.
 HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*security*/,
-                          DWORD disposition, DWORD flags, HANDLE /*templateFile*/) {
+                          DWORD disposition, DWORD /*flags*/, HANDLE /*templateFile*/) {
     const bool opensOnly = disposition == OPEN_EXISTING && (access & GENERIC_WRITE) == 0;
     hosted::Call call("CreateFileA", path, opensOnly ? hosted::Call::Looks : hosted::Call::Changes);
-    return hosted::Open(call, path, {access, share, disposition, flags & hosted::kKeptAttributes});
+    return hosted::Open(call, path, {access, share, disposition});
 }
 
 // Only OF_WRITE, in the compatibility sharing mode, which shares reading and writing.
@@ -165,7 +132,7 @@ HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
         return HFILE_ERROR;
     }
     constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
-    const HANDLE handle = hosted::Open(call, path, {GENERIC_WRITE, kShare, OPEN_EXISTING, 0});
+    const HANDLE handle = hosted::Open(call, path, {GENERIC_WRITE, kShare, OPEN_EXISTING});
     return static_cast<HFILE>(reinterpret_cast<std::intptr_t>(handle));
 }
 

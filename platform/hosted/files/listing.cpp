@@ -87,7 +87,7 @@ std::vector<Entry> List(const fs::path& folder) {
 }
 
 fs::path Find(const fs::path& folder, std::string_view name) {
-    const fs::path exact = folder / ToUtf8(name);
+    fs::path exact = folder / ToUtf8(name);
     std::error_code error;
     if (fs::exists(fs::symlink_status(exact, error))) {
         return exact;

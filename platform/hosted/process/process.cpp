@@ -10,14 +10,6 @@
 
 namespace hosted {
 
-ProcessState& Process() {
-    std::shared_ptr<ProcessState>& process = Machine::Current().process;
-    if (process == nullptr) {
-        process = std::make_shared<ProcessState>();
-    }
-    return *process;
-}
-
 void SetArguments(std::string_view arguments) {
     std::string& line = Process().commandLine;
     line = '"' + Machine::Current().ModulePath() + '"';
@@ -49,11 +41,13 @@ HANDLE WINAPI GetProcessHeap() {
 
 // The program's own memory only: what this layer needs for itself is no call of the program.
 LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
-    if (!hosted::InProgram()) {
-        return std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc): the heap is libc's
+    bool refused = false;
+    if (hosted::InProgram()) {
+        const hosted::Call call("HeapAlloc");
+        refused = call.Refused();
     }
-    const hosted::Call call("HeapAlloc");
-    return call.Refused() ? nullptr : std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc, cppcoreguidelines-owning-memory): libc's heap
+    return refused ? nullptr : std::malloc(bytes);
 }
 
 BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
@@ -68,16 +62,13 @@ LPSTR WINAPI GetCommandLineA() {
     return hosted::Process().commandLine.data();
 }
 
-// Too small a buffer: its size, with 122. The program's has room for every path there is.
+// The program's buffer has room for every path there is.
 DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
-    hosted::Call call("GetModuleFileNameA");
+    const hosted::Call call("GetModuleFileNameA");
     const std::string& path = hosted::Machine::Current().ModulePath();
-    const bool fits = path.size() < size;
-    if (call.Run([&] { return fits ? ERROR_SUCCESS : ERROR_INSUFFICIENT_BUFFER; }) == FALSE) {
-        return call.Refused() ? 0 : size;
-    }
-    buffer[path.copy(buffer, size)] = '\0';
-    return static_cast<DWORD>(path.size());
+    const std::size_t length = call.Refused() ? 0 : path.copy(buffer, size - 1);
+    buffer[length] = '\0';
+    return static_cast<DWORD>(length);
 }
 
 // The interpreter here is this layer's own and reads no variable.

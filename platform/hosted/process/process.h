@@ -36,6 +36,8 @@ struct ProcessState {
     std::string commandLine;
     Descriptor program;  // its file, while it runs
 };
-ProcessState& Process();
+inline ProcessState& Process() {
+    return StateIn(Machine::Current().process);
+}
 
 }  // namespace hosted

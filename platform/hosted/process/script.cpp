@@ -76,45 +76,42 @@ ScriptCommand CommandOf(const std::string& text) {
 }
 
 // Hidden and system files are nothing that the command finds.
-DWORD Delete(const std::string& path) {
+BOOL Delete(const std::string& path) {
     const Place place = Locate(path);
     constexpr DWORD kPassedOver =
         FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DIRECTORY;
-    if (!place.Exists() || (AttributesOf(place) & kPassedOver) != 0) {
-        return ERROR_SUCCESS;
-    }
-    return DeleteFileA(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
+    const bool finds = place.Exists() && (AttributesOf(place) & kPassedOver) == 0;
+    return finds ? DeleteFileA(path.c_str()) : TRUE;
 }
 
-DWORD StartAndWait(const ScriptCommand& command) {
-    Call call("CreateProcessA", ToUtf8(command.item), Call::Changes);
-    const Place place = LocateTarget(command.item);
-    if (call.Refused() || !place.Exists()) {
-        return call.Refused() ? call.Code() : place.code;
+DWORD Start(const Place& place, std::string arguments, pid_t& process) {
+    if (!place.Exists()) {
+        return place.code;
     }
     std::string program = place.host;
-    std::string arguments = ToUtf8(command.arguments);
     const std::array<char*, 3> words{program.data(), arguments.empty() ? nullptr : arguments.data(),
                                      nullptr};
+    const int error =
+        posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ);
+    return error != 0 ? kBadProgram : ERROR_SUCCESS;
+}
+
+BOOL StartAndWait(const ScriptCommand& command) {
     pid_t process = 0;
-    if (posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ) != 0) {
-        return kBadProgram;
-    }
-    waitpid(process, nullptr, 0);
-    return ERROR_SUCCESS;
+    const BOOL started = Call("CreateProcessA", command.item.c_str(), Call::Changes).Run([&] {
+        return Start(LocateTarget(command.item), ToUtf8(command.arguments), process);
+    });
+    return started != FALSE && waitpid(process, nullptr, 0) == process ? TRUE : FALSE;
 }
 
 void Run(const ScriptCommand& command) {
+    const std::string item = ToUtf8(command.item);
     const bool deletes = command.kind == ScriptCommand::Kind::Delete;
     if (command.kind == ScriptCommand::Kind::Unknown) {
-        Machine::Current().AppendLine("log.txt", "unknown command: " + ToUtf8(command.item));
-        return;
-    }
-    const DWORD code = deletes ? Delete(command.item) : StartAndWait(command);
-    if (code != ERROR_SUCCESS) {
-        std::ostringstream line;
-        line << (deletes ? "del \"" : "start \"") << ToUtf8(command.item) << "\": error " << code;
-        Machine::Current().AppendLine("log.txt", line.str());
+        Machine::Current().AppendLine("log.txt", "unknown command: " + item);
+    } else if ((deletes ? Delete(command.item) : StartAndWait(command)) == FALSE) {
+        Machine::Current().AppendLine("log.txt", (deletes ? "del \"" : "start \"") + item +
+                                                     "\": error " + std::to_string(GetLastError()));
     }
 }
 

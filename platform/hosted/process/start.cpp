@@ -1,9 +1,8 @@
 // Starting a script: the one thing that the program starts.
-#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <csignal>
 
 #include "platform/hosted/files/files.h"
@@ -24,9 +23,8 @@ namespace {
     std::error_code error;  // a folder that has gone since is nobody's
     fs::current_path(folder.host, error);
     SetCurrentFolder(folder.path);
-    char nothing = 0;
-    while (read(3, &nothing, 1) < 0 && errno == EINTR) {
-    }
+    pollfd end{3, POLLIN, 0};
+    poll(&end, 1, -1);
     RunScript(script);
     Machine::Leave();
     _exit(0);
@@ -39,16 +37,11 @@ DWORD StartScript(const char* path, const char* folder) {
         return script.Exists() ? ERROR_DIRECTORY : script.code;
     }
     SaveRegistry();  // those who come next read it
-    // This process keeps one end for as long as it lives.
-    std::array<int, 2> life{};
-    if (pipe2(life.data(), O_CLOEXEC) != 0) {
-        return CodeOfErrno(errno);
-    }
-    const pid_t process = fork();
+    const Descriptor self(static_cast<int>(syscall(SYS_pidfd_open, getpid(), 0)));
+    const pid_t process = self ? fork() : -1;
     if (process == 0) {
-        BecomeInterpreter(script.path, place, life[0]);
+        BecomeInterpreter(script.path, place, self.Get());
     }
-    close(life[0]);
     return process < 0 ? ERROR_NOT_ENOUGH_MEMORY : ERROR_SUCCESS;
 }
 

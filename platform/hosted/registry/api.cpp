@@ -33,6 +33,7 @@ std::string NameBelow(const std::string& name, LPCSTR subKey) {
 
 // The name of a key below a handle's as the program has opened it, root first.
 std::string KeyName(HKEY handle, LPCSTR subKey = nullptr) {
+    const LayerScope layer;  // names are made before their call, and not by the program
     const OpenedKey* const key = Find(handle);
     return NameBelow(key == nullptr ? "" : key->name, subKey);
 }
@@ -42,18 +43,18 @@ std::string NameOfValue(LPCSTR name) {
 }
 
 std::string ValueName(HKEY handle, LPCSTR name) {
+    const LayerScope layer;
     return KeyName(handle) + "|" + NameOfValue(name);
 }
 
 // A key and what it is opened for: "HKEY_USERS:enumerate".
 std::string OpeningOf(HKEY handle, LPCSTR subKey, REGSAM access) {
-    constexpr std::pair<REGSAM, const char*> kRights[] = {{KEY_QUERY_VALUE, ":query"},
-                                                          {KEY_SET_VALUE, ":set"},
-                                                          {KEY_CREATE_SUB_KEY, ":create"},
-                                                          {KEY_ENUMERATE_SUB_KEYS, ":enumerate"}};
+    const LayerScope layer;
     std::string text = KeyName(handle, subKey);
-    for (const auto& [right, word] : kRights) {
+    REGSAM right = KEY_QUERY_VALUE;  // the others follow bit by bit
+    for (const char* word : {":query", ":set", ":create", ":enumerate"}) {
         text += (access & right) != 0 ? word : "";
+        right <<= 1U;
     }
     return text;
 }
@@ -144,14 +145,10 @@ LSTATUS QueryValue(Target target, LPCSTR name, LPDWORD type, LPBYTE data, LPDWOR
 }
 
 LSTATUS SetValue(Target target, LPCSTR name, DWORD type, const BYTE* data, DWORD size) {
-    if (target.key.found.empty()) {  // a root of which nothing is kept yet
-        regtext::AddKey(target.registry.keys, target.key.places.back());
-        target.registry.CountChange();
-        target.registry.LookUp(target.key);
-    }
-    target.key.found.front()->second[NameOfValue(name)] =
+    // A root may have nothing kept of it yet.
+    regtext::AddKey(target.registry.keys, target.key.Winner())[NameOfValue(name)] =
         regtext::FormatValue({type, std::string(data, data + size)}, ToUtf8);
-    target.registry.saved = false;
+    target.registry.CountChange();
     return ERROR_SUCCESS;
 }
 

@@ -14,7 +14,6 @@ namespace hosted {
 // Access rights of a handle, and one more for the refusals of machine.ini.
 inline constexpr REGSAM kAllRights =
     KEY_QUERY_VALUE | KEY_SET_VALUE | KEY_CREATE_SUB_KEY | KEY_ENUMERATE_SUB_KEYS;
-inline constexpr REGSAM kDeleteRight = 0x10000;  // DELETE, among the standard rights
 
 inline constexpr std::uintptr_t kFirstRoot = 0x80000000;  // HKEY_CLASSES_ROOT, and so on
 

@@ -11,12 +11,6 @@
 namespace hosted {
 namespace {
 
-REGSAM RightsOf(const Denial& denial) {
-    return (denial.query ? KEY_QUERY_VALUE : 0) | (denial.set ? KEY_SET_VALUE : 0) |
-           (denial.create ? KEY_CREATE_SUB_KEY : 0) |
-           (denial.enumerate ? KEY_ENUMERATE_SUB_KEYS : 0) | (denial.deleting ? kDeleteRight : 0);
-}
-
 fs::path FileOf(const Machine& machine) {
     return machine.Folder() / "registry.reg";
 }
@@ -51,7 +45,7 @@ RegistryState::RegistryState(const Machine& machine) : user(ToUtf8(machine.GetSe
     }
     for (const Denial& denial : machine.GetSettings().denied) {
         for (const std::string& place : regtext::PlacesOf(ToUtf8(denial.key), user)) {
-            refused[place] |= RightsOf(denial);
+            refused[place] |= denial.rights;
         }
     }
     for (const char* name :

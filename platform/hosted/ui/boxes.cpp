@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/hosted/registry/registry.h"
 #include "platform/hosted/ui/dialog.h"
 #include "platform/hosted/ui/ui.h"
 

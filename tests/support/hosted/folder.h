@@ -1,7 +1,6 @@
-// A machine folder as the hosted platform defines it, staged and changed from outside.
+// A machine folder as the hosted platform defines it, changed from outside.
 #pragma once
 
-#include <filesystem>
 #include <string>
 
 #include "tests/support/state.h"
@@ -12,18 +11,19 @@ namespace fs = std::filesystem;
 
 class MachineFolder {
  public:
-    explicit MachineFolder(fs::path folder);
+    explicit MachineFolder(fs::path folder) : folder_(std::move(folder)) {}
 
-    // Fills the folder, which must be new or empty, from the data in stage; program is
-    // the uninstaller that was built.
-    void Stage(const fs::path& stage, const fs::path& program) const;
-
+    void Stage(const fs::path& stage, const fs::path& program) const {
+        machine::Stage(folder_, stage, program);
+    }
     [[nodiscard]] const fs::path& Folder() const { return folder_; }
     // Where a path of the machine lies, letter case as stored.
-    [[nodiscard]] fs::path Host(const std::string& path) const;
+    [[nodiscard]] fs::path Host(const std::string& path) const {
+        return machine::HostPath(folder_, path);
+    }
 
     void SetAttributes(const std::string& path, const std::string& letters) const;
-    [[nodiscard]] Keys ReadRegistry() const;
+    [[nodiscard]] Keys ReadRegistry() const { return Look().keys; }
     void WriteRegistry(const Keys& keys) const;
     // Takes the line with that left side out of a section of machine.ini and puts line, if
     // it is not empty, in its place.
@@ -33,12 +33,9 @@ class MachineFolder {
     // seen here, and the other way round.
     void Enter() const;
     void Leave() const;
-    // Every file of every drive and every registry key.
     [[nodiscard]] State Look() const;
 
  private:
-    [[nodiscard]] std::map<std::string, std::string> ReadAttributes() const;
-
     fs::path folder_;
 };
 

@@ -12,11 +12,11 @@
 #include <tlhelp32.h>
 
 #include "tests/support/machine.h"
-#include "tests/support/stage.h"
 #include "tests/support/windows/answerer.h"
 #include "tests/support/windows/files.h"
 #include "tests/support/windows/registry.h"
 #include "tests/support/windows/text.h"
+#include "tools/machine/stage.h"
 
 namespace support {
 namespace {

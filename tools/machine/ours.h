@@ -17,35 +17,33 @@
 #include <string_view>
 #include <vector>
 
-namespace report {
+namespace machine {
 
 class Ours {
  public:
     // Throws std::runtime_error, with the line's number, for a rule that is none.
-    explicit Ours(std::string_view rules);
+    explicit Ours(const std::string& rules);
 
     [[nodiscard]] bool HasPath(std::string_view path) const;
     [[nodiscard]] bool HasKey(std::string_view key) const;
     // The key with all below it, not only for itself.
     [[nodiscard]] bool HasTree(std::string_view key) const;
     [[nodiscard]] bool HasValue(std::string_view key, std::string_view name) const;
-    // Whether this may happen to the value: shown is what it becomes, nothing when it goes.
+    // Whether this may happen to the value: data is what it becomes, nothing when it goes.
     [[nodiscard]] bool Allows(std::string_view key, std::string_view name,
-                              const std::optional<std::string>& shown) const;
+                              const std::optional<std::string>& data) const;
 
  private:
     struct Rule {
         std::string kind;
-        std::vector<std::string> parts;  // of the path or key, upper case
-        std::string name;                // of a value, upper case, empty for the default one
+        std::string place;  // path or key
+        std::string name;   // of a value, empty for the default one
         std::optional<std::string> data;
     };
-    static std::optional<Rule> RuleOf(std::string_view line);
-    [[nodiscard]] bool HasWhole(std::string_view tree, std::string_view single,
-                                std::string_view name) const;
-    [[nodiscard]] const Rule* FindValue(std::string_view key, std::string_view name) const;
+    [[nodiscard]] const Rule* Find(std::string_view kind, std::string_view place, bool below,
+                                   std::string_view name = {}) const;
 
     std::vector<Rule> rules_;
 };
 
-}  // namespace report
+}  // namespace machine

@@ -1,0 +1,19 @@
+// What happened to a machine, for people: sorted into what was the product's and what was not.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/machine/look.h"
+#include "tools/machine/ours.h"
+
+namespace machine {
+
+struct Report {
+    std::string text;      // UTF-8
+    bool foreign = false;  // something was changed that is not the product's
+};
+
+Report ReportOn(const State& before, const State& after, const Ours& ours, bool colours);
+
+}  // namespace machine
