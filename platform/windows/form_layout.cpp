@@ -1,6 +1,5 @@
 #include "platform/windows/form_layout.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 
@@ -12,7 +11,6 @@ namespace {
 
 constexpr int kTwipsPerInch = 1440;
 constexpr WORD kFontSize = 8;  // points: the size that the layouts were measured with
-constexpr int kFirstPlainId = 100;
 constexpr WORD kProgramIcon = 1;
 
 struct Resolution {
@@ -32,7 +30,7 @@ struct Resolution {
 // Both edges are rounded rather than position and size, so that margins that are equal in
 // twips stay equal.
 RECT Pixels(const Place& place) {
-    const Resolution screen = Resolution::OfScreen();
+    static const Resolution screen = Resolution::OfScreen();
     return {screen.X(place.left), screen.Y(place.top), screen.X(place.left + place.width),
             screen.Y(place.top + place.height)};
 }
@@ -103,9 +101,9 @@ POINT CentredOnScreen(int width, int height) {
 
 }  // namespace
 
-bool HasButton(const Layout& layout) {
-    return std::any_of(layout.controls.begin(), layout.controls.end(),
-                       [](const Control& control) { return control.kind == ControlKind::Button; });
+int ControlId(const Layout& layout, std::size_t control) {
+    const bool button = layout.controls[control].kind == ControlKind::Button;
+    return button ? IDOK : kFirstControlId + static_cast<int>(control);
 }
 
 HWND CreateFormWindow(const Layout& layout, HWND owner, DLGPROC procedure, LPARAM parameter) {
@@ -135,20 +133,16 @@ HWND CreateFormWindow(const Layout& layout, HWND owner, DLGPROC procedure, LPARA
     return form;
 }
 
-std::vector<HWND> CreateControls(const Layout& layout, HWND form) {
+bool CreateControls(const Layout& layout, HWND form) {
     const auto font = static_cast<WPARAM>(SendMessageA(form, WM_GETFONT, 0, 0));
-    std::vector<HWND> controls;
-    for (const Control& control : layout.controls) {
-        const bool button = control.kind == ControlKind::Button;
-        const int id = button ? kButtonId : kFirstPlainId + static_cast<int>(controls.size());
-        HWND window = CreateControl(control, id, form);
+    for (std::size_t i = 0; i < layout.controls.size(); ++i) {
+        HWND window = CreateControl(layout.controls[i], ControlId(layout, i), form);
         if (window == nullptr) {
-            return {};
+            return false;
         }
         SendMessageA(window, WM_SETFONT, font, FALSE);
-        controls.push_back(window);
     }
-    return controls;
+    return true;
 }
 
 HWND CreateHiddenOwner() {

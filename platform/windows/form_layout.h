@@ -2,8 +2,6 @@
 // and its controls.
 #pragma once
 
-#include <vector>
-
 #include "platform/forms.h"
 
 namespace forms {
@@ -15,14 +13,14 @@ namespace forms {
 [[nodiscard]] HWND CreateFormWindow(const Layout& layout, HWND owner, DLGPROC procedure,
                                     LPARAM parameter);
 
+// The numbers of the controls in the messages that the dialog manager sends: IDOK for the
+// button, the others by their position in the layout.
+inline constexpr int kFirstControlId = 100;
+[[nodiscard]] int ControlId(const Layout& layout, std::size_t control);
+
 // Creates the controls in the layout's order, which makes it the tab order, with the
-// dialog's font. Empty, with the last error code set, if the system refuses.
-[[nodiscard]] std::vector<HWND> CreateControls(const Layout& layout, HWND form);
-
-// The button's number in the messages that the dialog manager sends.
-inline constexpr int kButtonId = IDOK;
-
-[[nodiscard]] bool HasButton(const Layout& layout);
+// dialog's font. False, with the last error code set, if the system refuses.
+[[nodiscard]] bool CreateControls(const Layout& layout, HWND form);
 
 // A hidden window, centred on the screen, that owns what has no form to belong to. Null if
 // the system refuses.

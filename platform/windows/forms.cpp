@@ -3,11 +3,9 @@
 // the window.
 #include "platform/forms.h"
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "platform/windows/form_layout.h"
 #include "platform/windows/functions.h"
@@ -18,10 +16,30 @@ namespace {
 
 constexpr UINT_PTR kTimer = 1;
 
-// The windows of the loaded forms, the one shown last at the end.
-std::vector<HWND>& LoadedWindows() {
-    static std::vector<HWND> loaded;
-    return loaded;
+int loadedForms = 0;
+
+// The windows of the forms that have been shown, the last one on top.
+struct Shown {
+    HWND handle = nullptr;
+    Shown* below = nullptr;
+
+    void PutOnTop();
+    void TakeAway();
+};
+Shown* topmost = nullptr;
+
+void Shown::PutOnTop() {
+    TakeAway();
+    below = std::exchange(topmost, this);
+}
+
+void Shown::TakeAway() {
+    for (Shown** link = &topmost; *link != nullptr; link = &(*link)->below) {
+        if (*link == this) {
+            *link = below;
+            return;
+        }
+    }
 }
 
 // Ctrl+A selects everything in a text box; edit controls learned it only in later systems.
@@ -35,20 +53,13 @@ bool SelectedAll(const MSG& message) {
     return true;
 }
 
-bool HandledByForm(MSG& message) {
-    const std::vector<HWND>& loaded = LoadedWindows();
-    const auto form = std::find_if(loaded.begin(), loaded.end(), [&](HWND window) {
-        return message.hwnd == window || IsChild(window, message.hwnd) != FALSE;
-    });
-    return form != loaded.end() &&
-           (SelectedAll(message) || IsDialogMessageA(*form, &message) != FALSE);
-}
-
 void Dispatch(MSG& message) {
-    if (!HandledByForm(message)) {
-        TranslateMessage(&message);
-        DispatchMessageA(&message);
+    HWND form = GetAncestor(message.hwnd, GA_ROOT);
+    if (form != nullptr && (SelectedAll(message) || IsDialogMessageA(form, &message) != FALSE)) {
+        return;
     }
+    TranslateMessage(&message);
+    DispatchMessageA(&message);
 }
 
 // Labels and the read-only text box look like a part of the dialog. Both ask with the
@@ -60,15 +71,14 @@ HBRUSH ColoursOfDialog(HDC context) {
 }
 
 // Tells the user, on systems that ask for it (Windows Vista), why the end of the session
-// has to wait.
-void BlockShutdown(HWND form, std::string_view reason) {
+// has to wait: with the text of the form's first control.
+void BlockShutdown(HWND form) {
     const auto create =
         FindFunction<BOOL(WINAPI*)(HWND, LPCWSTR)>("user32.dll", "ShutdownBlockReasonCreate");
-    std::array<wchar_t, 256> text{};
-    if (create != nullptr &&
-        MultiByteToWideChar(CP_ACP, 0, reason.data(), static_cast<int>(reason.size()), text.data(),
-                            static_cast<int>(text.size()) - 1) != 0) {
-        create(form, text.data());
+    std::array<wchar_t, 128> reason{};
+    if (create != nullptr && GetDlgItemTextW(form, kFirstControlId, reason.data(),
+                                             static_cast<int>(reason.size())) != 0) {
+        create(form, reason.data());
     }
 }
 
@@ -81,7 +91,7 @@ void UnblockShutdown(HWND form) {
 
 }  // namespace
 
-struct Form::Window {
+struct Form::Window : Shown {
     explicit Window(Form& owner) : form(owner) {}
     ~Window();
     Window(const Window&) = delete;
@@ -96,8 +106,6 @@ struct Form::Window {
     static INT_PTR CALLBACK Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter);
 
     Form& form;
-    HWND handle = nullptr;
-    std::vector<HWND> controls;
     bool timerRunning = false;
 };
 
@@ -108,18 +116,13 @@ bool Form::Window::Create() {
     if (handle == nullptr) {
         return false;
     }
-    // A form that was never shown owns no message box.
-    LoadedWindows().insert(LoadedWindows().begin(), handle);
-    controls = CreateControls(form.layout_, handle);
-    if (controls.size() != form.layout_.controls.size()) {
+    ++loadedForms;
+    if (!CreateControls(form.layout_, handle)) {
         return false;
     }
     SetIcons(handle);
-    if (HasButton(form.layout_)) {
-        SendMessageA(handle, DM_SETDEFID, kButtonId, 0);
-    }
     if (!form.layout_.closeBox) {
-        BlockShutdown(handle, form.layout_.controls.front().text);
+        BlockShutdown(handle);
     }
     return true;
 }
@@ -133,7 +136,8 @@ Form::Window::~Window() {
     // No event reaches the form while its window goes away.
     SetWindowLongPtrA(handle, DWLP_USER, 0);
     DestroyWindow(handle);
-    std::erase(LoadedWindows(), handle);
+    TakeAway();
+    --loadedForms;
     // Wakes a loop that waits for a message: the handlers of sent messages run inside it.
     PostMessageA(nullptr, WM_NULL, 0, 0);
     SetLastError(code);
@@ -157,8 +161,8 @@ bool Form::Window::OnMessage(UINT message, WPARAM wide, LPARAM& result) {
         case WM_COMMAND:
             // The button itself, Enter and its access key send its own number, Escape
             // sends that of the cancel button.
-            if ((LOWORD(wide) == kButtonId || LOWORD(wide) == IDCANCEL) &&
-                HIWORD(wide) == BN_CLICKED && HasButton(form.layout_)) {
+            if ((LOWORD(wide) == IDOK || LOWORD(wide) == IDCANCEL) && HIWORD(wide) == BN_CLICKED &&
+                GetDlgItem(handle, IDOK) != nullptr) {
                 form.Button_Click();
             }
             return true;
@@ -232,9 +236,7 @@ bool Form::Show() {
         return true;  // unloaded by its own load event
     }
     HWND handle = window_->handle;
-    std::vector<HWND>& loaded = LoadedWindows();
-    std::erase(loaded, handle);
-    loaded.push_back(handle);
+    window_->PutOnTop();
     // Not ShowWindow: its first call obeys the way in which the process was started, and
     // the script that starts the copy is hidden.
     SetWindowPos(handle, HWND_TOP, 0, 0, 0, 0, SWP_SHOWWINDOW | SWP_NOMOVE | SWP_NOSIZE);
@@ -263,10 +265,11 @@ bool Form::IsLoaded() const {
 }
 
 bool Form::SetText(std::size_t control, std::string_view text) {
-    if (!Load() || !window_ || control >= window_->controls.size()) {
+    if (!Load() || !window_ || control >= layout_.controls.size()) {
         return false;
     }
-    return SetWindowTextA(window_->controls[control], std::string(text).c_str()) != FALSE;
+    return SetDlgItemTextA(window_->handle, ControlId(layout_, control),
+                           std::string(text).c_str()) != FALSE;
 }
 
 void ProcessMessages() {
@@ -283,15 +286,14 @@ void ProcessMessages() {
 
 void RunMessageLoop() {
     MSG message;
-    while (!LoadedWindows().empty() && GetMessageA(&message, nullptr, 0, 0) > 0) {
+    while (loadedForms != 0 && GetMessageA(&message, nullptr, 0, 0) > 0) {
         Dispatch(message);
     }
 }
 
 HWND OwnerWindow() {
-    const std::vector<HWND>& loaded = LoadedWindows();
-    if (!loaded.empty() && IsWindowVisible(loaded.back()) != FALSE) {
-        return loaded.back();
+    if (topmost != nullptr) {
+        return topmost->handle;
     }
     static HWND hidden = CreateHiddenOwner();
     SetForegroundWindow(hidden);
