@@ -23,7 +23,7 @@ std::string GetErrString(std::int32_t code, bool showCode, std::string_view labe
         text.insert(0, kEmptyLine);
     }
     if (showCode) {
-        text += Joined({" (", label, " ", std::to_string(code), ")"});
+        text += Joined({" (", label, " ", Decimal(code), ")"});
     }
     return text;
 }

@@ -47,16 +47,6 @@ const Meaning& MeaningOf(DWORD code) {
 
 }  // namespace
 
-// Here and not in every file that hands errors on: they are a tenth of the program otherwise.
-RuntimeError::RuntimeError() = default;
-RuntimeError::RuntimeError(std::int32_t number, std::string description)
-    : number(number), description(std::move(description)) {}
-RuntimeError::RuntimeError(const RuntimeError& other) = default;
-RuntimeError::RuntimeError(RuntimeError&& other) noexcept = default;
-RuntimeError& RuntimeError::operator=(const RuntimeError& other) = default;
-RuntimeError& RuntimeError::operator=(RuntimeError&& other) noexcept = default;
-RuntimeError::~RuntimeError() = default;
-
 RuntimeError SystemError(DWORD code, std::string_view object) {
     const Meaning& meaning = MeaningOf(code);
     return {meaning.number,

@@ -23,15 +23,7 @@ inline constexpr std::int32_t PathNotFound = 76;
 // What an operation that can fail unexpectedly returns; number 0 says that it has not.
 struct [[nodiscard]] RuntimeError {
     std::int32_t number = 0;
-    std::string description;
-
-    RuntimeError();
-    RuntimeError(std::int32_t number, std::string description);
-    RuntimeError(const RuntimeError& other);
-    RuntimeError(RuntimeError&& other) noexcept;
-    RuntimeError& operator=(const RuntimeError& other);
-    RuntimeError& operator=(RuntimeError&& other) noexcept;
-    ~RuntimeError();
+    std::string description = {};
 
     explicit operator bool() const { return number != 0; }
 };

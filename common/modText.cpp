@@ -46,6 +46,10 @@ bool EqualIgnoringCase(std::string_view left, std::string_view right) {
     return left.size() == right.size() && UpperCase(left) == UpperCase(right);
 }
 
+std::string Decimal(std::int32_t number) {
+    return std::to_string(number);
+}
+
 bool IsDigits(std::string_view text) {
     return text.find_first_not_of("0123456789") == std::string_view::npos;
 }

@@ -25,6 +25,9 @@ std::string UpperCase(std::string_view text);
 // Whether two texts differ in letter case at most.
 bool EqualIgnoringCase(std::string_view left, std::string_view right);
 
+// The number in decimal digits, with a minus sign where it is negative.
+std::string Decimal(std::int32_t number);
+
 // Whether the text is made of the digits 0 to 9 alone; also true for the empty text.
 bool IsDigits(std::string_view text);
 

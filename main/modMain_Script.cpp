@@ -96,12 +96,11 @@ RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::s
     if (!IsAbsolute(shortTempFolder) ||
         shortTempFolder.find_first_of(kEndsAWord) != std::string::npos ||
         DOSTextToWinText(shortTempFolder) != shortTempFolder) {
-        return Refusal("Der kurze Pfad des temporären Ordners ist nicht verwendbar"_ansi,
-                       shortTempFolder);
+        return Refusal("Temporärer Ordner nicht verwendbar"_ansi, shortTempFolder);
     }
     const std::optional<std::string> arriving = AsInterpreterReads(ownFolder);
     if (!arriving || (*arriving != ownFolder && FolderExists(WithoutLastBlanks(*arriving)))) {
-        return Refusal("Der Befehlsinterpreter würde einen anderen Ordner übergeben"_ansi,
+        return Refusal("Das Skript würde einen anderen Ordner übergeben"_ansi,
                        arriving.value_or(ownFolder));
     }
     return {};

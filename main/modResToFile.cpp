@@ -1,6 +1,7 @@
 #include "main/modResToFile.h"
 
 #include "common/modPath.h"
+#include "common/modText.h"
 #include "main/modFile.h"
 
 namespace {
@@ -13,7 +14,7 @@ Result<std::string_view> StoredBytes(WORD id, const char* type) {
     const DWORD size = bytes == nullptr ? 0 : SizeofResource(nullptr, resource);
     if (size == 0) {
         const DWORD code = GetLastError();
-        return SystemError(code, std::string(type) + " " + std::to_string(id));
+        return SystemError(code, Joined({type, " ", Decimal(id)}));
     }
     return std::string_view(static_cast<const char*>(bytes), size);
 }

@@ -101,7 +101,7 @@ std::string Message(const Wording& wording, const std::string& valueName, HKEY r
                    " (",
                    Piece::Error,
                    " ",
-                   std::to_string(code),
+                   Decimal(code),
                    ")",
                    kEmptyLine,
                    Piece::AbortWarn,

@@ -13,7 +13,7 @@ std::string NumberText(std::string_view data) {
     for (std::size_t i = 0; i < data.size(); ++i) {
         number |= static_cast<std::uint32_t>(static_cast<unsigned char>(data[i])) << (8 * i);
     }
-    return std::to_string(static_cast<std::int32_t>(number));
+    return Decimal(static_cast<std::int32_t>(number));
 }
 
 std::size_t FewestBytes(std::uint32_t number) {

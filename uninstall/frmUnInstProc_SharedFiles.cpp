@@ -30,7 +30,7 @@ bool LowerSharedCount(const CountsKey& key, const std::string& valueName) {
     const std::int32_t count = RoundedNumber(text).value_or(0);
     if (count > 1) {
         return modRegistry::SetValue(HKEY_LOCAL_MACHINE, key.name, key.writing.Get(), valueName,
-                                     REG_DWORD, std::to_string(count - 1), Silent) == ERROR_SUCCESS;
+                                     REG_DWORD, Decimal(count - 1), Silent) == ERROR_SUCCESS;
     }
     return modRegistry::DeleteValueInKey(HKEY_LOCAL_MACHINE, key.name, key.writing.Get(), valueName,
                                          Silent) == ERROR_SUCCESS;
