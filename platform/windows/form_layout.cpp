@@ -94,6 +94,11 @@ struct alignas(DWORD) Template {
     std::array<wchar_t, 16> font;
 };
 
+// There is one size of it, which the system fits in.
+HICON ProgramIcon() {
+    return LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(kProgramIcon));
+}
+
 POINT CentredOnScreen(int width, int height) {
     return {(GetSystemMetrics(SM_CXSCREEN) - width) / 2,
             (GetSystemMetrics(SM_CYSCREEN) - height) / 2};
@@ -150,28 +155,20 @@ HWND CreateHiddenOwner() {
     WNDCLASSA description{};
     description.lpfnWndProc = DefWindowProcA;
     description.hInstance = GetModuleHandleA(nullptr);
+    description.hIcon = ProgramIcon();
     description.lpszClassName = kClass;
     if (RegisterClassA(&description) == 0) {
         return nullptr;
     }
     const POINT place = CentredOnScreen(0, 0);
-    HWND window = CreateWindowExA(0, kClass, "", WS_POPUP, place.x, place.y, 0, 0, nullptr, nullptr,
-                                  description.hInstance, nullptr);
-    if (window != nullptr) {
-        SetIcons(window);
-    }
-    return window;
+    return CreateWindowExA(0, kClass, "", WS_POPUP, place.x, place.y, 0, 0, nullptr, nullptr,
+                           description.hInstance, nullptr);
 }
 
-void SetIcons(HWND window) {
-    const HINSTANCE program = GetModuleHandleA(nullptr);
-    const auto set = [&](WPARAM which, int width, int height) {
-        HANDLE icon = LoadImageA(program, MAKEINTRESOURCEA(kProgramIcon), IMAGE_ICON,
-                                 GetSystemMetrics(width), GetSystemMetrics(height), LR_SHARED);
-        SendMessageA(window, WM_SETICON, which, reinterpret_cast<LPARAM>(icon));
-    };
-    set(ICON_BIG, SM_CXICON, SM_CYICON);
-    set(ICON_SMALL, SM_CXSMICON, SM_CYSMICON);
+void SetIcons(HWND form) {
+    const auto icon = reinterpret_cast<LPARAM>(ProgramIcon());
+    SendMessageA(form, WM_SETICON, ICON_BIG, icon);
+    SendMessageA(form, WM_SETICON, ICON_SMALL, icon);
 }
 
 }  // namespace forms

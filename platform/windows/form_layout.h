@@ -26,7 +26,7 @@ inline constexpr int kFirstControlId = 100;
 // the system refuses.
 [[nodiscard]] HWND CreateHiddenOwner();
 
-// Gives a window the program's icon.
-void SetIcons(HWND window);
+// Gives a form the program's icon.
+void SetIcons(HWND form);
 
 }  // namespace forms
