@@ -7,9 +7,9 @@
 namespace {
 
 struct Meaning {
-    DWORD code;
-    std::int32_t number;
-    std::string_view text;
+    std::uint16_t code;
+    std::uint16_t number;
+    const char* text;
 };
 
 constexpr Meaning kMeanings[] = {
@@ -17,14 +17,15 @@ constexpr Meaning kMeanings[] = {
     {ERROR_PATH_NOT_FOUND, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
     {ERROR_DIRECTORY, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
     {ERROR_TOO_MANY_OPEN_FILES, 67, "Zu viele Dateien"},
-    {ERROR_NOT_ENOUGH_MEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi},
-    {ERROR_OUTOFMEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi},
+    {ERROR_NOT_ENOUGH_MEMORY, ErrorNumber::OutOfMemory,
+     "Nicht genügend Arbeitsspeicher"_ansi.data()},
+    {ERROR_OUTOFMEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi.data()},
     {ERROR_WRITE_PROTECT, 70, "Zugriff verweigert"},
     {ERROR_SHARING_VIOLATION, 70, "Zugriff verweigert"},
     {ERROR_LOCK_VIOLATION, 70, "Zugriff verweigert"},
-    {ERROR_NOT_READY, 71, "Datenträger nicht bereit"_ansi},
-    {ERROR_HANDLE_DISK_FULL, 61, "Datenträger voll"_ansi},
-    {ERROR_DISK_FULL, 61, "Datenträger voll"_ansi},
+    {ERROR_NOT_READY, 71, "Datenträger nicht bereit"_ansi.data()},
+    {ERROR_HANDLE_DISK_FULL, 61, "Datenträger voll"_ansi.data()},
+    {ERROR_DISK_FULL, 61, "Datenträger voll"_ansi.data()},
     {ERROR_INVALID_NAME, 52, "Dateiname falsch"},
     {ERROR_FILENAME_EXCED_RANGE, 52, "Dateiname falsch"},
     {ERROR_FILE_EXISTS, ErrorNumber::FileExists, "Datei existiert bereits"},
