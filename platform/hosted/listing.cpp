@@ -14,12 +14,12 @@ constexpr std::size_t kExtensionLength = 3;
 constexpr std::size_t kGroupLength = 6;
 
 // What a short name keeps of a character: capitals pass, a few signs become "_", blanks,
-// dots and everything beyond ASCII go ("Zubehör Alt" is ZUBEHR~1).
+// dots, everything beyond ASCII and what the code page lacks ("?") go ("Zubehör Alt" is ZUBEHR~1).
 std::string ShortForm(std::string_view capitals) {
     std::string kept;
     for (const char character : capitals) {
         const auto code = static_cast<unsigned char>(character);
-        if (code >= 0x80 || character == ' ' || character == '.') {
+        if (code >= 0x80 || character == ' ' || character == '.' || character == '?') {
             continue;
         }
         kept +=
