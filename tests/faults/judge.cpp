@@ -49,7 +49,7 @@ constexpr const char* kHarmless =
     // A copy that cannot be held is a copy all the same; a script is tried again.
     "first ((AllowSetForegroundWindow|CloseHandle|DeleteFileA|Find(Close|FirstFileA)|OpenFile|"
     "SetFileAttributesA|CreateWindowExA) .*|CreateFileA .*\\\\UnInstall\\.(exe|bat)=.*|"
-    ".*=(gone|less))";
+    "(GetShortPathNameA|ReadFile) .*=less|.*=gone)";
 
 bool Matches(const std::string& text, const char* pattern) {
     return std::regex_match(text, std::regex(pattern));

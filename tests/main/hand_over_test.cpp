@@ -262,19 +262,23 @@ TEST(HandOver, HoldsItsFilesUntilTheScriptIsToStart) {
 struct Exchange {
     const char* before;  // the call before which somebody exchanges what it is about
     const std::string& path;
-    const char* content;  // null: a link to somebody's letter
+    std::string (*change)(std::string content);  // null: a link to somebody's letter
     const char* said;
 };
 
 TEST(HandOver, IsRefusedWhenSomebodyExchangesAFile) {
     NEEDS_SETTINGS();
     const std::string letter = "C:\\Brief.txt";
+    const auto other = [](std::string content) { return 'x' + content.substr(1); };
+    const auto longer = [](std::string content) { return content + "\r\ndel \"C:\\*.*\""; };
+    const auto shorter = [](std::string content) { return content.substr(0, 4); };
     for (const Exchange& exchange : std::vector<Exchange>{
              {"CopyFileA 1 ", kCopy, nullptr, "Beim Kopieren der Datei"},
-             {"CreateFileA 1 ", kCopy, "", ":1:2:75\""},
+             {"CreateFileA 1 ", kCopy, other, ":1:2:75\""},
              {"CreateFileA 1 ", kScript, nullptr, ":1:2:58\""},
-             {"CreateFileA 2 ", kScript, "del \"C:\\*.*\"", ":1:2:75\""},
-             {"CreateFileA 2 ", kScript, "del \"C:\\windows\\Temp\\UnInstall.pif\"", ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, other, ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, longer, ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, shorter, ":1:2:75\""},
              {"CreateFileA 1 ", kRecord, nullptr, ":1:3:58\""},
          }) {
         SCOPED_TRACE(exchange.before + exchange.path);
@@ -283,11 +287,12 @@ TEST(HandOver, IsRefusedWhenSomebodyExchangesAFile) {
         machine.Begin({});
         machine.Start(kProgramFolder + "\\UnInstall.exe", "");
         machine.WaitUntilStopped();
+        const std::string content = machine.Content(exchange.path);
         machine.Remove(exchange.path);
-        if (exchange.content == nullptr) {
+        if (exchange.change == nullptr) {
             machine.Link(exchange.path, letter);
         } else {
-            machine.File(exchange.path, exchange.content);
+            machine.File(exchange.path, exchange.change(content));
         }
         machine.GoOn();
         Outcome outcome = machine.Finish();

@@ -167,8 +167,23 @@ TEST(Removal, DeletesALinkButNotWhereItLeads) {
     ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
 }
 
-// The code page has none of these letters: such a folder is entered by its short name, and both
-// look alike by their long ones.
+// Some shells walk through a link, so a folder is not theirs as long as one is in it: not in
+// one whose letters the code page lacks either, which is entered by its short name.
+TEST(Removal, KeepsAFolderWhoseLinksStay) {
+    NEEDS_SETTINGS();
+    for (const std::string& folder : Lines{"\\Hilfe", "\\Ελλάδα"}) {
+        Machine machine;
+        machine.Folder(kProgramFolder + folder);
+        machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
+        machine.Setting("faults", "copy RemoveDirectoryA * *=5");
+        ExpectOutcome(
+            machine.RunCopy({}), ShownWith({NotDeleted("Das Verzeichnis", kProgramFolder)}),
+            With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
+                 {"- file " + kTessorin, "- file " + kProgramFolder + "\\UnInstall.exe"}));
+    }
+}
+
+// Two that look alike by their long names.
 TEST(Removal, TakesNamesThatTheCodePageLacks) {
     NEEDS_SETTINGS();
     Machine machine;
