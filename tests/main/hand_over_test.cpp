@@ -2,7 +2,7 @@
 #include "common/modGetErrString.h"
 #include "platform/handles.h"
 #include "tests/support/flow.h"
-#include "tests/support/transcript.h"
+#include "tests/support/flow.h"
 
 namespace support {
 namespace {
@@ -131,7 +131,7 @@ TEST(HandOver, StopsAtAnEditorThatIsNotFree) {
     Machine held;
     held.HoldOpen(editor);
     ExpectOutcome(held.RunFirst({"yes", "retry", "cancel"}), shown, {});
-    if (Machine::KeepsReadOnly()) {
+    if (Machine::kKeepsReadOnly) {
         // Hidden, it is still there.
         for (const char* attributes : {"R", "RHS"}) {
             Machine readOnly;
@@ -211,7 +211,7 @@ TEST(HandOver, IsRefusedWhileTheCopyIsInUse) {
         return Lines{Confirmation(),
                      "[!] *Abort Retry Ignore -> Abort: Beim Kopieren der Datei \"" + program +
                          "\" nach \"" + kCopy + "\" ist der folgende Fehler aufgetreten:" +
-                         Readable(AnsiToUtf8(GetErrString(32, true, "Fehlercode")))};
+                         Readable(ToUtf8(GetErrString(32, true, "Fehlercode")))};
     };
     Machine machine;
     machine.Program(kCopy).Enter();

@@ -93,7 +93,7 @@ TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
 
 // The copy of a read-only file is not read-only, and neither does an older one stay for that.
 TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
-    if (!Machine::KeepsReadOnly()) {
+    if (!Machine::kKeepsReadOnly) {
         GTEST_SKIP() << "needs a system that keeps read-only files";
     }
     Machine machine;

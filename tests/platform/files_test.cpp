@@ -146,7 +146,7 @@ TEST_F(Files, AnotherProcessHoldsItsFiles) {
 }
 
 TEST_F(Files, ReadOnlyRefusesWritingAndDeleting) {
-    if (!Machine::KeepsReadOnly()) {
+    if (!Machine::kKeepsReadOnly) {
         GTEST_SKIP() << "whoever runs the tests may write everything here";
     }
     const std::string path = At("Fest.txt");
@@ -195,7 +195,7 @@ TEST_F(Files, NewFilesAreNew) {
 
 TEST_F(Files, TheShellDeletesWhatItIsGiven) {
     EXPECT_EQ(ShellDelete(At("Über uns.txt"_ansi)), 0);
-    if (!Machine::KeepsReadOnly()) {  // Wine's shell stops at a read-only file
+    if (!Machine::kKeepsReadOnly) {  // Wine's shell stops at a read-only file
         machine_.Attributes(kArea + "\\Fest.txt", "");
     }
     EXPECT_EQ(ShellDelete(At("Fest.txt")), 0);

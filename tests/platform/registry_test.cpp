@@ -126,7 +126,7 @@ TEST_F(Keys32, DeletesOnlyKeysWithoutSubkeys) {
 }
 
 TEST_F(Keys32, ClassesRootShowsTheUsersOverTheMachines) {
-    if (!Machine::MergesClasses()) {
+    if (!Machine::kMergesClasses) {
         GTEST_SKIP() << "the classes root is the machine's alone here";
     }
     machine_.Value(kClasses + ".twx", "", "\"Maschine\"")

@@ -59,7 +59,7 @@ TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
 }
 
 TEST(Removal, DoesNotTryWhatIsReadOnly) {
-    if (!Machine::KeepsReadOnly()) {
+    if (!Machine::kKeepsReadOnly) {
         GTEST_SKIP() << "folders are never read-only here";
     }
     Machine machine;
@@ -97,7 +97,7 @@ TEST(Removal, FindsItsFolderUnderAnyNameOfIt) {
     for (const std::string& spelling :
          {std::string("c:\\programme\\BÜRO tessorin\\"_ansi), std::string(name)}) {
         Machine one;
-        ExpectOutcome(one.RunCopy("/u=" + AnsiToUtf8(spelling), {}), ShownWith({}),
+        ExpectOutcome(one.RunCopy("/u=" + ToUtf8(spelling), {}), ShownWith({}),
                       CompleteRemoval());
     }
 }

@@ -50,7 +50,7 @@ TEST(ShellReset, PassesOverWhatIsMissing) {
 
 // The classes root shows the user's keys over the machine's; both are ours.
 TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
-    if (!Machine::MergesClasses()) {
+    if (!Machine::kMergesClasses) {
         GTEST_SKIP() << "the classes root is the machine's alone here";
     }
     const std::string own = kUser + "Software\\Classes\\";
