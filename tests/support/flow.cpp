@@ -1,6 +1,7 @@
 #include "tests/support/flow.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace support {
 namespace {
@@ -60,6 +61,15 @@ Lines CompleteRemoval() {
                     "- key " + hive + R"(1001\Software\Verlonix\Tessorin)",
                     R"(- key HKU\.DEFAULT\Software\Verlonix)",
                 });
+}
+
+Lines Split(const std::string& text) {
+    std::istringstream stream(text);
+    Lines parts;
+    for (std::string part; std::getline(stream, part, '|');) {
+        parts.push_back(part);
+    }
+    return parts;
 }
 
 Lines With(Lines lines, const Lines& more) {

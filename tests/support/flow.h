@@ -23,6 +23,9 @@ namespace support {
 
 using Lines = std::vector<std::string>;
 
+// The parts of a text between "|".
+Lines Split(const std::string& text);
+
 // The whole difference that a complete removal with a reset of the shell's settings makes
 // to the staged machine.
 Lines CompleteRemoval();

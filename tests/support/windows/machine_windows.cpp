@@ -230,6 +230,10 @@ Outcome Machine::Finish() {
     return outcome;
 }
 
+std::string Machine::HostFolder() const {
+    return {};
+}
+
 State Machine::Look() const {
     State state;
     for (const fs::path& place : Territory()) {
