@@ -12,9 +12,7 @@
 #include "platform/handles.h"
 #include "platform/hosted/registry/text.h"
 #include "tests/support/machine.h"
-#include "tests/support/windows/files.h"
-#include "tests/support/windows/registry.h"
-#include "tests/support/windows/text.h"
+#include "tests/support/windows/real.h"
 #include "tools/machine/stage.h"
 
 namespace bench {
@@ -38,6 +36,11 @@ const std::string kOther = kTempFolder + "\\Script.exe";
 const std::string kSilent = kTempFolder + "\\Silent.exe";
 const std::string kShellFolders =
     kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
+
+void Write(const std::filesystem::path& file, const std::string& content) {
+    std::filesystem::create_directories(file.parent_path());
+    support::WriteBytes(file, content);
+}
 
 // The product and its surroundings, the same before every run.
 class Stage {
@@ -65,10 +68,10 @@ class Stage {
                 continue;  // the system has its own
             }
             if (file.kind == support::StagedFile::Kind::Folder) {
-                support::MakeFolders(file.path);
+                std::filesystem::create_directories(file.path);
             } else {
                 const bool program = file.kind == support::StagedFile::Kind::Program;
-                support::WriteRealFile(file.path, program ? program_ : file.content);
+                Write(file.path, program ? program_ : file.content);
             }
             support::SetRealAttributes(file.path, file.attributes);
         }
@@ -274,10 +277,10 @@ double ShareWhileWaiting(const Stage& stage) {
 int Measure(char** arguments) {
     const std::string program = support::ReadBytes(arguments[2]);
     const Stage stage(arguments[1], program);
-    support::MakeFolders(kTempFolder);
-    support::WriteRealFile(kCopy, program);
-    support::WriteRealFile(kOther, support::ReadBytes(arguments[3]));
-    support::WriteRealFile(kSilent, support::ReadBytes(arguments[4]));
+    std::filesystem::create_directories(kTempFolder);
+    Write(kCopy, program);
+    Write(kOther, support::ReadBytes(arguments[3]));
+    Write(kSilent, support::ReadBytes(arguments[4]));
     SetEnvironmentVariableA("TMP", support::FromUtf8(kTempFolder).c_str());
     SetEnvironmentVariableA("TEMP", support::FromUtf8(kTempFolder).c_str());
     std::cout << std::fixed << std::setprecision(3);

@@ -43,29 +43,24 @@ TEST_F(Reports, SystemTextsComeWithTheirCode) {
     EXPECT_NE(GetErrString(193, false, "x").find("%1"), std::string::npos);
 }
 
-std::string Request(const std::string& place) {
-    const std::string fatal = FatalMessage("", place);
-    return fatal.substr(fatal.find("Falls Sie"));
-}
-
 TEST_F(Reports, OpenWithWhatIsKnown) {
-    const std::string plain = "Ein Fehler ist aufgetreten.\\n\\n";
-    const std::string question = "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?";
-    const std::string box = "[!] *Yes No -> No: ";
+    const auto box = [](const std::string& known, const std::string& place) {
+        const std::string fatal = FatalMessage("", place);
+        return Box('!', "*Yes No", "No",
+                   known + "\\n\\n" + fatal.substr(fatal.find("Falls Sie")) +
+                       "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?");
+    };
+    const std::string plain = "Ein Fehler ist aufgetreten.";
+    const std::string described = "Der folgende Fehler ist aufgetreten:\\n\\t";
     Pend(53, "");
-    EXPECT_EQ(Show(1, 53, ShortForm::Yes, "no"), box + plain + Request("8:1:53") + question);
+    EXPECT_EQ(Show(1, 53, ShortForm::Yes, "no"), box(plain, "8:1:53"));
     Pend(52, "eine andere");
-    EXPECT_EQ(Show(255, -53, ShortForm::Yes, "no"), box + plain + Request("8:255:-53") + question);
+    EXPECT_EQ(Show(255, -53, ShortForm::Yes, "no"), box(plain, "8:255:-53"));
     Pend(53, "eins\r\nzwei\nfür drei"_ansi);
     EXPECT_EQ(Show(0, 53, ShortForm::Yes, "no"),
-              box + "Der folgende Fehler ist aufgetreten:\\n\\teins\\n\\tzwei\\l\\tfür drei\\n\\n" +
-                  Request("8:0:53") + question);
+              box(described + "eins\\n\\tzwei\\l\\tfür drei", "8:0:53"));
     Pend(7, "Speicher");
-    EXPECT_EQ(Show(1, 7, ShortForm::No, "no"),
-              box +
-                  "Der folgende Fehler ist aufgetreten:\\n\\tSpeicher"
-                  "\\n\\n" +
-                  Request("8:1:7") + question);
+    EXPECT_EQ(Show(1, 7, ShortForm::No, "no"), box(described + "Speicher", "8:1:7"));
     EXPECT_EQ(machine_.Clipboard(), "");
 }
 
@@ -82,8 +77,9 @@ TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
 TEST_F(Reports, OfferNothingWhenMemoryIsShort) {
     Pend(7, "Speicher");
     EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"),
-              "[x] *OK -> OK: Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar. "
-              "(Fehlerkennung \"UnInstaller:2:0:33:8:1:7\")");
+              Box('x', "*OK", "OK",
+                  "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar. "
+                  "(Fehlerkennung \"UnInstaller:2:0:33:8:1:7\")"));
 }
 
 }  // namespace

@@ -5,40 +5,23 @@ namespace support {
 namespace {
 
 TEST(Arguments, AreRefusedAsAWholeWithoutAnyChange) {
-    const Lines refused{
-        "/?",
-        "/U=" + kProgramFolder,
-        "/u=",
-        "/u",
-        "u=" + kProgramFolder,
-        "/u =" + kProgramFolder,
-        "/u=\"" + kProgramFolder + "\"",
-        "/u= " + kProgramFolder,
-        "/u=C:\\Programme\\Tessorin",
-        "/u=" + kProgramFolder + "\\Tessorin.exe",
-        "/u=" + kProgramFolder + "\\..\\Büro Tessorin",
-        "/u=" + kProgramFolder + "\\.",
-        "/u=C:\\Programme\\\\Büro Tessorin",
-        "/u=C:/Programme/Büro Tessorin",
-        "/u=Programme\\Büro Tessorin",
-        "/u=C:Programme\\Büro Tessorin",
-        "/u=\\\\server\\Programme",
-        "/u=1:\\Programme",
-        "/u=C:\\Programme\\Büro*",
-        "/u=C:\\Programme\\Büro Tessorin\\Hilfe:x",
-        "/u=D:\\",
-        "/u=C:\\Žluž",
-        "/u=C:\\Programme\\" + std::string(5000, 'x'),
-        std::string(5000, '?'),
-    };
     Machine machine;
+    Lines refused = Split(
+        R"(/?|/u|/u=|u=C:\Programme\Büro Tessorin|/U=C:\Programme\Büro Tessorin|/u=D:\|/u=C:\Žluž|)"
+        R"(/u =C:\Programme\Büro Tessorin|/u= C:\Programme\Büro Tessorin|/u=C:\Programme\Büro*|)"
+        R"(/u="C:\Programme\Büro Tessorin"|/u=C:\Programme\Büro Tessorin\Tessorin.exe|/u=1:\windows|)"
+        R"(/u=C:\Programme\Büro Tessorin\.|/u=C:\Programme\Büro Tessorin\..\Büro Tessorin|)"
+        R"(/u=C:\Programme\Büro Tessorin\Hilfe:x|/u=C:\Programme\Tessorin|/u=\\server\Programme|)"
+        R"(/u=C:\Programme\\Büro Tessorin|/u=C:/Programme/Büro Tessorin|/u=Programme|/u=C:Programme)");
+    refused.push_back("/u=C:\\Programme\\" + std::string(5000, 'x'));
+    refused.emplace_back(5000, '?');
     for (const std::string& arguments : refused) {
         SCOPED_TRACE(arguments);
         ExpectOutcome(machine.RunCopy(arguments, {}), {UnknownArgument(arguments)}, {});
     }
-    // Control characters stand in the transcript as they are, except for those it escapes.
-    const Outcome outcome = machine.RunCopy("/u=C:\\Programme\t\x01", {});
-    ExpectOutcome(outcome, {UnknownArgument("/u=C:\\Programme\\t\x01")}, {});
+    // Control characters are shown as they are.
+    ExpectOutcome(machine.RunCopy("/u=C:\\Programme\t\x01", {}),
+                  {UnknownArgument("/u=C:\\Programme\\t\x01")}, {});
 }
 
 }  // namespace

@@ -8,17 +8,36 @@ namespace {
 
 const Lines kShown{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()};
 
-Lines Handed(const Lines& shown) {
-    Lines lines{Confirmation()};
-    lines.insert(lines.end(), shown.begin(), shown.end());
-    return lines;
+// What goes besides the program folder and the shell's settings.
+Lines TheRest() {
+    return Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder});
 }
 
 // The system passes over blanks at the end; the folder that is tested is the one that goes.
 TEST(Folders, MayHaveBlanksBehindThem) {
-    for (const char* blanks : {" ", "   "}) {
+    Machine machine;
+    ExpectOutcome(machine.RunCopy(CopyArguments() + "   ", {}), kShown, CompleteRemoval());
+}
+
+// The folder fits; a file in it may not, and the look for it raises in the midst of a step.
+TEST(Folders, AreTooLongWhenTheirFilesAre) {
+    for (const std::size_t length : {245U, 246U, 247U, 259U}) {
+        SCOPED_TRACE(length);
+        const std::string folder =
+            "C:\\" + std::string(120, 'x') + "\\" + std::string(length - 124, 'y');
         Machine machine;
-        ExpectOutcome(machine.RunCopy(CopyArguments() + blanks, {}), kShown, CompleteRemoval());
+        machine.Folder(folder);
+        const Outcome outcome = machine.RunCopy("/u=" + folder, {"no"});
+        if (length == 245) {
+            ExpectOutcome(outcome, {Progress(), ResetQuestion("No"), Success()},
+                          With(TheRest(), {"- folder " + folder}));
+            continue;
+        }
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(SameChanges({}, outcome.difference));
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(outcome.shown[1].find("\"UnInstaller:2:0:33:6:1:52\""), std::string::npos)
+            << outcome.shown[1];
     }
 }
 
@@ -33,24 +52,20 @@ TEST(Folders, MayHaveLettersThatAPathMayNotHave) {
     shortForm.resize(GetShortPathNameA(ansi.c_str(), shortForm.data(), MAX_PATH));
     ASSERT_EQ(shortForm.find('\x9E'), std::string::npos) << shortForm;
     const Outcome outcome = machine.RunCopy("/u=" + shortForm, {"yes", "no"});
-    ExpectOutcome(
-        outcome, {Progress(), FolderNotEmpty(folder), ResetQuestion("No"), Success()},
-        With(Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder}),
-             {"- folder " + folder}));
+    ExpectOutcome(outcome, {Progress(), FolderNotEmpty(folder), ResetQuestion("No"), Success()},
+                  With(TheRest(), {"- folder " + folder}));
 }
 
 // An older record below such a temporary folder goes like any other. (The script names the
 // folder in letters that the interpreter reads as others: its files stay.)
 TEST(Folders, AnOlderRecordIsReplacedWhereverItLies) {
     NEEDS_SETTINGS();
-    const std::string folder = "C:\\windows\\Temp ž";
+    const std::string file = "C:\\windows\\Temp ž\\UnInstall.";
     Machine machine;
-    machine.Setting("folders", "temp=" + folder).File(folder + "\\UnInstall.pif", "older");
-    ExpectOutcome(
-        machine.RunFirst({}), Handed(kShown),
-        With(CompleteRemoval(),
-             {"+ file " + folder + "\\UnInstall.bat", "+ file " + folder + "\\UnInstall.exe",
-              "~ file " + folder + "\\UnInstall.pif: 5 bytes -> 967 bytes"}));
+    machine.Setting("folders", "temp=C:\\windows\\Temp ž").File(file + "pif", "older");
+    ExpectOutcome(machine.RunFirst({}), With({Confirmation()}, kShown),
+                  With(CompleteRemoval(), {"+ file " + file + "bat", "+ file " + file + "exe",
+                                           "~ file " + file + "pif: 5 bytes -> 967 bytes"}));
 }
 
 // The temporary folder's short form stands in the script without quotes.
@@ -68,18 +83,24 @@ TEST(Folders, TheTemporaryOneMustBeAWordThatTheInterpreterReadsAlike) {
     }
 }
 
-// Nothing is tried on a drive's root, so nothing is waited for.
-TEST(Folders, ADrivesRootIsNamedAtOnce) {
+// Nobody's program folder goes without the user's consent; and nothing is tried on a drive's
+// root, so nothing is waited for.
+TEST(Folders, AreTrustedOnlyWithTheUsersConsent) {
     NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("trace", "calls=1").Link("C:\\Programme\\Textwerk\\alle", "C:\\Programme");
-    const Outcome outcome = machine.RunCopy("/u=C:\\", {"yes", "no"});
-    EXPECT_TRUE(Same({Progress(), FolderNotEmpty("C:\\"), ResetQuestion("No"),
-                      Problems({"Das Verzeichnis \"C:\\\" konnte nicht gelöscht werden."})},
-                     outcome.shown));
-    EXPECT_EQ(machine.Calls("SHFileOperationA", "C:\\"), 0U);
-    EXPECT_LE(machine.Calls("FindFirstFileA", "C:\\*"), 3U);  // expanded, listed, last look
-    EXPECT_TRUE(machine.Look().files.contains("C:\\Programme\\Textwerk\\alle"));
+    for (const std::string& folder : Lines{"C:\\", "C:\\windows", "C:\\windows\\system32"}) {
+        SCOPED_TRACE(folder);
+        const std::string answer = folder == "C:\\" ? "Yes" : "No";
+        const std::string link = "C:\\Programme\\Textwerk\\alle";
+        Machine machine;
+        machine.Setting("trace", "calls=1").Link(link, "C:\\Programme");
+        ExpectOutcome(
+            machine.RunCopy("/u=" + folder, {answer == "Yes" ? "yes" : "no", "no"}),
+            {Progress(), FolderNotEmpty(folder, answer), ResetQuestion("No"),
+             Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
+            TheRest());
+        EXPECT_EQ(machine.Calls("SHFileOperationA", folder), 0U);
+        EXPECT_LE(machine.Calls("FindFirstFileA", "C:\\*"), 3U);  // expanded, listed, last look
+    }
 }
 
 // A folder that cannot be listed keeps the shell away once, however many there are: the half

@@ -1,5 +1,5 @@
-// The script while its copy runs, when nobody may change it; and the copy where somebody else
-// has something to do with it.
+// The files of the hand-over while somebody else has something to do with them: what is held
+// nobody may change, what others hold must not harm.
 #include <functional>
 
 #include "platform/win32.h"
@@ -10,19 +10,16 @@ namespace {
 
 const std::string kScript = kTempFolder + "\\UnInstall.bat";
 const std::string kCopy = kTempFolder + "\\UnInstall.exe";
+const std::string kRecord = kTempFolder + "\\UnInstall.pif";
 const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
 const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
                    Success()};
 
 DWORD CodeOfOpening(const std::string& path, DWORD access) {
-    HANDLE file =
-        CreateFileA(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
-        return GetLastError();
-    }
-    CloseHandle(file);
-    return ERROR_SUCCESS;
+    const handles::File file(CreateFileA(path.c_str(), access,
+                                         FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                         nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return file ? DWORD{ERROR_SUCCESS} : GetLastError();
 }
 
 // The file can be read, and neither written nor deleted nor replaced.
@@ -38,27 +35,35 @@ void ExpectHeld(Machine& machine, const std::string& path) {
     EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
 }
 
-// A run that stops at a call, where something happens to the machine.
+// A first run that stops at a call, where something happens to the machine.
 Outcome RunFirstWith(Machine& machine, const std::string& call,
-                     const std::function<void(Machine&)>& meanwhile, const Lines& answers = {}) {
-    machine.StopAt(call).Begin(answers);
+                     const std::function<void()>& meanwhile) {
+    machine.StopAt(call).Begin({});
     machine.Start(kOwnFile, "");
     machine.WaitUntilStopped();
-    meanwhile(machine);
+    meanwhile();
     machine.GoOn();
     return machine.Finish();
 }
 
-// Lines 3 and 4 run as they were written.
-TEST(HeldFiles, TheScriptStaysWhileItsCopyRuns) {
+// Script and copy until the script is started, which deletes them; then the script alone, so
+// that its last lines run as they were written.
+TEST(HeldFiles, StayAsTheyWereWritten) {
     NEEDS_SETTINGS();
-    Machine machine;
-    const Outcome outcome =
-        RunFirstWith(machine, "copy MessageBoxA 1 *", [](Machine& at) { ExpectHeld(at, kScript); });
-    ExpectOutcome(outcome, kShown, CompleteRemoval());
+    for (const std::string& call : Lines{"first CloseHandle 1 " + kCopy, "copy MessageBoxA 1 *"}) {
+        SCOPED_TRACE(call);
+        Machine machine;
+        const Outcome outcome = RunFirstWith(machine, call, [&] {
+            ExpectHeld(machine, kScript);
+            if (call.starts_with("first")) {
+                ExpectHeld(machine, kCopy);
+            }
+        });
+        ExpectOutcome(outcome, kShown, CompleteRemoval());
+    }
 }
 
-// As above, for every host, with a script that nobody runs.
+// For every host, with a script that nobody runs.
 TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
     for (const std::string& arguments : Lines{CopyArguments(), "/u=C:\\fehlt"}) {
         Machine machine;
@@ -77,8 +82,8 @@ TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
 // that has been taken away is none.
 TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
     NEEDS_SETTINGS();
-    for (const std::string& refusal : Lines{"1 " + kCopy + "=32", "* " + kCopy + "=32",
-                                            "* " + kCopy + "=5", "* " + kOwnFile + "=32"}) {
+    for (const std::string& refusal : {"1 " + kCopy + "=32", "* " + kCopy + "=32",
+                                       "* " + kCopy + "=5", "* " + kOwnFile + "=32"}) {
         SCOPED_TRACE(refusal);
         Machine machine;
         machine.Setting("faults", "first CreateFileA " + refusal);
@@ -93,14 +98,47 @@ TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
 
 // The copy of a read-only file is not read-only, and neither does an older one stay for that.
 TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
-    if (!Machine::KeepsReadOnly()) {
-        GTEST_SKIP() << "needs a system that keeps read-only files";
-    }
+    NEEDS(kKeepsReadOnly, "needs a system that keeps read-only files");
     Machine machine;
     machine.Attributes(kOwnFile, "R").File(kCopy, "older", "R");
     Lines shown = kShown;
     shown.back() = Problems({"Die Datei \"" + kOwnFile + "\" konnte nicht gelöscht werden."});
     ExpectOutcome(machine.RunFirst({}), shown, With(CompleteRemoval(), {"- file " + kCopy}));
+}
+
+struct Exchange {
+    const char* before;  // the call before which somebody exchanges what it is about
+    const std::string& path;
+    const char* content;  // null: a link to somebody's letter
+    const char* said;
+};
+
+TEST(HeldFiles, AnExchangedOneEndsTheRun) {
+    NEEDS_SETTINGS();
+    const std::string letter = "C:\\Brief.txt";
+    for (const Exchange& exchange : std::vector<Exchange>{
+             {"CopyFileA 1 ", kCopy, nullptr, "Beim Kopieren der Datei"},
+             {"CreateFileA 1 ", kCopy, "", ":1:2:75\""},
+             {"CreateFileA 1 ", kScript, nullptr, ":1:2:58\""},
+             {"CreateFileA 2 ", kScript, "del \"C:\\*.*\"", ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, "del \"C:\\windows\\Temp\\UnInstall.pif\"", ":1:2:75\""},
+             {"CreateFileA 1 ", kRecord, nullptr, ":1:3:58\""},
+         }) {
+        SCOPED_TRACE(exchange.before + exchange.path);
+        Machine machine;
+        machine.File(letter, "Inhalt");
+        Outcome outcome = RunFirstWith(machine, "first " + (exchange.before + exchange.path), [&] {
+            machine.Remove(exchange.path);
+            exchange.content == nullptr ? machine.Link(exchange.path, letter)
+                                        : machine.File(exchange.path, exchange.content);
+        });
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(outcome.shown[1].find(exchange.said), std::string::npos) << outcome.shown[1];
+        std::erase_if(outcome.difference, [](const std::string& line) {
+            return line.starts_with("+ file " + kTempFolder + "\\UnInstall.");
+        });
+        EXPECT_TRUE(SameChanges({}, outcome.difference));
+    }
 }
 
 }  // namespace

@@ -6,19 +6,14 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <sstream>
-#include <thread>
 
 #include "platform/hosted/descriptor.h"
 #include "tests/support/flow.h"
 
 namespace support {
 namespace {
-
-const std::string kEscape = "\x1b";
-const std::string kRight = "\x1b[C";
 
 // The relaunched copy of a machine, started in a terminal. Whatever it waits for in vain, the
 // time limit of the test ends.
@@ -106,10 +101,8 @@ class InTerminal : public testing::Test {
 TEST_F(InTerminal, QuestionsAreAnsweredByKeys) {
     TerminalRun run(machine_);
     run.Await("Bitte warten Sie.");
-    run.Await("[ \x1b[4mJ");   // "Ja" has the focus
-    run.Press("ö" + kEscape);  // neither is an answer to Yes or No
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // else it may be read as Alt
-    run.Press(kRight);
+    run.Await("[ \x1b[4mJ");  // "Ja" has the focus
+    run.Press("ö\x1b[C");     // no answer to Yes or No, and to the right
     run.Await("[ \x1b[4mN");
     EXPECT_TRUE(run.IsChanged());
     run.Press("\r");
@@ -153,6 +146,14 @@ TEST_F(InTerminal, EndingTheProgramAtAQuestionRemovesNoMore) {
         EXPECT_EQ(machine_.Shown(), Lines{Progress()});
         EXPECT_TRUE(machine_.Look().files.contains(kTessorin));
     }
+}
+
+TEST(WithoutATerminal, QuestionsWithoutAnswerHaveAnEnd) {
+    Machine machine;
+    machine.Setting("faults", "first OpenFile * *=32");
+    const Outcome outcome = machine.RunFirst({});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.shown.size(), 1001U);
 }
 
 // Whatever a text holds and however narrow the terminal is, the frame stays whole, and nothing

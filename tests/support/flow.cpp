@@ -1,12 +1,13 @@
 #include "tests/support/flow.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace support {
 namespace {
 
 const std::string kClassesHere = "HKLM\\Software\\Classes\\";
-const std::string kUserHere = "HKU\\S-1-5-21-1454471165-823518204-1801674531-1000\\";
+const std::string kUserHere = "HKU" + kUser.substr(kUser.find('\\'));
 const std::string kEditor = R"(C:\\Programme\\Büro Tessorin\\Tessorin.exe)";
 const std::string kNotepad = R"("C:\\windows\\Notepad.exe %1")";
 
@@ -37,7 +38,7 @@ Lines ShellReset() {
         Verb(kClassesHere + R"(Tessorin.Vorlage\Shell\anzeigen)",
              R"(C:\\PROGRAMME\\BÜRO TESSORIN\\TESSORIN.EXE %1)"),
     };
-    if (Machine::MergesClasses()) {
+    if (Machine::kMergesClasses) {
         lines.push_back(
             Verb(kUserHere + R"(Software\Classes\Notiz\Shell\open)", "\\\"" + kEditor + "\\\" %1"));
     }
@@ -62,6 +63,15 @@ Lines CompleteRemoval() {
                 });
 }
 
+Lines Split(const std::string& text) {
+    std::istringstream stream(text);
+    Lines parts;
+    for (std::string part; std::getline(stream, part, '|');) {
+        parts.push_back(part);
+    }
+    return parts;
+}
+
 Lines With(Lines lines, const Lines& more) {
     lines.insert(lines.end(), more.begin(), more.end());
     return lines;
@@ -81,33 +91,62 @@ Lines Without(Lines lines, const Lines& others) {
     return lines;
 }
 
+std::string Readable(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isBreak = text.compare(i, 2, "\r\n") == 0;
+        result += isBreak           ? "\\n"
+                  : text[i] == '\n' ? "\\l"
+                  : text[i] == '\t' ? "\\t"
+                                    : text.substr(i, 1);
+        i += isBreak ? 1 : 0;
+    }
+    return result;
+}
+
+std::string Unescaped(std::string text) {
+    for (const auto& [escape, meaning] :
+         {std::pair<std::string, std::string>{"\\n", "\r\n"}, {"\\t", "\t"}}) {
+        for (std::size_t i = text.find(escape); i != std::string::npos; i = text.find(escape)) {
+            text.replace(i, escape.size(), meaning);
+        }
+    }
+    return text;
+}
+
+std::string Box(char icon, const std::string& buttons, const std::string& answer,
+                const std::string& text) {
+    return "[" + std::string(1, Machine::kTellsIcons ? icon : ' ') + "] " + buttons + " -> " +
+           answer + ": " + text;
+}
+
 std::string Confirmation(const std::string& answer) {
-    return "[!] *Yes No -> " + answer +
-           ": Sind Sie sicher, dass Tessorin deinstalliert werden soll?";
+    return Box('!', "*Yes No", answer, "Sind Sie sicher, dass Tessorin deinstalliert werden soll?");
 }
 
 std::string InUse(const std::string& answer) {
-    return "[!] *Retry Cancel -> " + answer +
-           ": Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm "
-           "noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu "
-           "deinstallieren.\\n\\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte "
-           "und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren.";
+    return Box('!', "*Retry Cancel", answer,
+               "Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm "
+               "noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu "
+               "deinstallieren.\\n\\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte "
+               "und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren.");
 }
 
 std::string FolderNotEmpty(const std::string& folder, const std::string& answer) {
-    return "[?] *Yes No -> " + answer + ": Das Verzeichnis \"" + folder +
-           "\" ist nicht leer. Soll es dennoch gelöscht werden?";
+    return Box(
+        '?', "*Yes No", answer,
+        "Das Verzeichnis \"" + folder + "\" ist nicht leer. Soll es dennoch gelöscht werden?");
 }
 
 std::string ResetQuestion(const std::string& answer) {
-    return "[?] *Yes No -> " + answer +
-           ": Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden "
-           "(dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis "
-           "neuinstallieren)?";
+    return Box('?', "*Yes No", answer,
+               "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden "
+               "(dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis "
+               "neuinstallieren)?");
 }
 
 std::string Success() {
-    return "[i] *OK -> OK: Die Deinstallation wurde erfolgreich abgeschlossen.";
+    return Box('i', "*OK", "OK", "Die Deinstallation wurde erfolgreich abgeschlossen.");
 }
 
 std::string Progress() {
@@ -127,18 +166,8 @@ std::string FatalMessage(const std::string& description, const std::string& plac
 }
 
 std::string Fatal(const std::string& message, const std::string& answer) {
-    return "[x] *Yes No -> " + answer + ": " + message +
-           "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?";
-}
-
-std::string Unescaped(std::string text) {
-    for (const auto& [escape, meaning] :
-         {std::pair<std::string, std::string>{"\\n", "\r\n"}, {"\\t", "\t"}}) {
-        for (std::size_t i = text.find(escape); i != std::string::npos; i = text.find(escape)) {
-            text.replace(i, escape.size(), meaning);
-        }
-    }
-    return text;
+    return Box('x', "*Yes No", answer,
+               message + "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?");
 }
 
 std::string Problems(const Lines& problems, const std::string& way) {
@@ -152,7 +181,7 @@ std::string Problems(const Lines& problems, const std::string& way) {
 }
 
 std::string UnknownArgument(const std::string& arguments) {
-    return "[!] *OK -> OK: Unbekanntes Befehlszeilenargument (\"" + arguments + "\")";
+    return Box('!', "*OK", "OK", "Unbekanntes Befehlszeilenargument (\"" + arguments + "\")");
 }
 
 testing::AssertionResult Same(const Lines& expected, const Lines& actual) {

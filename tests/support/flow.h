@@ -1,4 +1,14 @@
 // What the flow tests have in common: what a run is expected to show and to change.
+//
+// What is shown are lines that compare and read well:
+//
+//   [?] *Yes No -> Yes: text             a message box: icon (x stop, ! warning, ? question,
+//                                        i information), buttons, * the default, the answer
+//   frmUnInstProc: text                  a window with its labels and text boxes
+//   frmUnInstDone -> close: one | two    the same, and how it was left (click, close)
+//
+// In the texts "\n" stands for CR LF, "\l" for a lone LF, "\t" for a tab; a backslash for
+// itself.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,6 +23,9 @@ namespace support {
 
 using Lines = std::vector<std::string>;
 
+// The parts of a text between "|".
+Lines Split(const std::string& text);
+
 // The whole difference that a complete removal with a reset of the shell's settings makes
 // to the staged machine.
 Lines CompleteRemoval();
@@ -24,7 +37,13 @@ Lines With(Lines lines, const Lines& more);
 Lines Without(Lines lines, std::string_view part);
 Lines Without(Lines lines, const Lines& others);
 
-// What is shown, as transcript.h has it.
+// A text with its control characters as above, and the way back.
+std::string Readable(const std::string& text);
+std::string Unescaped(std::string text);
+
+// A message box; the icon is a blank where it cannot be told.
+std::string Box(char icon, const std::string& buttons, const std::string& answer,
+                const std::string& text);
 std::string Confirmation(const std::string& answer = "Yes");
 std::string InUse(const std::string& answer);
 std::string FolderNotEmpty(const std::string& folder, const std::string& answer = "Yes");
@@ -37,8 +56,6 @@ std::string Problems(const Lines& problems, const std::string& way = "click");
 // tells the place, and the box that asks whether to copy it.
 std::string FatalMessage(const std::string& description, const std::string& place);
 std::string Fatal(const std::string& message, const std::string& answer);
-// A text of a transcript with its line breaks and tabs.
-std::string Unescaped(std::string text);
 std::string UnknownArgument(const std::string& arguments);
 
 // Whether two lists hold the same lines in the same order, as what is shown must.

@@ -1,12 +1,40 @@
 #include "tests/support/machine.h"
 
+#include <gtest/gtest.h>
+
 namespace support {
+
+namespace fs = std::filesystem;
+
+Machine& Machine::File(const std::string& path, const std::string& content,
+                       const std::string& attributes) {
+    fs::create_directories(Place(path).parent_path());
+    Attributes(path, "");
+    WriteBytes(Place(path), content);
+    return Attributes(path, attributes);
+}
+
+Machine& Machine::Folder(const std::string& path) {
+    fs::create_directories(Place(path));
+    return *this;
+}
+
+Machine& Machine::Program(const std::string& path) {
+    fs::create_directories(Place(path).parent_path());
+    fs::copy_file(BuiltProgram(), Place(path), fs::copy_options::overwrite_existing);
+    return *this;
+}
 
 Outcome Machine::Run(const std::string& program, const std::string& arguments,
                      const std::vector<std::string>& answers) {
     Begin(answers);
     Start(program, arguments);
     return Finish();
+}
+
+void Machine::Begin(const std::vector<std::string>& answers) {
+    Answer(answers);
+    before_ = Look();
 }
 
 Outcome Machine::RunFirst(const std::vector<std::string>& answers) {
@@ -20,6 +48,17 @@ Outcome Machine::RunCopy(const std::vector<std::string>& answers) {
 Outcome Machine::RunCopy(const std::string& arguments, const std::vector<std::string>& answers) {
     Program(kTempFolder + "\\UnInstall.exe");
     return Run(kTempFolder + "\\UnInstall.exe", arguments, answers);
+}
+
+void Machine::HoldOpen(const std::string& path) {
+    Enter();
+    held_ = handles::File(CreateFileA(FromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
+                                      nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(static_cast<bool>(held_)) << path;
+}
+
+std::string Machine::Content(const std::string& path) const {
+    return fs::exists(Place(path)) ? ReadBytes(Place(path)) : "";
 }
 
 }  // namespace support

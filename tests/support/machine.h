@@ -3,11 +3,13 @@
 // the tests run on.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/handles.h"
 #include "tests/support/state.h"
 
 namespace support {
@@ -27,7 +29,7 @@ inline const std::string kMakerKey = "Software\\Verlonix";
 // What a run did.
 struct Outcome {
     int status = -1;                      // exit status of the process that was started
-    std::vector<std::string> shown;       // what was shown and answered, see transcript.h
+    std::vector<std::string> shown;       // what was shown and answered, see flow.h
     std::vector<std::string> difference;  // see state.h
     std::string errors;                   // what any of the processes wrote to stderr
 };
@@ -37,10 +39,11 @@ class Machine {
     static const bool kObeysSettings;  // whether Setting has any effect
     // Whether HKEY_CLASSES_ROOT shows the user's classes as well, as Windows has it since
     // 2000. Wine 8 shows the machine's alone.
-    static bool MergesClasses();
+    static const bool kMergesClasses;
     // Whether the read-only attribute keeps a file from being written, and a folder keeps
     // it. Wine leaves both to Unix, where root may write everything.
-    static bool KeepsReadOnly();
+    static const bool kKeepsReadOnly;
+    static const bool kTellsIcons;  // of message boxes; on a screen they are pictures
 
     // As tests/stage describes it.
     Machine();
@@ -60,7 +63,6 @@ class Machine {
     Machine& RemoveKey(const std::string& key);
     // value as regedit writes it: "\"text\"", "dword:00000005", "hex:01,02"
     Machine& Value(const std::string& key, const std::string& name, const std::string& value);
-    Machine& RemoveValue(const std::string& key, const std::string& name);
     // A line of a section of machine.ini; replaces the line with the same left side. Only
     // the hosted machine obeys it.
     Machine& Setting(const std::string& section, const std::string& line);
@@ -92,13 +94,13 @@ class Machine {
     Outcome RunCopy(const std::vector<std::string>& answers);
     Outcome RunCopy(const std::string& arguments, const std::vector<std::string>& answers);
 
-    // Opens a file so that other processes can read it but neither write nor delete it, until
-    // it is let go, at the end of the machine at the latest.
+    // Enters the machine and opens a file so that others can read it but neither write nor
+    // delete it, until it is let go, at the end of the machine at the latest.
     void HoldOpen(const std::string& path);
-    void LetGo();
+    void LetGo() { held_.Close(); }
 
     // Makes this the machine of the test process: Win32 calls of the test work on it. Again
-    // after a change of its settings.
+    // after a change of its settings. What the process had open there is closed.
     void Enter();
     // The answers to the next questions, in place of those that are left, and an empty
     // transcript. Run does this itself.
@@ -114,12 +116,20 @@ class Machine {
     [[nodiscard]] unsigned Calls(const std::string& function, const std::string& argument) const;
 
  private:
+    // Where a path of the machine lies for the test process.
+    [[nodiscard]] std::filesystem::path Place(const std::string& path) const;
+
     struct Host;
     std::unique_ptr<Host> host_;
+    State before_;
+    handles::File held_;
 };
 
-// A text of the program's, from Windows-1252.
-std::string AnsiToUtf8(std::string_view ansi);
+// Texts of the program's, which are Windows-1252.
+std::string ToUtf8(std::string_view ansi);
+std::string FromUtf8(std::string_view utf8);
+// The uninstaller that was built.
+std::filesystem::path BuiltProgram();
 
 // The argument text of the relaunched copy.
 inline std::string CopyArguments() {
@@ -128,10 +138,8 @@ inline std::string CopyArguments() {
 
 }  // namespace support
 
-// First line of a test that depends on Setting or Link.
-#define NEEDS_SETTINGS()                                                 \
-    do {                                                                 \
-        if (!support::Machine::kObeysSettings) {                         \
-            GTEST_SKIP() << "needs a machine that does what it is told"; \
-        }                                                                \
-    } while (false)
+// First line of a test that some machines cannot run.
+#define NEEDS(ability, reason)      \
+    if (!support::Machine::ability) \
+    GTEST_SKIP() << (reason)
+#define NEEDS_SETTINGS() NEEDS(kObeysSettings, "needs a machine that does what it is told")

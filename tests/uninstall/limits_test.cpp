@@ -1,5 +1,4 @@
-// Names, sizes and numbers at their limits, links where folders are expected, and folders
-// that nobody should uninstall.
+// Names, sizes and numbers at their limits, and links where folders are expected.
 #include <fstream>
 #include <functional>
 
@@ -35,32 +34,6 @@ TEST(Limits, TheLongestPathThatAProgramCanHave) {
         machine.Run(folder + "\\UnInstall.exe", "", {"yes", "yes", "no"}),
         {Confirmation(), Progress(), FolderNotEmpty(folder), ResetQuestion("No"), Success()},
         With(TheRest(), {"- folder " + folder}));
-}
-
-// No program can lie in a folder in which its path would be longer than 259 characters.
-TEST(Limits, AFolderThatIsTooLongForItsFilesEndsTheRun) {
-    for (const std::size_t length : {245U, 246U, 247U, 259U, 260U}) {
-        SCOPED_TRACE(length);
-        const std::string folder =
-            "C:\\" + std::string(120, 'x') + "\\" + std::string(length - 124, 'y');
-        const std::string file = folder + (length == 246 ? "\\UnInstall.exe" : "\\Tessorin.exe");
-        Machine machine;
-        machine.Folder(folder);
-        const Outcome outcome =
-            machine.RunCopy("/u=" + folder, length == 245 ? Lines{"no"} : Lines{});
-        if (length == 245) {
-            ExpectOutcome(outcome, {Progress(), ResetQuestion("No"), Success()},
-                          With(TheRest(), {"- folder " + folder}));
-        } else if (length < 260) {
-            const std::string reason =
-                "Dateiname falsch: \"" + file +
-                "\"\\n\\t\\n\\tDer Dateiname oder die Erweiterung ist zu lang. (Fehlercode 206)";
-            ExpectOutcome(outcome, {Progress(), Fatal(FatalMessage(reason, "6:1:52"), "Yes")}, {},
-                          1);
-        } else {
-            ExpectOutcome(outcome, {UnknownArgument("/u=" + folder)}, {});
-        }
-    }
 }
 
 TEST(Limits, TheLongestKeyNamesThereAre) {
@@ -101,20 +74,13 @@ TEST(Limits, ValuesOf16MiBAreReadAndLongerOnesLeft) {
 }
 
 // The registry allows 512 levels; what is below the product's key goes level by level.
-TEST(Limits, AsDeepAsTheRegistryCanBe) {
+TEST(Limits, AsDeepAndAsWideAsNobodyHasSeenIt) {
     std::string key = kHklm + kProductKey;
     for (int level = 4; level <= 512; ++level) {
         key += "\\" + std::to_string(level);
     }
     Machine machine;
     machine.Value(key, "tief", "\"unten\"");
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-                  CompleteRemoval());
-}
-
-TEST(Limits, AsWideAsNobodyHasSeenIt) {
-    Machine machine;
     Append(machine, [](std::ostream& file) {
         for (unsigned i = 0; i < 100000; ++i) {
             file << "\n[" << kHklm << kProductKey << "\\Zuletzt " << i << "]\n";
@@ -127,11 +93,12 @@ TEST(Limits, AsWideAsNobodyHasSeenIt) {
 
 // ---- links -----------------------------------------------------------------------------
 
+// A link of a folder goes, what it leads to stays.
 TEST(Links, InsideTheFolderLeadNowhere) {
     Machine machine;
     machine.Link(kProgramFolder + "\\Hilfe\\Bilder\\alle", "C:\\");
     machine.Link(kProgramFolder + "\\Hilfe\\oben", kProgramFolder);
-    machine.Link(kProgramFolder + "\\Hilfe\\System", "C:\\windows\\system32");
+    machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
     machine.Link(kProgramFolder + "\\nirgends", "C:\\gibt\\es\\nicht");
     machine.Link(kProgramFolder + "\\Notepad.exe", "C:\\windows\\Notepad.exe");
     ExpectOutcome(machine.RunCopy({}),
@@ -139,46 +106,23 @@ TEST(Links, InsideTheFolderLeadNowhere) {
                   CompleteRemoval());
 }
 
-// The product's two files are its own wherever they lie; everything else there is not.
-TEST(Links, InPlaceOfTheProgramFolderGoAlone) {
-    const std::string target = "D:\\Sammlung";
+// The product's files are its own wherever they lie; everything else there is not.
+TEST(Links, InPlaceOfTheFoldersGoAlone) {
+    const std::string program = "D:\\Sammlung";
+    const std::string group = "D:\\Menü";
     Machine machine;
-    machine.Remove(kProgramFolder).File(target + "\\Tessorin.exe", "x");
-    machine.File(target + "\\UnInstall.exe", "x").File(target + "\\Brief.txt", "x");
-    machine.File(target + "\\Hilfe\\Tessorin.hlp", "x");
-    machine.Link(kProgramFolder, target);
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-                  With(Without(CompleteRemoval(), Lines{"- folder " + kProgramFolder}),
-                       {"- file " + kProgramFolder, "- file " + target + "\\Tessorin.exe",
-                        "- file " + target + "\\UnInstall.exe"}));
-}
-
-TEST(Links, InPlaceOfTheGroupGoAlone) {
-    const std::string target = "D:\\Menü";
-    Machine machine;
-    machine.Remove(kGroupFolder).File(target + "\\Tessorin.lnk", "x");
-    machine.File(target + "\\Textwerk.lnk", "x").Folder(target + "\\Spiele");
-    machine.Link(kGroupFolder, target);
+    machine.Remove(kProgramFolder).File(program + "\\Tessorin.exe", "x");
+    machine.File(program + "\\UnInstall.exe", "x").File(program + "\\Hilfe\\Tessorin.hlp", "x");
+    machine.Remove(kGroupFolder).File(group + "\\Tessorin.lnk", "x");
+    machine.File(group + "\\Textwerk.lnk", "x").Folder(group + "\\Spiele");
+    machine.Link(kProgramFolder, program).Link(kGroupFolder, group);
     ExpectOutcome(machine.RunCopy({}),
                   {Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
                    ResetQuestion(), Success()},
-                  With(Without(CompleteRemoval(), Lines{"- folder " + kGroupFolder}),
-                       {"- file " + kGroupFolder, "- file " + target + "\\Tessorin.lnk"}));
-}
-
-// ---- folders that are nobody's program folder ------------------------------------------
-
-TEST(Argument, IsTrustedOnlyWithTheUsersConsent) {
-    for (const std::string& folder : Lines{"C:\\", "C:\\windows", "C:\\windows\\system32"}) {
-        SCOPED_TRACE(folder);
-        Machine machine;
-        ExpectOutcome(
-            machine.RunCopy("/u=" + folder, {"no", "no"}),
-            {Progress(), FolderNotEmpty(folder, "No"), ResetQuestion("No"),
-             Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
-            TheRest());
-    }
+                  With(Without(CompleteRemoval(), "- folder "),
+                       {"- file " + kProgramFolder, "- file " + program + "\\Tessorin.exe",
+                        "- file " + program + "\\UnInstall.exe", "- file " + kGroupFolder,
+                        "- file " + group + "\\Tessorin.lnk"}));
 }
 
 }  // namespace

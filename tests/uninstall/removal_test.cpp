@@ -17,28 +17,18 @@ Lines ShownWith(const Lines& problems, const std::string& folderAnswer = "Yes") 
             problems.empty() ? Success() : Problems(problems)};
 }
 
-TEST(Removal, TakesAllThatIsOursAndNothingElse) {
+TEST(Removal, WithoutResetKeepsEveryShellSettingAndTheKeysOfOtherProducts) {
+    const std::string user = "HKU" + kUser.substr(kUser.find('\\'));
     Machine machine;
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
-}
-
-TEST(Removal, LeavesTheMakersKeyToItsOtherProducts) {
-    Machine machine;
-    const std::string user = R"(HKU\S-1-5-21-1454471165-823518204-1801674531-1000)";
-    const std::string maker = R"(\Software\Verlonix)";
-    machine.Key("HKEY_LOCAL_MACHINE" + maker + "\\Kalendorin");
-    machine.Key("HKEY_USERS" + user.substr(3) + maker + "\\Kalendorin");
-    Lines removed = Without(CompleteRemoval(), {"- key HKLM" + maker, "- key " + user + maker});
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}),
-                  With(removed, {"- key HKLM" + maker + "\\Tessorin",
-                                 "- key " + user + maker + "\\Tessorin"}));
-}
-
-TEST(Removal, WithoutResetKeepsEveryShellSetting) {
-    Machine machine;
+    Lines removed = Without(CompleteRemoval(), ShellReset());
+    for (const auto& [root, name] : {std::pair(kHklm, std::string("HKLM\\")), {kUser, user}}) {
+        machine.Key(root + kMakerKey + "\\Kalendorin");
+        removed = With(Without(removed, Lines{"- key " + name + kMakerKey}),
+                       {"- key " + name + kMakerKey + "\\Tessorin"});
+    }
     ExpectOutcome(machine.RunCopy({"yes", "no"}),
                   {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"), Success()},
-                  Without(CompleteRemoval(), ShellReset()));
+                  removed);
 }
 
 TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
@@ -59,9 +49,7 @@ TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
 }
 
 TEST(Removal, DoesNotTryWhatIsReadOnly) {
-    if (!Machine::KeepsReadOnly()) {
-        GTEST_SKIP() << "folders are never read-only here";
-    }
+    NEEDS(kKeepsReadOnly, "folders are never read-only here");
     Machine machine;
     machine.Attributes(kProgramFolder, "R").Attributes(kTessorin, "RH");
     machine.Attributes(kGroupFolder + "\\Deinstallieren.lnk", "R");
@@ -97,8 +85,7 @@ TEST(Removal, FindsItsFolderUnderAnyNameOfIt) {
     for (const std::string& spelling :
          {std::string("c:\\programme\\BÜRO tessorin\\"_ansi), std::string(name)}) {
         Machine one;
-        ExpectOutcome(one.RunCopy("/u=" + AnsiToUtf8(spelling), {}), ShownWith({}),
-                      CompleteRemoval());
+        ExpectOutcome(one.RunCopy("/u=" + ToUtf8(spelling), {}), ShownWith({}), CompleteRemoval());
     }
 }
 
@@ -125,7 +112,6 @@ TEST(Removal, WaitsForAFileThatIsHeld) {
 TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
     Machine machine;
     machine.HoldOpen(kTessorin);
-    const Lines rest = {"- file " + kProgramFolder + "\\UnInstall.exe"};
     const Outcome outcome = machine.RunCopy({});
     EXPECT_TRUE(Same(ShownWith({NotDeleted("Die Datei", kTessorin),
                                 NotDeleted("Das Verzeichnis", kProgramFolder)}),
@@ -158,15 +144,6 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
     }
 }
 
-TEST(Removal, DeletesALinkButNotWhereItLeads) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
-    machine.Link(kProgramFolder + "\\Vorlagen\\Brief.lnk",
-                 "C:\\Dokumente und Einstellungen\\Clara\\Eigene Dateien\\Brief an Jürgen.txt");
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
-}
-
 // Some shells walk through a link, so a folder is not theirs as long as one is in it: not in
 // one whose letters the code page lacks either, which is entered by its short name.
 TEST(Removal, KeepsAFolderWhoseLinksStay) {
@@ -183,7 +160,8 @@ TEST(Removal, KeepsAFolderWhoseLinksStay) {
     }
 }
 
-// Two that look alike by their long names.
+// The code page has none of these letters: such a folder is entered by its short name, and both
+// look alike by their long ones.
 TEST(Removal, TakesNamesThatTheCodePageLacks) {
     NEEDS_SETTINGS();
     Machine machine;

@@ -5,25 +5,22 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fstream>
-#include <set>
+#include <iterator>
 #include <sstream>
 
 #include "platform/hosted/descriptor.h"
 #include "platform/hosted/machine.h"
 #include "tests/support/hosted/folder.h"
+#include "tests/support/hosted/transcript.h"
 #include "tests/support/machine.h"
-#include "tests/support/transcript.h"
-#include "tools/machine/stage.h"
 
 namespace support {
 namespace {
@@ -41,76 +38,10 @@ fs::path FreshFolder() {
     return name;
 }
 
-// The processes that hold files, of all machines of this process: nobody waits for them.
-std::set<pid_t>& Holders() {
-    static std::set<pid_t> holders;
-    return holders;
-}
-
-// The children of this process but for those, by id.
 std::vector<pid_t> Children() {
     const std::string self = std::to_string(getpid());
     std::ifstream list("/proc/" + self + "/task/" + self + "/children");
-    std::vector<pid_t> children;
-    for (pid_t child = 0; list >> child;) {
-        if (!Holders().contains(child)) {
-            children.push_back(child);
-        }
-    }
-    return children;
-}
-
-bool IsReadable(int descriptor) {
-    pollfd wait{descriptor, POLLIN, 0};
-    return poll(&wait, 1, kTimeLimit) > 0;
-}
-
-// Waits until a child has ended and returns its exit status, -1 for one that had to be killed.
-int WaitFor(pid_t child) {
-    const Descriptor ending(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
-    const bool ends = IsReadable(ending.Get());
-    if (!ends) {
-        kill(child, SIGKILL);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return !ends ? -1 : WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-// Waits until no child is left and returns the exit status of the program, -1 when one had
-// to be killed. The children of one that has ended are there before its end is seen.
-int WaitForAll(pid_t program) {
-    int result = -1;
-    bool allEnded = true;
-    for (;;) {
-        const std::vector<pid_t> children = Children();
-        if (children.empty()) {
-            return allEnded ? result : -1;
-        }
-        const int status = WaitFor(children.front());
-        allEnded = allEnded && status != -1;
-        if (children.front() == program) {
-            result = status;
-        }
-    }
-}
-
-// Starts a program with these descriptors as its standard streams.
-pid_t StartProcess(const fs::path& program, std::vector<std::string> arguments, int input,
-                   int output, int errors) {
-    arguments.insert(arguments.begin(), program.string());
-    std::vector<char*> pointers(arguments.size() + 1);
-    std::transform(arguments.begin(), arguments.end(), pointers.begin(),
-                   [](std::string& word) { return word.data(); });
-    const pid_t child = fork();
-    if (child == 0) {
-        if (dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
-            dup2(errors, STDERR_FILENO) >= 0) {
-            execv(pointers[0], pointers.data());
-        }
-        _exit(127);
-    }
-    return child;
+    return {std::istream_iterator<pid_t>(list), {}};
 }
 
 std::string ReadIfThere(const fs::path& file) {
@@ -127,27 +58,56 @@ bool IsExpected(const std::string& line) {
 
 }  // namespace
 
-std::string AnsiToUtf8(std::string_view ansi) {
+std::string ToUtf8(std::string_view ansi) {
     return hosted::ToUtf8(ansi);
 }
 
+std::string FromUtf8(std::string_view utf8) {
+    return hosted::FromUtf8(utf8);
+}
+
+fs::path BuiltProgram() {
+    return TESTS_PROGRAM;
+}
+
 const bool Machine::kObeysSettings = true;
-
-bool Machine::MergesClasses() {
-    return true;
-}
-
-bool Machine::KeepsReadOnly() {
-    return true;
-}
+const bool Machine::kMergesClasses = true;
+const bool Machine::kKeepsReadOnly = true;
+const bool Machine::kTellsIcons = true;
 
 struct Machine::Host {
+    enum class Event { Ended, Signalled, Idle };
+    // Waits until a process has ended, or until there is something to read in a pipe. The
+    // children of one that has ended are there before its end is seen.
+    Event Next(int pipe = -1);
+
     MachineFolder folder{FreshFolder()};
-    State before;
     pid_t process = 0;
-    pid_t holder = 0;  // of a file
-    Descriptor hold;   // it ends when this is closed
+    int status = -1;  // of that process
+    bool overdue = false;
+    Descriptor go;
 };
+
+Machine::Host::Event Machine::Host::Next(int pipe) {
+    const std::vector<pid_t> children = Children();
+    if (children.empty()) {
+        return Event::Idle;
+    }
+    const Descriptor ending(static_cast<int>(syscall(SYS_pidfd_open, children.front(), 0)));
+    std::array<pollfd, 2> waits{{{ending.Get(), POLLIN, 0}, {pipe, POLLIN, 0}}};
+    if (poll(waits.data(), waits.size(), kTimeLimit) == 0) {
+        overdue = true;
+        kill(children.front(), SIGKILL);
+    } else if ((waits[1].revents & POLLIN) != 0) {
+        return Event::Signalled;
+    }
+    int ended = 0;
+    waitpid(children.front(), &ended, 0);
+    if (children.front() == process) {
+        status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
+    }
+    return Event::Ended;
+}
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
@@ -155,32 +115,23 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 }
 
 Machine::~Machine() {
+    // A test that has broken off may have left one that waits to go on.
+    for (auto children = Children(); !children.empty(); children = Children()) {
+        kill(children.front(), SIGKILL);
+        waitpid(children.front(), nullptr, 0);
+    }
     LetGo();
     host_->folder.Leave();
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
     fs::remove_all(host_->folder.Folder(), ignored);
 }
 
-Machine& Machine::File(const std::string& path, const std::string& content,
-                       const std::string& attributes) {
-    fs::create_directories(host_->folder.Host(path).parent_path());
-    WriteBytes(host_->folder.Host(path), content);
-    return Attributes(path, attributes);
-}
-
-Machine& Machine::Folder(const std::string& path) {
-    fs::create_directories(host_->folder.Host(path));
-    return *this;
-}
-
-Machine& Machine::Program(const std::string& path) {
-    fs::create_directories(host_->folder.Host(path).parent_path());
-    fs::copy_file(TESTS_PROGRAM, host_->folder.Host(path), fs::copy_options::overwrite_existing);
-    return *this;
+fs::path Machine::Place(const std::string& path) const {
+    return host_->folder.Host(path);
 }
 
 Machine& Machine::Remove(const std::string& path) {
-    fs::remove_all(host_->folder.Host(path));
+    fs::remove_all(Place(path));
     return Attributes(path, "");
 }
 
@@ -210,13 +161,6 @@ Machine& Machine::Value(const std::string& key, const std::string& name, const s
     return *this;
 }
 
-Machine& Machine::RemoveValue(const std::string& key, const std::string& name) {
-    Keys keys = host_->folder.ReadRegistry();
-    keys[key].erase(name);
-    host_->folder.WriteRegistry(keys);
-    return *this;
-}
-
 Machine& Machine::Setting(const std::string& section, const std::string& line) {
     host_->folder.ChangeSetting(section, line.substr(0, line.find('=')), line);
     return *this;
@@ -228,7 +172,7 @@ Machine& Machine::NoSetting(const std::string& section, const std::string& left)
 }
 
 Machine& Machine::Link(const std::string& path, const std::string& target) {
-    fs::create_symlink(host_->folder.Host(target), host_->folder.Host(path));
+    fs::create_symlink(Place(target), Place(path));
     return *this;
 }
 
@@ -249,25 +193,24 @@ std::vector<std::string> Machine::Shown() const {
     return ParseTranscript(ReadIfThere(host_->folder.Folder() / "transcript.txt"));
 }
 
-void Machine::Begin(const std::vector<std::string>& answers) {
-    Answer(answers);
-    host_->before = Look();
+void Machine::Start(const std::string& program, const std::string& arguments) {
+    const std::string file = Place(program).string();
+    const std::string errors = (host_->folder.Folder() / "errors.txt").string();
     // Sanitizers report there: the terminal of a detached process is nobody's.
     const std::string reports = "log_path=" + (host_->folder.Folder() / "sanitizer").string();
     setenv("ASAN_OPTIONS", reports.c_str(), 1);
     setenv("UBSAN_OPTIONS", reports.c_str(), 1);
-}
-
-void Machine::Start(const std::string& program, const std::string& arguments) {
-    std::vector<std::string> words;
-    if (!arguments.empty()) {
-        words.push_back(arguments);
+    host_->process = fork();
+    if (host_->process == 0) {
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        const int log = open(errors.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+        if (dup2(nothing, STDIN_FILENO) >= 0 && dup2(nothing, STDOUT_FILENO) >= 0 &&
+            dup2(log, STDERR_FILENO) >= 0) {
+            execl(file.c_str(), file.c_str(), arguments.empty() ? nullptr : arguments.c_str(),
+                  nullptr);
+        }
+        _exit(127);
     }
-    const Descriptor nothing(open("/dev/null", O_RDWR | O_CLOEXEC));
-    const Descriptor errors(open((host_->folder.Folder() / "errors.txt").c_str(),
-                                 O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666));
-    host_->process = StartProcess(host_->folder.Host(program), words, nothing.Get(), nothing.Get(),
-                                  errors.Get());
 }
 
 Machine& Machine::StopAt(const std::string& call) {
@@ -280,21 +223,29 @@ Machine& Machine::StopAt(const std::string& call) {
 void Machine::WaitUntilStopped() {
     const fs::path pipe = host_->folder.Folder() / "stopped";
     const Descriptor stopped(open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    ASSERT_TRUE(IsReadable(stopped.Get())) << "nothing stops";
+    Host::Event event = Host::Event::Ended;
+    while (event == Host::Event::Ended) {
+        event = host_->Next(stopped.Get());
+    }
+    ASSERT_EQ(event, Host::Event::Signalled) << "nothing stops";
     std::array<char, 1000> line{};
     ASSERT_GT(read(stopped.Get(), line.data(), line.size()), 0);
 }
 
 void Machine::GoOn() {
-    std::ofstream(host_->folder.Folder() / "go") << "go\n";
+    // Open until the process has read it, and at once, whether it is there or not.
+    host_->go = Descriptor(open((host_->folder.Folder() / "go").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(write(host_->go.Get(), "go\n", 3), 3);
 }
 
 Outcome Machine::Finish() {
     const fs::path& folder = host_->folder.Folder();
+    while (host_->Next() != Host::Event::Idle) {
+    }
     Outcome outcome;
-    outcome.status = WaitForAll(host_->process);
+    outcome.status = host_->status;
     outcome.shown = Shown();
-    outcome.difference = Difference(host_->before, Look());
+    outcome.difference = Difference(before_, Look());
     outcome.errors = ReadIfThere(folder / "errors.txt") + ReadIfThere(folder / "log.txt");
     for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
         if (entry.path().filename().string().starts_with("sanitizer")) {
@@ -305,32 +256,8 @@ Outcome Machine::Finish() {
     for (std::string line; std::getline(lines, line);) {
         EXPECT_TRUE(IsExpected(line)) << line;
     }
-    EXPECT_NE(outcome.status, -1) << "still running after the time limit\n"
-                                  << ReadIfThere(folder / "transcript.txt");
+    EXPECT_FALSE(host_->overdue) << ReadIfThere(folder / "transcript.txt");
     return outcome;
-}
-
-void Machine::HoldOpen(const std::string& path) {
-    LetGo();
-    std::array<int, 2> ends{};
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
-    host_->hold = Descriptor(ends[0]);
-    Descriptor theirs(ends[1]);
-    host_->holder = StartProcess(TESTS_HOLD_OPEN, {host_->folder.Folder().string(), path},
-                                 theirs.Get(), theirs.Get(), STDERR_FILENO);
-    Holders().insert(host_->holder);
-    theirs.Close();
-    std::array<char, 20> answer{};
-    ASSERT_GT(read(host_->hold.Get(), answer.data(), answer.size() - 1), 0);
-    EXPECT_STREQ(answer.data(), "open\n") << path;
-}
-
-void Machine::LetGo() {
-    host_->hold = Descriptor();
-    if (host_->holder != 0) {
-        Holders().erase(host_->holder);
-        WaitFor(std::exchange(host_->holder, 0));
-    }
 }
 
 std::string Machine::HostFolder() const {
@@ -341,10 +268,6 @@ State Machine::Look() const {
     return host_->folder.Look();
 }
 
-std::string Machine::Content(const std::string& path) const {
-    return ReadIfThere(host_->folder.Host(path));
-}
-
 std::string Machine::Clipboard() const {
     return ReadIfThere(host_->folder.Folder() / "clipboard.txt");
 }
@@ -353,10 +276,8 @@ unsigned Machine::Calls(const std::string& function, const std::string& argument
     std::istringstream lines(ReadIfThere(host_->folder.Folder() / "calls.txt"));
     unsigned count = 0;
     for (std::string line; std::getline(lines, line);) {
-        count += line.find("\t" + function + "\t") != std::string::npos &&
-                         line.ends_with("\t" + argument)
-                     ? 1
-                     : 0;
+        const bool called = line.find("\t" + function + "\t") != std::string::npos;
+        count += called && line.ends_with("\t" + argument) ? 1 : 0;
     }
     return count;
 }

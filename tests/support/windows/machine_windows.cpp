@@ -2,10 +2,7 @@
 // keys before each test and loses them afterwards, so it should be nobody's.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <array>
 #include <set>
-#include <sstream>
 
 #include "platform/handles.h"
 // Builds on the types of windows.h.
@@ -13,31 +10,59 @@
 
 #include "tests/support/machine.h"
 #include "tests/support/windows/answerer.h"
-#include "tests/support/windows/files.h"
-#include "tests/support/windows/registry.h"
-#include "tests/support/windows/text.h"
-#include "tools/machine/stage.h"
+#include "tests/support/windows/real.h"
 
 namespace support {
+
+namespace fs = std::filesystem;
+
 namespace {
 
 constexpr DWORD kTimeLimit = 30000;  // milliseconds
 const std::string kExplorer = kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
-// The folders that are the tests' own: emptied before and after each.
-const std::vector<std::string> kTerritory{"C:\\Programme", "C:\\Dokumente und Einstellungen",
-                                          kTempFolder};
 
-// The uninstaller that the tests drive, named by who starts them.
-std::string BuiltProgram() {
-    static const std::string program = [] {
-        std::array<char, MAX_PATH> path{};
-        GetEnvironmentVariableA("UNINSTALL_PROGRAM", path.data(), path.size());
-        return ReadRealFile(ToUtf8(path.data()));
-    }();
-    if (program.empty()) {
-        throw std::runtime_error("UNINSTALL_PROGRAM names no program");
+std::set<fs::path> EntriesOf(const fs::path& folder) {
+    return {fs::directory_iterator(folder), {}};
+}
+
+// What was there before the first test.
+struct System {
+    std::set<fs::path> files = EntriesOf("C:\\");
+    State state{{}, ReadRealRegistry(), {}};
+};
+
+const System& TheSystem() {
+    static const System system;
+    return system;
+}
+
+// Everything on the drive that is not the system's.
+std::set<fs::path> Territory() {
+    std::set<fs::path> places = EntriesOf(kTempFolder);
+    places.merge(EntriesOf("C:\\"));
+    std::erase_if(places, [](const fs::path& one) { return TheSystem().files.contains(one); });
+    return places;
+}
+
+void Clear() {
+    for (const fs::path& place : Territory()) {
+        RemoveTree(place);
     }
-    return program;
+    for (const machine::Item& item :
+         machine::Compare(TheSystem().state, {{}, ReadRealRegistry(), {}})) {
+        if (item.kind == machine::Item::Kind::Value && !item.same) {
+            SetRealValue(item.place, item.name, item.before.value_or(""));
+        } else if (!item.before) {
+            DeleteKeyTree(item.place);
+        }
+    }
+}
+
+// For the processes that are started from now on.
+void UseTemp(const std::string& folder) {
+    for (const char* name : {"TMP", "TEMP"}) {
+        SetEnvironmentVariableA(name, FromUtf8(folder).c_str());
+    }
 }
 
 // How many of the program's processes, and of the script's, are running.
@@ -54,146 +79,59 @@ unsigned Running() {
     return count;
 }
 
-// The tops of what a stage's registry holds: everything the tests have there.
-std::set<std::string> Sections(const std::string& text) {
-    std::set<std::string> sections;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with('[')) {
-            sections.insert(line.substr(1, line.rfind(']') - 1));
-        }
-    }
-    return sections;
-}
-
 }  // namespace
 
-std::string AnsiToUtf8(std::string_view ansi) {
-    return ToUtf8(ansi);
+// Named by who starts the tests.
+fs::path BuiltProgram() {
+    const wchar_t* const program = _wgetenv(L"UNINSTALL_PROGRAM");
+    return program == nullptr ? L"UNINSTALL_PROGRAM" : program;
 }
 
+// As Wine 8 has it.
 const bool Machine::kObeysSettings = false;
-
-bool Machine::MergesClasses() {
-    static const bool merges = [] {
-        const std::string probe = kUser + "Software\\Classes\\UnInstall-Probe";
-        MakeKey(probe);
-        handles::Key key;
-        const LSTATUS code =
-            RegOpenKeyExA(HKEY_CLASSES_ROOT, "UnInstall-Probe", 0, KEY_QUERY_VALUE, key.Receive());
-        DeleteKeyTree(probe);
-        return code == ERROR_SUCCESS;
-    }();
-    return merges;
-}
-
-bool Machine::KeepsReadOnly() {
-    static const bool keeps = [] {
-        const std::string probe = "C:\\UnInstall-Probe";
-        WriteRealFile(probe, "x");
-        SetRealAttributes(probe, "R");
-        const handles::File file(
-            CreateFileA(probe.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-        return !file;
-    }();
-    RemoveTree("C:\\UnInstall-Probe");
-    return keeps;
-}
-
-namespace {
-
-// For the processes that are started from now on.
-void UseTemp(const std::string& folder) {
-    for (const char* name : {"TMP", "TEMP"}) {
-        SetEnvironmentVariableA(name, FromUtf8(folder).c_str());
-    }
-}
-
-}  // namespace
+const bool Machine::kMergesClasses = false;
+const bool Machine::kKeepsReadOnly = false;
+const bool Machine::kTellsIcons = false;
 
 struct Machine::Host {
-    Answerer answerer;
-    State before;
-    std::set<std::string> sections;  // keys to take away afterwards
-    std::set<std::string> paths;
     handles::Process process;
-    handles::File held;  // another process is not needed: sharing is kept between handles
-
-    // A path that a test makes: its top folder is the test's, but never the system's own.
-    void Remember(const std::string& path) {
-        const std::string system = "C:\\windows\\";
-        const std::size_t start = path.starts_with(system) ? system.size() : 3;
-        const std::string top = path.substr(0, path.find('\\', start));
-        if (std::find(kTerritory.begin(), kTerritory.end(), top) == kTerritory.end()) {
-            paths.insert(top);
-        }
-    }
-    void Clear() {
-        for (auto section = sections.rbegin(); section != sections.rend(); ++section) {
-            DeleteKeyTree(*section);
-        }
-        for (const std::string& path : kTerritory) {
-            RemoveTree(path);
-        }
-        for (const std::string& path : paths) {
-            RemoveTree(path);
-        }
-    }
 };
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
-    const std::filesystem::path stage = TESTS_STAGE;
-    const std::string registry = ReadBytes(stage / "registry.reg");
-    host_->sections = Sections(registry);
-    host_->sections.insert(kHklm + kMakerKey);
-    host_->Clear();
+    const fs::path stage = TESTS_STAGE;
+    Clear();
     UseTemp(kTempFolder);
+    const std::string menu = kGroupFolder.substr(0, kGroupFolder.rfind('\\'));
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
-        SetRealValue(
-            kExplorer + folders, "Common Programs",
-            regtext::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
+        SetRealValue(kExplorer + folders, "Common Programs",
+                     regtext::FormatValue({1, menu + '\0'}));
     }
-    for (const auto& [key, values] : regtext::Parse(registry)) {
+    for (const auto& [key, values] : regtext::Parse(ReadBytes(stage / "registry.reg"))) {
         MakeKey(key);
         for (const auto& [name, value] : values) {
             SetRealValue(key, name, value);
         }
     }
     for (const StagedFile& file : ReadStagedFiles(stage / "files.txt")) {
-        if (file.path.starts_with("C:\\windows\\system32") || file.path.ends_with("Notepad.exe")) {
-            continue;  // the system has its own
-        }
         if (file.kind == StagedFile::Kind::Folder) {
-            MakeFolders(file.path);
-        } else {
-            WriteRealFile(file.path,
-                          file.kind == StagedFile::Kind::Program ? BuiltProgram() : file.content);
+            Folder(file.path);
+        } else if (file.kind == StagedFile::Kind::Program) {
+            Program(file.path);
+        } else if (!file.path.starts_with("C:\\windows\\system32") &&
+                   !file.path.ends_with("Notepad.exe")) {
+            File(file.path, file.content, file.attributes);  // the system has its own
         }
-        SetRealAttributes(file.path, file.attributes);
     }
 }
 
 Machine::~Machine() {
     LetGo();
     SetCurrentDirectoryA("C:\\windows");
-    host_->Clear();
+    Clear();
 }
 
-Machine& Machine::File(const std::string& path, const std::string& content,
-                       const std::string& attributes) {
-    host_->Remember(path);
-    WriteRealFile(path, content);
-    return Attributes(path, attributes);
-}
-
-Machine& Machine::Folder(const std::string& path) {
-    host_->Remember(path);
-    MakeFolders(path);
-    return *this;
-}
-
-Machine& Machine::Program(const std::string& path) {
-    return File(path, BuiltProgram());
+fs::path Machine::Place(const std::string& path) const {
+    return path;
 }
 
 Machine& Machine::Remove(const std::string& path) {
@@ -207,7 +145,6 @@ Machine& Machine::Attributes(const std::string& path, const std::string& attribu
 }
 
 Machine& Machine::Key(const std::string& key) {
-    host_->sections.insert(key);
     MakeKey(key);
     return *this;
 }
@@ -218,46 +155,35 @@ Machine& Machine::RemoveKey(const std::string& key) {
 }
 
 Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
-    host_->sections.insert(key);
     SetRealValue(key, name, value);
     return *this;
 }
 
-Machine& Machine::RemoveValue(const std::string& key, const std::string& name) {
-    DeleteRealValue(key, name);
-    return *this;
-}
-
 // Only the temporary folder is ours to set here.
-Machine& Machine::Setting(const std::string& section, const std::string& line) {
+Machine& Machine::Setting(const std::string& /*section*/, const std::string& line) {
     const std::string temp = "temp=";
-    if (section == "folders" && line.starts_with(temp)) {
+    if (line.starts_with(temp)) {
         UseTemp(line.substr(temp.size()));
     }
     return *this;
 }
 
-Machine& Machine::NoSetting(const std::string&, const std::string&) {
+Machine& Machine::NoSetting(const std::string& /*section*/, const std::string& /*left*/) {
     return *this;
 }
 
-Machine& Machine::Link(const std::string&, const std::string&) {
+Machine& Machine::Link(const std::string& /*path*/, const std::string& /*target*/) {
     return *this;
 }
 
 void Machine::Enter() {}
 
 void Machine::Answer(const std::vector<std::string>& answers) {
-    host_->answerer.Reset(answers);
+    AnswerOnScreen(answers);
 }
 
 std::vector<std::string> Machine::Shown() const {
-    return host_->answerer.Shown();
-}
-
-void Machine::Begin(const std::vector<std::string>& answers) {
-    Answer(answers);
-    host_->before = Look();
+    return ShownOnScreen();
 }
 
 void Machine::Start(const std::string& program, const std::string& arguments) {
@@ -275,7 +201,7 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     CloseHandle(process.hThread);
 }
 
-Machine& Machine::StopAt(const std::string&) {
+Machine& Machine::StopAt(const std::string& /*call*/) {
     return *this;
 }
 
@@ -300,18 +226,8 @@ Outcome Machine::Finish() {
     }
     EXPECT_EQ(Running(), 0U) << "still running after the time limit";
     outcome.shown = Shown();
-    outcome.difference = Difference(host_->before, Look());
+    outcome.difference = Difference(before_, Look());
     return outcome;
-}
-
-void Machine::HoldOpen(const std::string& path) {
-    host_->held = handles::File(CreateFileA(FromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
-                                            nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(static_cast<bool>(host_->held)) << path;
-}
-
-void Machine::LetGo() {
-    host_->held.Close();
 }
 
 std::string Machine::HostFolder() const {
@@ -320,18 +236,16 @@ std::string Machine::HostFolder() const {
 
 State Machine::Look() const {
     State state;
-    for (const std::string& path : kTerritory) {
-        LookAtTree(path, path != kTempFolder, state);
-    }
-    for (const std::string& path : host_->paths) {
-        LookAtTree(path, true, state);
+    for (const fs::path& place : Territory()) {
+        state.files[place.string()] = LookAt(place);
+        if (fs::is_directory(place)) {
+            for (const auto& entry : fs::recursive_directory_iterator(place)) {
+                state.files[entry.path().string()] = LookAt(entry.path());
+            }
+        }
     }
     state.keys = ReadRealRegistry();
     return state;
-}
-
-std::string Machine::Content(const std::string& path) const {
-    return ReadRealFile(path);
 }
 
 std::string Machine::Clipboard() const {
@@ -345,7 +259,7 @@ std::string Machine::Clipboard() const {
     return result;
 }
 
-unsigned Machine::Calls(const std::string&, const std::string&) const {
+unsigned Machine::Calls(const std::string& /*function*/, const std::string& /*argument*/) const {
     return 0;
 }
 

@@ -1,0 +1,178 @@
+#include "tests/support/windows/real.h"
+
+#include <array>
+#include <regex>
+
+#include "platform/handles.h"
+// Builds on the types of windows.h.
+#include <shlwapi.h>
+
+#include "tests/support/machine.h"
+
+namespace support {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::pair<DWORD, char> kAttributes[] = {{FILE_ATTRIBUTE_READONLY, 'R'},
+                                                  {FILE_ATTRIBUTE_HIDDEN, 'H'},
+                                                  {FILE_ATTRIBUTE_SYSTEM, 'S'},
+                                                  {FILE_ATTRIBUTE_DIRECTORY, 'D'}};
+
+// Large branches of the system, and what Wine notes down about itself.
+const std::regex kLeftOut(
+    R"(HKEY_LOCAL_MACHINE\\Software\\(Classes\\(CLSID|Interface|MIME|TypeLib)|)"
+    R"(Microsoft\\(Cryptography|Windows NT))|HKEY_.*\\Software\\Wine)",
+    std::regex::icase);
+
+std::string Convert(std::string_view text, UINT from, UINT to) {
+    const auto length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');
+    const int units = MultiByteToWideChar(from, 0, text.data(), length, wide.data(), length);
+    std::string result(text.size() * 3, '\0');
+    const int bytes = WideCharToMultiByte(to, 0, wide.data(), units, result.data(),
+                                          static_cast<int>(result.size()), nullptr, nullptr);
+    result.resize(static_cast<std::size_t>(bytes));
+    return result;
+}
+
+// The hive of whoever runs the tests: the one in which a key appears that is made for the
+// current user.
+std::string FindRealUser() {
+    const char* const probe = "UnInstall-Probe";
+    std::array<char, 256> name{};
+    std::string user;
+    handles::Key key;
+    RegCreateKeyA(HKEY_CURRENT_USER, probe, key.Receive());
+    for (DWORD i = 0; RegEnumKeyA(HKEY_USERS, i, name.data(), name.size()) == ERROR_SUCCESS; ++i) {
+        const std::string path = std::string(name.data()) + "\\" + probe;
+        if (RegOpenKeyExA(HKEY_USERS, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS) {
+            user = std::string("HKEY_USERS\\") + name.data();
+        }
+    }
+    RegDeleteKeyA(HKEY_CURRENT_USER, probe);
+    return user;
+}
+
+const std::string& RealUser() {
+    static const std::string user = FindRealUser();
+    return user;
+}
+
+const std::string kStagedUser = kUser.substr(0, kUser.size() - 1);  // without the backslash
+
+std::string Exchange(const std::string& key, const std::string& from, const std::string& to) {
+    const bool same = key == from || key.starts_with(from + "\\");
+    return same ? to + key.substr(from.size()) : key;
+}
+
+// A key by its root and the path from there.
+struct Place {
+    explicit Place(const std::string& key)
+        : root(key.starts_with("HKEY_USERS") ? HKEY_USERS : HKEY_LOCAL_MACHINE),
+          path(FromUtf8(Exchange(key, kStagedUser, RealUser()))) {
+        path.erase(0, path.find('\\') + 1);
+    }
+    HKEY root;
+    std::string path;
+};
+
+void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys& keys) {
+    static std::array<char, std::size_t{1} << 20> data;
+    handles::Key key;
+    if (std::regex_match(name, kLeftOut) ||
+        RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
+        return;
+    }
+    Values& values = keys[Exchange(Exchange(name, RealUser(), kStagedUser), "HKEY_USERS\\.Default",
+                                   "HKEY_USERS\\.DEFAULT")];
+    std::array<char, 16384> part{};
+    DWORD type = 0;
+    DWORD length = part.size();
+    DWORD size = data.size();
+    for (DWORD i = 0; RegEnumValueA(key.Get(), i, part.data(), &length, nullptr, &type,
+                                    reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
+         ++i, length = part.size(), size = data.size()) {
+        values[ToUtf8({part.data(), length})] =
+            regtext::FormatValue({type, std::string(data.data(), size)}, ToUtf8);
+    }
+    for (DWORD i = 0; RegEnumKeyA(key.Get(), i, part.data(), part.size()) == ERROR_SUCCESS; ++i) {
+        ReadTree(key.Get(), part.data(), name + "\\" + ToUtf8(part.data()), keys);
+    }
+}
+
+}  // namespace
+
+std::string ToUtf8(std::string_view ansi) {
+    return Convert(ansi, 1252, CP_UTF8);
+}
+
+std::string FromUtf8(std::string_view utf8) {
+    return Convert(utf8, CP_UTF8, 1252);
+}
+
+void SetRealAttributes(const fs::path& path, const std::string& letters) {
+    DWORD attributes = 0;
+    for (const auto& [bit, letter] : kAttributes) {
+        attributes |= letters.find(letter) != std::string::npos ? bit : 0;
+    }
+    SetFileAttributesW(path.c_str(), attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL);
+}
+
+void RemoveTree(const fs::path& path) {
+    std::error_code none;
+    SetRealAttributes(path, "");
+    for (const auto& entry : fs::recursive_directory_iterator(path, none)) {
+        SetRealAttributes(entry.path(), "");
+    }
+    fs::remove_all(path, none);
+}
+
+FileState LookAt(const fs::path& path) {
+    FileState file;
+    for (const auto& [bit, letter] : kAttributes) {
+        file.attributes.append((GetFileAttributesW(path.c_str()) & bit) != 0 ? 1 : 0, letter);
+    }
+    if (!file.IsFolder()) {
+        const std::string content = ReadBytes(path);
+        file.size = content.size();
+        file.digest = Digest(content);
+    }
+    return file;
+}
+
+Keys ReadRealRegistry() {
+    Keys keys;
+    ReadTree(HKEY_LOCAL_MACHINE, "Software", "HKEY_LOCAL_MACHINE\\Software", keys);
+    ReadTree(HKEY_USERS, "", "HKEY_USERS", keys);
+    return keys;
+}
+
+void MakeKey(const std::string& key) {
+    const Place place(key);
+    handles::Key made;
+    RegCreateKeyA(place.root, place.path.c_str(), made.Receive());
+}
+
+void DeleteKeyTree(const std::string& key) {
+    const Place place(key);
+    SHDeleteKeyA(place.root, place.path.c_str());
+}
+
+void SetRealValue(const std::string& key, const std::string& name, const std::string& value) {
+    const Place place(key);
+    handles::Key made;
+    RegCreateKeyA(place.root, place.path.c_str(), made.Receive());
+    const std::string ansi = FromUtf8(name);
+    if (value.empty()) {
+        RegDeleteValueA(made.Get(), ansi.c_str());
+        return;
+    }
+    const regtext::TypedValue typed = regtext::ParseValue(value, FromUtf8);
+    RegSetValueExA(made.Get(), ansi.c_str(), 0, typed.type,
+                   reinterpret_cast<const BYTE*>(typed.data.data()),
+                   static_cast<DWORD>(typed.data.size()));
+}
+
+}  // namespace support
