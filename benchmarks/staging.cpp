@@ -20,8 +20,7 @@ constexpr std::string_view kSettings =
     "[folders]\n"
     "temp=C:\\windows\\Temp\nsystem=C:\\windows\\system32\nwindows=C:\\windows\n"
     "common-programs=C:\\Programs\n"
-    "[user]\nsid=S-1-5-21-1000\n"
-    "[clock]\nvirtual=1\n";
+    "[user]\nsid=S-1-5-21-1000\n";
 
 fs::path FreshFolder() {
     std::string name = (fs::temp_directory_path() / "uninstall-bench-XXXXXX").string();
