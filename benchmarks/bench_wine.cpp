@@ -37,7 +37,8 @@ const std::string kSilent = kTempFolder + "\\Silent.exe";
 const std::string kShellFolders =
     kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
 
-void Write(const std::filesystem::path& file, const std::string& content) {
+void Write(const std::string& path, const std::string& content) {
+    const std::filesystem::path file = support::RealPath(path);
     std::filesystem::create_directories(file.parent_path());
     support::WriteBytes(file, content);
 }
@@ -68,12 +69,12 @@ class Stage {
                 continue;  // the system has its own
             }
             if (file.kind == support::StagedFile::Kind::Folder) {
-                std::filesystem::create_directories(file.path);
+                std::filesystem::create_directories(support::RealPath(file.path));
             } else {
                 const bool program = file.kind == support::StagedFile::Kind::Program;
                 Write(file.path, program ? program_ : file.content);
             }
-            support::SetRealAttributes(file.path, file.attributes);
+            support::SetRealAttributes(support::RealPath(file.path), file.attributes);
         }
     }
 
@@ -247,7 +248,7 @@ HWND ListOfProblems() {
 // The share of one core that the program takes while its list of problems is open.
 double ShareWhileWaiting(const Stage& stage) {
     stage.Set();
-    support::SetRealAttributes(kProgramFolder + "\\Tessorin.exe", "R");
+    support::SetRealAttributes(support::RealPath(kProgramFolder + "\\Tessorin.exe"), "R");
     const handles::Process process = Start(kCopy, support::CopyArguments());
     const double start = Now();
     Answerer answerer;

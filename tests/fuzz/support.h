@@ -1,21 +1,38 @@
-// What the fuzz targets share: rules that must hold, and a small machine.
+// What the fuzzers share: rules that must hold, and the staged machine with a few more folders.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
-#include <string_view>
+#include <iostream>
+#include <string>
+
+#include "platform/hosted/machine.h"
+#include "tools/machine/stage.h"
 
 namespace fuzz {
 
-// Ends the process when a rule is broken, which the fuzzer keeps as a finding. subject is
-// what the rule is about, shown with its bytes readable.
-void Require(bool holds, std::string_view rule, std::string_view subject = {});
+// Ends the process when a rule is broken, which the fuzzer keeps as a finding.
+inline void Require(bool holds, const char* rule) {
+    if (!holds) {
+        std::cerr << "broken rule: " << rule << "\n";
+        std::abort();
+    }
+}
 
-// The folder of a small hosted machine, which is that of this process: made on first use,
-// removed when the process ends. tests/fuzz/run has it in a folder of its own, so that
-// nothing is left of a process that breaks off either.
-const std::filesystem::path& MachineFolder();
-
-// Whether the drives hold the same folders, files and links as when the machine was made.
-bool IsUntouched();
+// Makes a machine in the temporary folder, which tests/fuzz/run removes, that of the process.
+inline int EnterMachine() {
+    namespace fs = std::filesystem;
+    std::string folder = (fs::temp_directory_path() / "uninstall-fuzz-XXXXXX").string();
+    Require(mkdtemp(folder.data()) != nullptr, "there is a temporary folder");
+    machine::Stage(folder, TESTS_STAGE, TESTS_STAGE "/machine.ini");
+    const fs::path drive = fs::path(folder) / "drives/C";
+    for (const char* name : {"a/b/c/d", " führend", "Programme/100%", "Programme/A&B/Leer",
+                             "Programme/A/Leer", "Programme/AÇ"}) {
+        fs::create_directories(drive / name);
+    }
+    fs::create_directory_symlink(drive / "Programme", drive / "Verweis");
+    hosted::Machine::Use(folder);
+    return 0;
+}
 
 }  // namespace fuzz

@@ -1,7 +1,8 @@
 // The machine of the tests on Windows: the one they run on. It gets the staged files and
-// keys before each test and loses them afterwards, so it should be nobody's.
+// keys before each test and keeps what the last one left, so it should be nobody's.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 #include "platform/handles.h"
@@ -127,20 +128,19 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 Machine::~Machine() {
     LetGo();
     SetCurrentDirectoryA("C:\\windows");
-    Clear();
 }
 
 fs::path Machine::Place(const std::string& path) const {
-    return path;
+    return RealPath(path);
 }
 
 Machine& Machine::Remove(const std::string& path) {
-    RemoveTree(path);
+    RemoveTree(Place(path));
     return *this;
 }
 
 Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
-    SetRealAttributes(path, attributes);
+    SetRealAttributes(Place(path), attributes);
     return *this;
 }
 
@@ -236,12 +236,14 @@ std::string Machine::HostFolder() const {
 
 State Machine::Look() const {
     State state;
+    const auto add = [&state](const fs::path& place) {
+        const std::u8string name = place.u8string();
+        state.files[{name.begin(), name.end()}] = LookAt(place);
+    };
     for (const fs::path& place : Territory()) {
-        state.files[place.string()] = LookAt(place);
+        add(place);
         if (fs::is_directory(place)) {
-            for (const auto& entry : fs::recursive_directory_iterator(place)) {
-                state.files[entry.path().string()] = LookAt(entry.path());
-            }
+            std::for_each(fs::recursive_directory_iterator(place), {}, add);
         }
     }
     state.keys = ReadRealRegistry();

@@ -1,7 +1,7 @@
 #include "tests/support/windows/real.h"
 
 #include <array>
-#include <regex>
+#include <set>
 
 #include "platform/handles.h"
 // Builds on the types of windows.h.
@@ -21,10 +21,15 @@ constexpr std::pair<DWORD, char> kAttributes[] = {{FILE_ATTRIBUTE_READONLY, 'R'}
                                                   {FILE_ATTRIBUTE_DIRECTORY, 'D'}};
 
 // Large branches of the system, and what Wine notes down about itself.
-const std::regex kLeftOut(
-    R"(HKEY_LOCAL_MACHINE\\Software\\(Classes\\(CLSID|Interface|MIME|TypeLib)|)"
-    R"(Microsoft\\(Cryptography|Windows NT))|HKEY_.*\\Software\\Wine)",
-    std::regex::icase);
+const std::set<std::string, regtext::ByName> kLeftOut{
+    kClasses + "CLSID",
+    kClasses + "Interface",
+    kClasses + "MIME",
+    kClasses + "TypeLib",
+    kHklm + "Software\\Microsoft\\Cryptography",
+    kHklm + "Software\\Microsoft\\Windows NT",
+};
+const std::string kWine = "\\Software\\Wine";
 
 std::string Convert(std::string_view text, UINT from, UINT to) {
     const auto length = static_cast<int>(text.size());
@@ -81,7 +86,7 @@ struct Place {
 void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys& keys) {
     static std::array<char, std::size_t{1} << 20> data;
     handles::Key key;
-    if (std::regex_match(name, kLeftOut) ||
+    if (kLeftOut.contains(name) || name.ends_with(kWine) ||
         RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
         return;
     }
@@ -110,6 +115,10 @@ std::string ToUtf8(std::string_view ansi) {
 
 std::string FromUtf8(std::string_view utf8) {
     return Convert(utf8, CP_UTF8, 1252);
+}
+
+fs::path RealPath(const std::string& path) {
+    return std::u8string(path.begin(), path.end());
 }
 
 void SetRealAttributes(const fs::path& path, const std::string& letters) {

@@ -13,6 +13,7 @@ namespace support {
 std::string ToUtf8(std::string_view ansi);
 std::string FromUtf8(std::string_view utf8);
 
+std::filesystem::path RealPath(const std::string& path);
 // R, H and S.
 void SetRealAttributes(const std::filesystem::path& path, const std::string& letters);
 // A file, or a folder with all in it; none is no failure.
