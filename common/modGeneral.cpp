@@ -175,4 +175,7 @@ void EndWithInternalError() {
 void SetMemoryAside() {
     constexpr SIZE_T kEnoughForABox = SIZE_T{64} * 1024;
     MemorySetAside() = HeapAlloc(GetProcessHeap(), 0, kEnoughForABox);
+    if (MemorySetAside() == nullptr) {
+        EndWithoutMemory();
+    }
 }

@@ -39,5 +39,6 @@ void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number
 // The end for a fault of the program itself, one that its own checks rule out.
 [[noreturn]] void EndWithInternalError();
 
-// Sets memory aside that the box of EndWithoutMemory needs of the system.
+// Sets memory aside that the box of EndWithoutMemory needs of the system; without it the
+// program ends here.
 void SetMemoryAside();

@@ -47,7 +47,7 @@ const Silence kSilences[] = {
 // What may go wrong in the first run without being the end of it.
 constexpr const char* kHarmless =
     // A copy that cannot be held is a copy all the same; a script is tried again.
-    "first ((AllowSetForegroundWindow|CloseHandle|DeleteFileA|Find(Close|FirstFileA)|OpenFile|"
+    "first ((AllowSetForegroundWindow|CloseHandle|DeleteFileA|FindClose|OpenFile|"
     "SetFileAttributesA|CreateWindowExA) .*|CreateFileA .*\\\\UnInstall\\.(exe|bat)=.*|"
     "(GetShortPathNameA|ReadFile) .*=less|.*=gone)";
 

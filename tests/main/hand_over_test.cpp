@@ -198,6 +198,21 @@ TEST(HandOver, WritesThroughNoLink) {
     ExpectOutcome(machine.RunFirst({}), kShown, With(CompleteRemoval(), {"- file " + kCopy}));
 }
 
+// Whatever a variable says, and wherever a process is started: the interpreter is the system's,
+// and nobody stands in the folder that is to be removed.
+TEST(HandOver, StartsTheSystemsInterpreter) {
+    Machine machine;
+    machine.Enter();
+    SetEnvironmentVariableA("ComSpec", "C:\\nirgends\\cmd.exe");
+    machine.Setting("trace", "calls=1");
+    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    if (Machine::kObeysSettings) {
+        EXPECT_EQ(machine.Calls("SetEnvironmentVariableA", "ComSpec"), 1U);
+        EXPECT_EQ(machine.Calls("SetCurrentDirectoryA", "C:\\windows\\system32\\"), 2U);
+    }
+    SetEnvironmentVariableA("ComSpec", nullptr);
+}
+
 // Nothing says that the first run has ended when the copy begins: as long as it runs, its
 // file is in use, and for a moment afterwards somebody may still look at it.
 TEST(HandOver, LeavesTheFirstRunTimeToEnd) {

@@ -6,8 +6,8 @@
 #include <csignal>
 
 #include "platform/hosted/files/files.h"
-#include "platform/hosted/registry/registry.h"
 #include "platform/hosted/process/process.h"
+#include "platform/hosted/registry/registry.h"
 
 namespace hosted {
 namespace {
