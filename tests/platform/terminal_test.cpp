@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <algorithm>
 #include <csignal>
@@ -25,14 +26,19 @@ class TerminalRun {
         const std::string program = machine.HostFolder() + "/drives/C/windows/Temp/UnInstall.exe";
         const winsize size{12, columns, 0, 0};
         int terminal = -1;
-        process_ = forkpty(&terminal, nullptr, nullptr, &size);
+        int programs = -1;
+        EXPECT_EQ(openpty(&terminal, &programs, nullptr, nullptr, &size), 0);
+        tcgetattr(terminal, &before_);  // not when the program may have changed it
+        process_ = fork();
         if (process_ == 0) {
+            close(terminal);
+            login_tty(programs);
             setenv("TERM", kind, 1);
             execl(program.c_str(), program.c_str(), arguments.c_str(), nullptr);
             _exit(127);
         }
+        close(programs);
         terminal_ = hosted::Descriptor(terminal);
-        tcgetattr(terminal, &before_);
     }
     ~TerminalRun() {
         if (process_ > 0) {
