@@ -6,19 +6,6 @@
 namespace support {
 namespace {
 
-const Lines kShown{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()};
-
-// What goes besides the program folder and the shell's settings.
-Lines TheRest() {
-    return Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder});
-}
-
-// The system passes over blanks at the end; the folder that is tested is the one that goes.
-TEST(Folders, MayHaveBlanksBehindThem) {
-    Machine machine;
-    ExpectOutcome(machine.RunCopy(CopyArguments() + "   ", {}), kShown, CompleteRemoval());
-}
-
 // The folder fits; a file in it may not, and the look for it raises in the midst of a step.
 TEST(Folders, AreTooLongWhenTheirFilesAre) {
     for (const std::size_t length : {245U, 246U, 247U, 259U}) {
@@ -63,7 +50,7 @@ TEST(Folders, AnOlderRecordIsReplacedWhereverItLies) {
     const std::string file = "C:\\windows\\Temp ž\\UnInstall.";
     Machine machine;
     machine.Setting("folders", "temp=C:\\windows\\Temp ž").File(file + "pif", "older");
-    ExpectOutcome(machine.RunFirst({}), With({Confirmation()}, kShown),
+    ExpectOutcome(machine.RunFirst({}), With({Confirmation()}, CopyShows()),
                   With(CompleteRemoval(), {"+ file " + file + "bat", "+ file " + file + "exe",
                                            "~ file " + file + "pif: 5 bytes -> 967 bytes"}));
 }
@@ -114,7 +101,7 @@ TEST(Folders, ThoseThatCannotBeListedCostOneAttempt) {
         machine.File(folder + "\\x", "x");
         machine.Setting("faults", "copy FindFirstFileA * " + folder + "\\*=5");
     }
-    ExpectOutcome(machine.RunCopy({}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
     EXPECT_EQ(machine.Calls("SHFileOperationA", kProgramFolder), 1U);
     EXPECT_EQ(machine.Calls("FindFirstFileA", kProgramFolder + "\\zu 7\\*"), 2U);
     // One wait for each deletion, and the one of the first attempt.

@@ -5,8 +5,7 @@
 namespace support {
 namespace {
 
-const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-                   Success()};
+const Lines kShown = With({Confirmation()}, CopyShows());
 const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
 const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
 const std::string kCopy = kTempFolder + "\\UnInstall.exe";
@@ -18,11 +17,6 @@ Lines ShownWith(const Lines& more) {
     Lines shown = kShown;
     shown.insert(shown.begin() + 1, more.begin(), more.end());
     return shown;
-}
-
-// What goes besides the program folder and the shell's settings.
-Lines TheRest() {
-    return Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder});
 }
 
 // The product in another folder; the staged settings keep naming the old one.

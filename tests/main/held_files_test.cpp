@@ -12,8 +12,7 @@ const std::string kScript = kTempFolder + "\\UnInstall.bat";
 const std::string kCopy = kTempFolder + "\\UnInstall.exe";
 const std::string kRecord = kTempFolder + "\\UnInstall.pif";
 const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
-const Lines kShown{Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-                   Success()};
+const Lines kShown = With({Confirmation()}, CopyShows());
 
 DWORD CodeOfOpening(const std::string& path, DWORD access) {
     const handles::File file(CreateFileA(path.c_str(), access,

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <functional>
 
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -28,25 +27,18 @@ class Registry : public testing::Test {
 };
 
 TEST_F(Registry, StoresTextsAndNumbers) {
-    struct Case {
-        const char* name;
-        DWORD type;
-        std::string text;
-        const char* stored;
-    };
     machine_.Key(kFull);
-    for (const Case& one :
-         std::vector<Case>{{"", REG_SZ, "für \"alle\""_ansi.data(), "\"für \\\"alle\\\"\""},
-                           {"leer", REG_SZ, "", "\"\""},
-                           {"n", REG_DWORD, "2147483647", "dword:7fffffff"},
-                           {"b", REG_BINARY, "0", "hex:00"},
-                           {"b", REG_BINARY, "255", "hex:ff"},
-                           {"b", REG_BINARY, "256", "hex:00,01"},
-                           {"b", REG_BINARY, "65536", "hex:00,00,01"},
-                           {"b", REG_BINARY, "16777216", "hex:00,00,00,01"}}) {
-        EXPECT_EQ(Write(one.name, one.type, one.text), 0);
-        EXPECT_EQ(machine_.Look().keys.at(kFull).at(one.name), one.stored);
-    }
+    const auto expect = [this](DWORD type, const std::string& text, const std::string& stored) {
+        EXPECT_EQ(Write("b", type, text), 0);
+        EXPECT_EQ(machine_.Look().keys.at(kFull).at("b"), stored);
+    };
+    expect(REG_SZ, FromUtf8("für \"alle\""), R"("für \"alle\"")");
+    expect(REG_SZ, "", "\"\"");
+    expect(REG_DWORD, "2147483647", "dword:7fffffff");
+    expect(REG_BINARY, "0", "hex:00");
+    expect(REG_BINARY, "255", "hex:ff");
+    expect(REG_BINARY, "256", "hex:00,01");
+    expect(REG_BINARY, "16777216", "hex:00,00,00,01");
     const State before = machine_.Look();
     for (const std::string& text : Lines{"", "-1", "2147483648", "1.5", "x", " 1"}) {
         EXPECT_EQ(Write("b", REG_DWORD, text), ERROR_INVALID_PARAMETER) << text;
@@ -84,79 +76,67 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
     EXPECT_TRUE(Same({}, machine_.Shown()));
 }
 
-TEST_F(Registry, CreatesOnlyWhatIsMissing) {
-    machine_.Value(kFull + "\\A", "w", "\"bleibt\"");
+TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
+    const HKEY root = HKEY_LOCAL_MACHINE;
+    const std::string area = "key HKLM\\" + kArea;
+    machine_.Value(kFull + "\\A", "w", "\"bleibt\"").Key(kFull + "\\B\\E").Key(kFull + "\\Bx");
     const State before = machine_.Look();
     handles::Key key;
-    EXPECT_EQ(OpenKeyForWriting(HKEY_LOCAL_MACHINE, kArea + "\\A\\B\\C", key, Silent), 2);
-    EXPECT_EQ(CreateKeyPath(HKEY_LOCAL_MACHINE, "", ShowErrors), 0);
+    EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, Silent), 2);
+    EXPECT_EQ(CreateKeyPath(root, "", ShowErrors), 0);
     EXPECT_TRUE(SameChanges({}, Difference(before, machine_.Look())));
-    EXPECT_EQ(OpenKeyForWriting(HKEY_LOCAL_MACHINE, kArea + "\\A\\B\\C", key, CreateMissing), 0);
+    EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, CreateMissing), 0);
     EXPECT_TRUE(static_cast<bool>(key));
-    const std::string area = "+ key HKLM\\" + kArea;
-    EXPECT_TRUE(
-        SameChanges({area + "\\A\\B", area + "\\A\\B\\C"}, Difference(before, machine_.Look())));
-}
+    EXPECT_TRUE(SameChanges({"+ " + area + "\\B\\C", "+ " + area + "\\B\\C\\D"},
+                            Difference(before, machine_.Look())));
 
-TEST_F(Registry, ListsAndDeletesWholeTrees) {
-    machine_.Key(kFull + "\\B\\C\\D").Key(kFull + "\\B\\E").Key(kFull + "\\Bx").Key(kFull + "\\a");
     std::vector<std::string> names;
-    EXPECT_EQ(EnumSubkeys(HKEY_LOCAL_MACHINE, kArea, names, Silent), 0);
+    EXPECT_EQ(EnumSubkeys(root, kArea, names, Silent), 0);
     std::sort(names.begin(), names.end());
-    EXPECT_EQ(names, (Lines{"B", "Bx", "a"}));
-    EXPECT_EQ(EnumSubkeys(HKEY_LOCAL_MACHINE, kArea + "\\a", names, Silent), 0);
+    EXPECT_EQ(names, (Lines{"A", "B", "Bx"}));
+    EXPECT_EQ(EnumSubkeys(root, kArea + "\\Bx", names, Silent), 0);
     EXPECT_TRUE(names.empty());
-    EXPECT_EQ(EnumSubkeys(HKEY_LOCAL_MACHINE, kArea + "\\fehlt", names, Silent), 2);
-
-    const State before = machine_.Look();
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kArea + "\\B", Silent), 0);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, kArea + "\\B", ShowErrors), 2);
-    EXPECT_EQ(DeleteKeyTree(HKEY_LOCAL_MACHINE, "", ShowErrors | IgnoreDenied), 87);
-    EXPECT_TRUE(SameChanges({"- key HKLM\\" + kArea + "\\B"}, Difference(before, machine_.Look())));
+    EXPECT_EQ(EnumSubkeys(root, kArea + "\\fehlt", names, Silent), 2);
+    EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", Silent), 0);
+    EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", ShowErrors), 2);
+    EXPECT_EQ(DeleteKeyTree(root, "", ShowErrors | IgnoreDenied), 87);
+    EXPECT_TRUE(SameChanges({"- " + area + "\\B"}, Difference(before, machine_.Look())));
 }
 
 TEST_F(Registry, ReportsEachKindOfFailure) {
-    const std::string denied = "\\n\\nZugriff verweigert (Fehler 5)";
-    const std::string missing = "\\n\\nDer Registrierungsschlüssel ist nicht vorhanden. (Fehler 2)";
+    const std::string denied = " werden.\\n\\nZugriff verweigert (Fehler 5)";
+    const std::string missing =
+        " werden.\\n\\nDer Registrierungsschlüssel ist nicht vorhanden. (Fehler 2)";
     const std::string key = R"("HKEY_CURRENT_USER\A\B" konnte)";
     const std::string whole = "Der Registrierungsschlüssel " + key;
     const std::string value = "Der Registrierungswert ";
-    struct Case {
-        RegOp kind;
-        const char* name;
-        LONG code;
-        bool reads;
-        std::string failure, reason;
-    };
-    const std::vector<Case> cases{
-        {RegOpRead, "", 5, true, value + "(Standard) im Schlüssel " + key + " nicht gelesen",
-         denied},
-        {RegOpWrite, "a b", 2, false, value + "\"a b\" im Schlüssel " + key + " nicht geschrieben",
-         missing},
-        {RegOpDeleteValue, "w", 5, false, value + "\"w\" im Schlüssel " + key + " nicht gelöscht",
-         denied},
-        {RegOpCreateKey, "", 5, false, whole + " nicht erstellt", denied},
-        {RegOpDeleteKey, "", 99999, false, whole + " nicht gelöscht", " (Fehler 99999)"},
-        {RegOpEnumSubkeys, "", 2, true,
-         "Die Unterschlüssel des Registrierungsschlüssels " + key + "n nicht aufgelistet", missing},
-        {RegOpOpenForReading, "", 5, true, whole + " nicht mit Lesezugriffsrechten geöffnet",
-         denied},
-        {RegOpOpenForWriting, "", 5, false, whole + " nicht mit Schreibzugriffsrechten geöffnet",
-         denied},
-    };
-    for (const Case& one : cases) {
-        const std::string text =
-            one.failure + " werden." + one.reason +
+    const std::string in = " im Schlüssel " + key;
+    const auto expect = [this](RegOp kind, const char* name, LONG code, char icon,
+                               const std::string& failure) {
+        const std::string end =
             "\\n\\nWenn Sie auf \"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. "
-            "Nicht gespeicherte Daten gehen dabei verloren." +
-            (one.reads ? "\\n\\nWenn Sie auf \"Ignorieren\" klicken, könnte dies zu "
-                         "Fehlfunktionen des Programms führen."
-                       : "");
+            "Nicht gespeicherte Daten gehen dabei verloren.";
+        const std::string warning =
+            "\\n\\nWenn Sie auf \"Ignorieren\" klicken, könnte dies zu Fehlfunktionen des "
+            "Programms "
+            "führen.";
         machine_.Answer({"ignore"});
-        EXPECT_FALSE(ReportRegError(one.kind, one.name, HKEY_CURRENT_USER, "A\\B", one.code));
-        EXPECT_TRUE(Same({Box(one.reads ? 'x' : '!', "Abort *Retry Ignore", "Ignore", text)},
-                         machine_.Shown()));
-    }
+        EXPECT_FALSE(ReportRegError(kind, name, HKEY_CURRENT_USER, "A\\B", code));
+        const std::string text = failure + end + (icon == 'x' ? warning : "");
+        EXPECT_TRUE(Same({Box(icon, "Abort *Retry Ignore", "Ignore", text)}, machine_.Shown()));
+    };
+    expect(RegOpRead, "", 5, 'x', value + "(Standard)" + in + " nicht gelesen" + denied);
+    expect(RegOpWrite, "a b", 2, '!', value + "\"a b\"" + in + " nicht geschrieben" + missing);
+    expect(RegOpDeleteValue, "w", 5, '!', value + "\"w\"" + in + " nicht gelöscht" + denied);
+    expect(RegOpCreateKey, "", 5, '!', whole + " nicht erstellt" + denied);
+    expect(RegOpDeleteKey, "", 99999, '!', whole + " nicht gelöscht werden. (Fehler 99999)");
+    expect(
+        RegOpEnumSubkeys, "", 2, 'x',
+        "Die Unterschlüssel des Registrierungsschlüssels " + key + "n nicht aufgelistet" + missing);
+    expect(RegOpOpenForReading, "", 5, 'x',
+           whole + " nicht mit Lesezugriffsrechten geöffnet" + denied);
+    expect(RegOpOpenForWriting, "", 5, '!',
+           whole + " nicht mit Schreibzugriffsrechten geöffnet" + denied);
     machine_.Answer({"retry"});
     EXPECT_TRUE(ReportRegError(RegOpDeleteKey, "", HKEY_USERS, "", 5));
     ASSERT_EQ(machine_.Shown().size(), 1U);

@@ -6,61 +6,38 @@
 namespace support {
 namespace {
 
-const std::string kClassesHere = "HKLM\\Software\\Classes\\";
-const std::string kUserHere = "HKU" + kUser.substr(kUser.find('\\'));
-const std::string kEditor = R"(C:\\Programme\\Büro Tessorin\\Tessorin.exe)";
-const std::string kNotepad = R"("C:\\windows\\Notepad.exe %1")";
-
-// The line for a verb's command that becomes Notepad's.
-std::string Verb(const std::string& key, const std::string& old) {
-    return "~ value " + key + "\\command\\@: \"" + old + "\" -> " + kNotepad;
+// The lines of tests/stage/removal.txt behind the name of their part.
+Lines Part(const std::string& name) {
+    std::istringstream text(ReadBytes(std::filesystem::path(TESTS_STAGE) / "removal.txt"));
+    Lines lines;
+    bool inside = false;
+    for (std::string line; std::getline(text, line);) {
+        if (line.starts_with('[')) {
+            inside = line == "[" + name + "]";
+        } else if (inside && !line.empty()) {
+            lines.push_back(line);
+        }
+    }
+    return lines;
 }
 
 }  // namespace
 
 Lines ShellReset() {
-    Lines lines{
-        "- key " + kClassesHere + R"(*\Shell\Tessorin)",
-        "- value " + kClassesHere + R"(*\Shell\@)",
-        "- value " + kClassesHere + R"(*\DefaultIcon\@)",
-        "- key " + kClassesHere + R"(Unknown\Shell\Tessorin)",
-        "~ value " + kClassesHere + R"(Unknown\Shell\@: "TESSORIN" -> "openas")",
-        "- key " + kClassesHere + R"(.htm\OpenWithList\Tessorin)",
-        "- key " + kClassesHere + R"(.htm\OpenWithList\Tessorin.exe)",
-        R"(- key HKLM\Software\Microsoft\Internet Explorer\View Source Editor\Editor Name)",
-        "- value " + kUserHere +
-            R"(Software\Microsoft\Internet Explorer\Default HTML Editor\Description)",
-        "- key " + kUserHere + R"(Software\Microsoft\Internet Explorer\Default HTML Editor\shell)",
-        "- key " + kUserHere + R"(Software\Microsoft\Shared\HTML\Default Editor\shell)",
-        Verb(kClassesHere + R"(htmlfile\shell\edit)",
-             R"(\"c:\\programme\\BÜRO TESSORIN\\tessorin.EXE\" %1)"),
-        Verb(kClassesHere + R"(Tessorin.Text\Shell\open)", kEditor + " %1"),
-        Verb(kClassesHere + R"(Tessorin.Vorlage\Shell\anzeigen)",
-             R"(C:\\PROGRAMME\\BÜRO TESSORIN\\TESSORIN.EXE %1)"),
-    };
-    if (Machine::kMergesClasses) {
-        lines.push_back(
-            Verb(kUserHere + R"(Software\Classes\Notiz\Shell\open)", "\\\"" + kEditor + "\\\" %1"));
-    }
-    return lines;
+    return With(Part("reset"),
+                Machine::kMergesClasses ? Part("reset of the user's classes") : Lines{});
+}
+
+Lines TheRest() {
+    return Part("rest");
+}
+
+Lines WithoutReset() {
+    return With(TheRest(), {"- folder " + kProgramFolder});
 }
 
 Lines CompleteRemoval() {
-    const std::string shared =
-        R"(value HKLM\Software\Microsoft\Windows\CurrentVersion\SharedDLLs\C:\windows\system32\)";
-    const std::string hive = R"(HKU\S-1-5-21-1454471165-823518204-1801674531-)";
-    return With(ShellReset(),
-                {
-                    "- folder " + kProgramFolder,
-                    "- folder " + kGroupFolder,
-                    "~ " + shared + "Msvbvm60.dll: dword:00000005 -> dword:00000004",
-                    "- " + shared + "MSComCtl.ocx",
-                    R"(- key HKLM\Software\Verlonix)",
-                    R"(- key HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\Tessorin)",
-                    "- key " + hive + R"(1000\Software\Verlonix)",
-                    "- key " + hive + R"(1001\Software\Verlonix\Tessorin)",
-                    R"(- key HKU\.DEFAULT\Software\Verlonix)",
-                });
+    return With(WithoutReset(), ShellReset());
 }
 
 Lines Split(const std::string& text) {
@@ -104,16 +81,6 @@ std::string Readable(const std::string& text) {
     return result;
 }
 
-std::string Unescaped(std::string text) {
-    for (const auto& [escape, meaning] :
-         {std::pair<std::string, std::string>{"\\n", "\r\n"}, {"\\t", "\t"}}) {
-        for (std::size_t i = text.find(escape); i != std::string::npos; i = text.find(escape)) {
-            text.replace(i, escape.size(), meaning);
-        }
-    }
-    return text;
-}
-
 std::string Box(char icon, const std::string& buttons, const std::string& answer,
                 const std::string& text) {
     return "[" + std::string(1, Machine::kTellsIcons ? icon : ' ') + "] " + buttons + " -> " +
@@ -147,6 +114,11 @@ std::string ResetQuestion(const std::string& answer) {
 
 std::string Success() {
     return Box('i', "*OK", "OK", "Die Deinstallation wurde erfolgreich abgeschlossen.");
+}
+
+Lines CopyShows(const Lines& problems, const std::string& reset) {
+    return {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(reset),
+            problems.empty() ? Success() : Problems(problems)};
 }
 
 std::string Progress() {

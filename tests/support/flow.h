@@ -29,17 +29,18 @@ Lines Split(const std::string& text);
 // The whole difference that a complete removal with a reset of the shell's settings makes
 // to the staged machine.
 Lines CompleteRemoval();
-// The part of it that the reset makes.
+// Parts of it: what the reset makes, all but that, and that without the program folder.
 Lines ShellReset();
+Lines WithoutReset();
+Lines TheRest();
 // Lists of differences: one with more lines, one without the lines that contain a part.
 // There must be such lines.
 Lines With(Lines lines, const Lines& more);
 Lines Without(Lines lines, std::string_view part);
 Lines Without(Lines lines, const Lines& others);
 
-// A text with its control characters as above, and the way back.
+// A text with its control characters as above.
 std::string Readable(const std::string& text);
-std::string Unescaped(std::string text);
 
 // A message box; the icon is a blank where it cannot be told.
 std::string Box(char icon, const std::string& buttons, const std::string& answer,
@@ -50,6 +51,8 @@ std::string FolderNotEmpty(const std::string& folder, const std::string& answer 
 std::string ResetQuestion(const std::string& answer = "Yes");
 std::string Success();
 std::string Progress();  // the progress window
+// All that the copy shows when it removes everything but for these problems.
+Lines CopyShows(const Lines& problems = {}, const std::string& reset = "Yes");
 // The completion dialog with these lines, closed that way.
 std::string Problems(const Lines& problems, const std::string& way = "click");
 // The report of an unexpected failure: its message, with the part of the identifier that

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace support {
 
 namespace fs = std::filesystem;
@@ -59,6 +61,16 @@ void Machine::HoldOpen(const std::string& path) {
 
 std::string Machine::Content(const std::string& path) const {
     return fs::exists(Place(path)) ? ReadBytes(Place(path)) : "";
+}
+
+unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
+    std::ifstream lines(HostFolder() + "/calls.txt");
+    unsigned count = 0;
+    for (std::string line; std::getline(lines, line);) {
+        const bool called = line.find("\t" + function + "\t") != std::string::npos;
+        count += called && line.ends_with("\t" + argument) ? 1 : 0;
+    }
+    return count;
 }
 
 }  // namespace support

@@ -65,8 +65,12 @@ class Machine {
     Machine& Value(const std::string& key, const std::string& name, const std::string& value);
     // A line of a section of machine.ini; replaces the line with the same left side. Only
     // the hosted machine obeys it.
-    Machine& Setting(const std::string& section, const std::string& line);
-    Machine& NoSetting(const std::string& section, const std::string& left);
+    Machine& Setting(const std::string& section, const std::string& line) {
+        return Set(section, line.substr(0, line.find('=')), line);
+    }
+    Machine& NoSetting(const std::string& section, const std::string& left) {
+        return Set(section, left, "");
+    }
     // A link to a file or folder of the machine.
     Machine& Link(const std::string& path, const std::string& target);
 
@@ -116,6 +120,7 @@ class Machine {
     [[nodiscard]] unsigned Calls(const std::string& function, const std::string& argument) const;
 
  private:
+    Machine& Set(const std::string& section, const std::string& left, const std::string& line);
     // Where a path of the machine lies for the test process.
     [[nodiscard]] std::filesystem::path Place(const std::string& path) const;
 

@@ -9,11 +9,6 @@ namespace {
 
 const std::string kProductKey = kMakerKey + "\\Tessorin";
 
-// What is removed besides the program folder and the shell's settings.
-Lines TheRest() {
-    return Without(Without(CompleteRemoval(), ShellReset()), Lines{"- folder " + kProgramFolder});
-}
-
 // Keys at the end of the registry file: the harness would read and write all for each.
 void Append(const Machine& machine, const std::function<void(std::ostream&)>& write) {
     std::ofstream file(machine.HostFolder() + "/registry.reg", std::ios::app | std::ios::binary);
@@ -44,8 +39,7 @@ TEST(Limits, TheLongestKeyNamesThereAre) {
     machine.Value(kClasses + "." + std::string(254, 'x'), "", "\"" + name + "\"");
     machine.Value(kClasses + name + "\\Shell\\" + name + "\\command", "",
                   R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe %1")");
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
+    ExpectOutcome(machine.RunCopy({}), CopyShows(),
                   With(CompleteRemoval(),
                        {"- key HKU\\" + name + "\\" + kMakerKey,
                         "~ value HKLM\\Software\\Classes\\" + name + "\\Shell\\" + name +
@@ -65,10 +59,10 @@ TEST(Limits, ValuesOf16MiBAreReadAndLongerOnesLeft) {
     });
     ExpectOutcome(
         machine.RunCopy({"yes", "no"}),
-        {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"),
-         Problems({"Die gemeinsam genutzte Datei \"C:\\windows\\system32\\Msvbvm60.dll\" konnte "
-                   "nicht als nicht mehr von Tessorin benötigt markiert werden."})},
-        With(Without(Without(CompleteRemoval(), ShellReset()), "Msvbvm60"),
+        CopyShows({"Die gemeinsam genutzte Datei \"C:\\windows\\system32\\Msvbvm60.dll\" konnte "
+                   "nicht als nicht mehr von Tessorin benötigt markiert werden."},
+                  "No"),
+        With(Without(WithoutReset(), "Msvbvm60"),
              {R"(- value HKLM\Software\Microsoft\Windows\CurrentVersion\SharedDLLs\)"
               R"(C:\windows\system32\RichTx32.ocx)"}));
 }
@@ -86,9 +80,7 @@ TEST(Limits, AsDeepAndAsWideAsNobodyHasSeenIt) {
             file << "\n[" << kHklm << kProductKey << "\\Zuletzt " << i << "]\n";
         }
     });
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-                  CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 // ---- links -----------------------------------------------------------------------------
@@ -101,9 +93,7 @@ TEST(Links, InsideTheFolderLeadNowhere) {
     machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
     machine.Link(kProgramFolder + "\\nirgends", "C:\\gibt\\es\\nicht");
     machine.Link(kProgramFolder + "\\Notepad.exe", "C:\\windows\\Notepad.exe");
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-                  CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 // The product's files are its own wherever they lie; everything else there is not.

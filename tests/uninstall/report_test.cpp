@@ -35,7 +35,7 @@ TEST(FatalReport, EndsTheSequence) {
         machine.Setting("faults", "copy FindFirstFileA * " + kTessorin + "=21");
         ExpectOutcome(machine.RunCopy({copied ? "yes" : "no"}),
                       {Progress(), Fatal(message, copied ? "Yes" : "No")}, {}, 1);
-        EXPECT_EQ(machine.Clipboard(), copied ? Unescaped(message) + "\r\n" : "");
+        EXPECT_EQ(Readable(machine.Clipboard()), copied ? message + "\\n" : "");
         EXPECT_EQ(ReadBytes(machine.HostFolder() + "/transcript.txt").find("unload"),
                   std::string::npos);
     }

@@ -27,9 +27,7 @@ void ExpectCounts(const std::vector<Count>& counts) {
                                        ? "- " + line
                                        : "~ " + line + ": " + counts[i].stored + " -> " + left});
     }
-    ExpectOutcome(machine.RunCopy({}),
-                  {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()},
-                  expected);
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
 }
 
 TEST(SharedFiles, LowersEveryStoredForm) {
@@ -59,10 +57,10 @@ TEST(SharedFiles, NamesTheCountThatCannotBeLowered) {
     machine.Setting("faults", "copy RegDeleteValueA * " + kSharedDlls + "|" + file + "=5");
     ExpectOutcome(
         machine.RunCopy({"yes", "no"}),
-        {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion("No"),
-         Problems({"Die gemeinsam genutzte Datei \"" + file +
-                   "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden."})},
-        Without(Without(CompleteRemoval(), ShellReset()), "MSComCtl.ocx"));
+        CopyShows({"Die gemeinsam genutzte Datei \"" + file +
+                   "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden."},
+                  "No"),
+        Without(WithoutReset(), "MSComCtl.ocx"));
 }
 
 TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
@@ -73,9 +71,8 @@ TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
         machine.Setting("denied", kSharedDlls + "=" + right);
         ExpectOutcome(
             machine.RunCopy({}),
-            {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-             Problems({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von Tessorin "
-                       "benötigt markiert werden."})},
+            CopyShows({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von Tessorin "
+                       "benötigt markiert werden."}),
             Without(CompleteRemoval(), "SharedDLLs"));
     }
 }

@@ -8,8 +8,6 @@ const std::string kInternetExplorer = "Software\\Microsoft\\Internet Explorer\\"
 const std::string kHtmlEditor = kUser + kInternetExplorer + "Default HTML Editor";
 const std::string kSharedEditor = kUser + "Software\\Microsoft\\Shared\\HTML\\Default Editor";
 
-const Lines kShown{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), Success()};
-
 TEST(ShellReset, LeavesWhatOthersHaveTakenOver) {
     const std::string textwerk = R"("C:\\Programme\\Textwerk\\Textwerk.exe %1")";
     Machine machine;
@@ -28,7 +26,7 @@ TEST(ShellReset, LeavesWhatOthersHaveTakenOver) {
                "Default Editor", "View Source Editor", "htmlfile"}) {
         expected = Without(expected, kept);
     }
-    ExpectOutcome(machine.RunCopy({}), kShown, expected);
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
 }
 
 TEST(ShellReset, PassesOverWhatIsMissing) {
@@ -38,14 +36,14 @@ TEST(ShellReset, PassesOverWhatIsMissing) {
     }
     machine.RemoveKey(kHtmlEditor).RemoveKey(kSharedEditor);
     machine.RemoveKey(kHklm + kInternetExplorer + "View Source Editor");
-    Lines expected = Without(CompleteRemoval(), ShellReset());
+    Lines expected = WithoutReset();
     for (const std::string& line : ShellReset()) {
         if (line.find("Tessorin.Vorlage") != std::string::npos ||
             line.find("Notiz") != std::string::npos) {
             expected = With(expected, {line});
         }
     }
-    ExpectOutcome(machine.RunCopy({}), kShown, expected);
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
 }
 
 // The classes root shows the user's keys and values over the machine's; both are ours.
@@ -57,7 +55,7 @@ TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
     machine.Key(own + "\\Tessorin\\command").Key(own + "\\Textwerk");
     machine.Value(own, "", "\"Tessorin\"");
     ExpectOutcome(
-        machine.RunCopy({}), kShown,
+        machine.RunCopy({}), CopyShows(),
         With(CompleteRemoval(), {"- key " + name + "\\Tessorin", "- value " + name + "\\@"}));
 }
 
@@ -79,12 +77,11 @@ TEST(ShellReset, NamesWhatItMayNotWrite) {
     const std::string verb = "\\Shell\\open\\command\" konnte nicht geschrieben werden.";
     ExpectOutcome(
         machine.RunCopy({}),
-        {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-         Problems({"Der Registrierungsschlüssel \"HKEY_CLASSES_ROOT\\Unknown\\Shell\\Tessorin\" "
+        CopyShows({"Der Registrierungsschlüssel \"HKEY_CLASSES_ROOT\\Unknown\\Shell\\Tessorin\" "
                    "konnte nicht gelöscht werden.",
                    value + "Unknown\\Shell\" konnte nicht geschrieben werden.",
                    value + "*\\DefaultIcon\" konnte nicht gelöscht werden.",
-                   value + "Tessorin.Text" + verb, value + "tessorin.TEXT" + verb})},
+                   value + "Tessorin.Text" + verb, value + "tessorin.TEXT" + verb}),
         expected);
 }
 
@@ -92,7 +89,7 @@ TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
     NEEDS_SETTINGS();
     Machine machine;
     machine.Setting("denied", "HKEY_CLASSES_ROOT=enumerate");
-    ExpectOutcome(machine.RunCopy({}), kShown, Without(CompleteRemoval(), "Notepad"));
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), Without(CompleteRemoval(), "Notepad"));
 }
 
 std::string ReadReport(const std::string& answer) {

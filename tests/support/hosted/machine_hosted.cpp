@@ -161,13 +161,9 @@ Machine& Machine::Value(const std::string& key, const std::string& name, const s
     return *this;
 }
 
-Machine& Machine::Setting(const std::string& section, const std::string& line) {
-    host_->folder.ChangeSetting(section, line.substr(0, line.find('=')), line);
-    return *this;
-}
-
-Machine& Machine::NoSetting(const std::string& section, const std::string& left) {
-    host_->folder.ChangeSetting(section, left, "");
+Machine& Machine::Set(const std::string& section, const std::string& left,
+                      const std::string& line) {
+    host_->folder.ChangeSetting(section, left, line);
     return *this;
 }
 
@@ -196,10 +192,6 @@ std::vector<std::string> Machine::Shown() const {
 void Machine::Start(const std::string& program, const std::string& arguments) {
     const std::string file = Place(program).string();
     const std::string errors = (host_->folder.Folder() / "errors.txt").string();
-    // Sanitizers report there: the terminal of a detached process is nobody's.
-    const std::string reports = "log_path=" + (host_->folder.Folder() / "sanitizer").string();
-    setenv("ASAN_OPTIONS", reports.c_str(), 1);
-    setenv("UBSAN_OPTIONS", reports.c_str(), 1);
     host_->process = fork();
     if (host_->process == 0) {
         const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -247,11 +239,6 @@ Outcome Machine::Finish() {
     outcome.shown = Shown();
     outcome.difference = Difference(before_, Look());
     outcome.errors = ReadIfThere(folder / "errors.txt") + ReadIfThere(folder / "log.txt");
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (entry.path().filename().string().starts_with("sanitizer")) {
-            outcome.errors += ReadBytes(entry.path());
-        }
-    }
     std::istringstream lines(outcome.errors);
     for (std::string line; std::getline(lines, line);) {
         EXPECT_TRUE(IsExpected(line)) << line;
@@ -270,16 +257,6 @@ State Machine::Look() const {
 
 std::string Machine::Clipboard() const {
     return ReadIfThere(host_->folder.Folder() / "clipboard.txt");
-}
-
-unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
-    std::istringstream lines(ReadIfThere(host_->folder.Folder() / "calls.txt"));
-    unsigned count = 0;
-    for (std::string line; std::getline(lines, line);) {
-        const bool called = line.find("\t" + function + "\t") != std::string::npos;
-        count += called && line.ends_with("\t" + argument) ? 1 : 0;
-    }
-    return count;
 }
 
 }  // namespace support

@@ -160,15 +160,11 @@ Machine& Machine::Value(const std::string& key, const std::string& name, const s
 }
 
 // Only the temporary folder is ours to set here.
-Machine& Machine::Setting(const std::string& /*section*/, const std::string& line) {
-    const std::string temp = "temp=";
-    if (line.starts_with(temp)) {
-        UseTemp(line.substr(temp.size()));
+Machine& Machine::Set(const std::string& /*section*/, const std::string& left,
+                      const std::string& line) {
+    if (left == "temp") {
+        UseTemp(line.substr(left.size() + 1));
     }
-    return *this;
-}
-
-Machine& Machine::NoSetting(const std::string& /*section*/, const std::string& /*left*/) {
     return *this;
 }
 
@@ -259,10 +255,6 @@ std::string Machine::Clipboard() const {
         GlobalUnlock(data);
     }
     return result;
-}
-
-unsigned Machine::Calls(const std::string& /*function*/, const std::string& /*argument*/) const {
-    return 0;
 }
 
 }  // namespace support
