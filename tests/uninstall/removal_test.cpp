@@ -148,7 +148,7 @@ TEST(Removal, KeepsAFolderWhoseLinksStay) {
         machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
         machine.Setting("faults", "copy RemoveDirectoryA * *=5");
         ExpectOutcome(
-            machine.RunCopy({}), ShownWith({NotDeleted("Das Verzeichnis", kProgramFolder)}),
+            machine.RunCopy({}), CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}),
             With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
                  {"- file " + kTessorin, "- file " + kProgramFolder + "\\UnInstall.exe"}));
     }
