@@ -236,6 +236,8 @@ class Call {
 std::optional<fs::path> HostPath(std::string_view path);
 // The machine path of a place on the disk, empty if it is not on a drive of the machine.
 std::string MachinePath(const fs::path& machine, const fs::path& host);
+// Lets time pass as Sleep does, but is no call of the program: nobody counts or refuses it.
+void Pass(DWORD milliseconds);
 // Removes a key with all that is below it, by the full name that the program knows it by.
 void RemoveKey(std::string_view fullName);
 

@@ -2,7 +2,6 @@
 // waiting moves.
 #include <thread>
 
-#include "platform/hosted/clock.h"
 #include "platform/hosted/machine.h"
 
 void hosted::Pass(DWORD milliseconds) {

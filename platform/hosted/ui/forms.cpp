@@ -7,7 +7,6 @@
 #include <map>
 #include <utility>
 
-#include "platform/hosted/clock.h"
 #include "platform/hosted/registry/registry.h"
 #include "platform/hosted/ui/dialog.h"
 #include "platform/hosted/ui/ui.h"
