@@ -87,7 +87,7 @@ class Machine {
     Outcome Finish();
     // Between Start and Finish a process stops right before a call, named as in [faults] of
     // machine.ini, until it may go on. Only the hosted machine can do that; elsewhere
-    // WaitUntilStopped returns when the program has shown something.
+    // it stops at the next question.
     Machine& StopAt(const std::string& call);
     void WaitUntilStopped();
     void GoOn();

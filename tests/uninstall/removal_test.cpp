@@ -93,6 +93,7 @@ TEST(Removal, HasNothingToSayWhenEverythingIsGoneAlready) {
 }
 
 TEST(Removal, WaitsForAFileThatIsHeld) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.Program(kTempFolder + "\\UnInstall.exe").HoldOpen(kTessorin);
     machine.StopAt("copy SHFileOperationA 3 " + kTessorin).Begin({});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -10,6 +11,7 @@
 
 #include "platform/win32.h"
 #include "tests/support/flow.h"
+#include "tests/support/windows/real.h"
 
 namespace support {
 namespace {
@@ -21,13 +23,20 @@ constexpr std::array<const char*, 8> kButtonNames{"",      "OK",     "Cancel", "
 std::mutex guard;
 std::deque<std::string> pending;  // answers
 Lines shown;
+std::atomic<bool> holding = false;
+std::atomic<bool> held = false;
 
-std::string Text(HWND window) {
-    std::string text(static_cast<std::size_t>(SendMessageA(window, WM_GETTEXTLENGTH, 0, 0)) + 1,
-                     '\0');
-    const auto length =
-        SendMessageA(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()));
-    return ToUtf8(text.substr(0, static_cast<std::size_t>(length)));
+// Asks no thread: one that shows nothing any more would never answer. What an edit control
+// holds only the control knows.
+std::string Text(HWND window, bool isEdit) {
+    std::wstring text(std::size_t{1} << 16, L'\0');
+    const auto size = static_cast<int>(text.size());
+    auto length = static_cast<DWORD_PTR>(InternalGetWindowText(window, text.data(), size));
+    if (isEdit) {
+        SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                            SMTO_ABORTIFHUNG, 10000, &length);
+    }
+    return ToUtf8(text.substr(0, length));
 }
 
 unsigned StyleOf(HWND window) {
@@ -48,6 +57,7 @@ Parts::Parts(HWND window) {
          child = GetWindow(child, GW_HWNDNEXT)) {
         std::array<char, 64> kind{};
         GetClassNameA(child, kind.data(), static_cast<int>(kind.size()));
+        const bool isEdit = kind.data() == std::string("Edit");
         RECT place{};
         GetWindowRect(child, &place);
         if ((StyleOf(child) & WS_VISIBLE) == 0) {
@@ -59,8 +69,8 @@ Parts::Parts(HWND window) {
         } else if (kind.data() == std::string("Static") &&
                    (StyleOf(child) & SS_TYPEMASK) == SS_ICON) {
             icon = true;
-        } else if (const std::string text = Text(child); !text.empty()) {
-            list = list || kind.data() == std::string("Edit");
+        } else if (const std::string text = Text(child, isEdit); !text.empty()) {
+            list = list || isEdit;
             texts += (texts.empty() ? "" : " | ") + Readable(text);
         }
     }
@@ -117,9 +127,7 @@ void AnswerBox(const Parts& parts) {
 }
 
 BOOL CALLBACK CollectOurs(HWND window, LPARAM windows) {
-    std::array<char, 32> title{};
-    GetWindowTextA(window, title.data(), static_cast<int>(title.size()));
-    if (IsWindowVisible(window) != FALSE && title.data() == std::string("UnInstaller")) {
+    if (IsWindowVisible(window) != FALSE && Text(window, false) == "UnInstaller") {
         reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
     }
     return TRUE;
@@ -139,6 +147,10 @@ void Watch(const std::stop_token& stop) {
             if (parts.texts.empty() || (parts.icon && parts.standard == nullptr)) {
                 continue;  // still being made
             }
+            if (holding && (parts.icon || parts.list)) {
+                held = true;
+                continue;
+            }
             known.insert(window);
             const std::lock_guard lock(guard);
             parts.icon ? AnswerBox(parts) : AnswerForm(window, parts);
@@ -153,6 +165,15 @@ void AnswerOnScreen(const std::vector<std::string>& answers) {
     const std::lock_guard lock(guard);
     pending.assign(answers.begin(), answers.end());
     shown.clear();
+}
+
+void HoldQuestions(bool hold) {
+    held = false;
+    holding = hold;
+}
+
+bool IsQuestionHeld() {
+    return held;
 }
 
 std::vector<std::string> ShownOnScreen() {

@@ -28,15 +28,20 @@ const std::string kLeftOut =
 const std::string kSoftware = kHklm + "Software";
 const std::string kWine = "\\Software\\Wine";
 
-std::string Convert(std::string_view text, UINT from, UINT to) {
+std::wstring Wide(std::string_view text, UINT codePage) {
     const auto length = static_cast<int>(text.size());
     std::wstring wide(text.size(), L'\0');
-    const int units = MultiByteToWideChar(from, 0, text.data(), length, wide.data(), length);
-    std::string result(text.size() * 3, '\0');
-    const int bytes = WideCharToMultiByte(to, 0, wide.data(), units, result.data(),
-                                          static_cast<int>(result.size()), nullptr, nullptr);
-    result.resize(static_cast<std::size_t>(bytes));
-    return result;
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(codePage, 0, text.data(), length, wide.data(), length)));
+    return wide;
+}
+
+std::string Narrow(std::wstring_view wide, UINT codePage) {
+    std::string text(wide.size() * 3, '\0');
+    text.resize(static_cast<std::size_t>(
+        WideCharToMultiByte(codePage, 0, wide.data(), static_cast<int>(wide.size()), text.data(),
+                            static_cast<int>(text.size()), nullptr, nullptr)));
+    return text;
 }
 
 // The hive of whoever runs the tests: the one in which a key appears that is made for the
@@ -107,16 +112,20 @@ void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys&
 
 }  // namespace
 
+std::string ToUtf8(std::wstring_view wide) {
+    return Narrow(wide, CP_UTF8);
+}
+
 std::string ToUtf8(std::string_view ansi) {
-    return Convert(ansi, 1252, CP_UTF8);
+    return ToUtf8(Wide(ansi, 1252));
 }
 
 std::string FromUtf8(std::string_view utf8) {
-    return Convert(utf8, CP_UTF8, 1252);
+    return Narrow(Wide(utf8, CP_UTF8), 1252);
 }
 
 fs::path RealPath(const std::string& path) {
-    return std::u8string(path.begin(), path.end());
+    return Wide(path, CP_UTF8);
 }
 
 void SetRealAttributes(const fs::path& path, const std::string& letters) {
