@@ -1,6 +1,5 @@
 #include "tests/support/windows/answerer.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <deque>
@@ -98,11 +97,12 @@ void AnswerForm(HWND window, const Parts& parts) {
     shown.push_back("frmUnInstDone -> " + std::string(closes ? "close: " : "click: ") +
                     parts.texts);
     if (const auto key = keys.find(answer); key != keys.end()) {
-        const BYTE first = answer.starts_with("alt+") ? BYTE{VK_MENU} : key->second;
-        keybd_event(first, 0, 0, 0);
-        keybd_event(key->second, 0, 0, 0);
-        keybd_event(key->second, 0, KEYEVENTF_KEYUP, 0);
-        keybd_event(first, 0, KEYEVENTF_KEYUP, 0);
+        for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
+            if (answer.starts_with("alt+")) {
+                keybd_event(VK_MENU, 0, flags, 0);
+            }
+            keybd_event(key->second, 0, flags, 0);
+        }
     } else if (closes) {
         PostMessageA(window, WM_SYSCOMMAND, SC_CLOSE, 0);
     } else {
@@ -126,23 +126,27 @@ void AnswerBox(const Parts& parts) {
     PostMessageA(pressed, BM_CLICK, 0, 0);
 }
 
-BOOL CALLBACK CollectOurs(HWND window, LPARAM windows) {
-    if (IsWindowVisible(window) != FALSE && Text(window, false) == "UnInstaller") {
-        reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
+// The program's windows, all of which are dialogs. A box stands in front of the form that was
+// there before it, so the hindmost is the first.
+std::deque<HWND> WindowsShown() {
+    std::deque<HWND> windows;
+    for (HWND one = nullptr;
+         (one = FindWindowExA(nullptr, one, "#32770", "UnInstaller")) != nullptr;) {
+        if (IsWindowVisible(one) != FALSE) {
+            windows.push_front(one);
+        }
     }
-    return TRUE;
+    return windows;
 }
 
 void Watch(const std::stop_token& stop) {
     std::set<HWND> known;  // windows that have had their turn
     for (; !stop.stop_requested(); Sleep(5)) {
-        std::vector<HWND> windows;
-        EnumWindows(&CollectOurs, reinterpret_cast<LPARAM>(&windows));
         std::erase_if(known, [](HWND one) { return IsWindow(one) == FALSE; });
-        // A box stands in front of the form that was there before it.
-        std::reverse(windows.begin(), windows.end());
-        std::erase_if(windows, [&](HWND window) { return known.contains(window); });
-        for (HWND window : windows) {
+        for (HWND window : WindowsShown()) {
+            if (known.contains(window)) {
+                continue;
+            }
             const Parts parts(window);
             if (parts.texts.empty() || (parts.icon && parts.standard == nullptr)) {
                 continue;  // still being made

@@ -5,6 +5,7 @@
 
 #include "platform/handles.h"
 // Builds on the types of windows.h.
+#include <sddl.h>
 #include <shlwapi.h>
 
 #include "tests/support/machine.h"
@@ -44,22 +45,16 @@ std::string Narrow(std::wstring_view wide, UINT codePage) {
     return text;
 }
 
-// The hive of whoever runs the tests: the one in which a key appears that is made for the
-// current user.
+// The hive of whoever runs the tests.
 std::string FindRealUser() {
-    const char* const probe = "UnInstall-Probe";
-    std::array<char, 256> name{};
-    std::string user;
-    handles::Key key;
-    RegCreateKeyA(HKEY_CURRENT_USER, probe, key.Receive());
-    for (DWORD i = 0; RegEnumKeyA(HKEY_USERS, i, name.data(), name.size()) == ERROR_SUCCESS; ++i) {
-        const std::string path = std::string(name.data()) + "\\" + probe;
-        if (RegOpenKeyExA(HKEY_USERS, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS) {
-            user = std::string("HKEY_USERS\\") + name.data();
-        }
-    }
-    RegDeleteKeyA(HKEY_CURRENT_USER, probe);
-    return user;
+    handles::Process token;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.Receive());
+    std::array<DWORD_PTR, 64> user{};
+    DWORD size = 0;
+    GetTokenInformation(token.Get(), TokenUser, user.data(), sizeof user, &size);
+    char* sid = nullptr;  // freed with the process
+    ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &sid);
+    return std::string("HKEY_USERS\\") + sid;
 }
 
 const std::string& RealUser() {
