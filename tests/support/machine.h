@@ -85,9 +85,9 @@ class Machine {
     void Begin(const std::vector<std::string>& answers);
     void Start(const std::string& program, const std::string& arguments);
     Outcome Finish();
-    // Between Start and Finish the started process stops right before a call, named as in
-    // [faults] of machine.ini, until it may go on. Only the hosted machine can do that; elsewhere
-    // WaitUntilStopped returns when the program has shown something.
+    // Between Start and Finish a process stops right before a call, named as in [faults] of
+    // machine.ini, until it may go on. Only the hosted machine can do that; elsewhere
+    // it stops at the next question.
     Machine& StopAt(const std::string& call);
     void WaitUntilStopped();
     void GoOn();

@@ -15,6 +15,10 @@ Lines ShortcutsGone() {
     return {shortcut + ".lnk", shortcut + "-Website.lnk", shortcut + " Website.lnk"};
 }
 
+Lines ShownWith(const Lines& problems) {
+    return CopyShows(problems);
+}
+
 std::string NotDeleted(const std::string& what, const std::string& path) {
     return what + " \"" + path + "\" konnte nicht gelöscht werden.";
 }
@@ -66,7 +70,7 @@ TEST(Removal, FindsHiddenRemainsAndEmptyFolders) {
     Machine machine;
     machine.Remove(kProgramFolder).File(kProgramFolder + "\\nur dies.txt", "x", "RHS");
     machine.Remove(kGroupFolder).Folder(kGroupFolder);
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
 }
 
 // Blanks at the end, too: the system passes over them.
@@ -79,7 +83,7 @@ TEST(Removal, FindsItsFolderUnderAnyNameOfIt) {
     for (const std::string& spelling :
          {ToUtf8(name), kProgramFolder + "   ", std::string("c:\\programme\\BÜRO tessorin\\")}) {
         Machine one;
-        ExpectOutcome(one.RunCopy("/u=" + spelling, {}), CopyShows(), CompleteRemoval());
+        ExpectOutcome(one.RunCopy("/u=" + spelling, {}), ShownWith({}), CompleteRemoval());
     }
 }
 
@@ -93,6 +97,7 @@ TEST(Removal, HasNothingToSayWhenEverythingIsGoneAlready) {
 }
 
 TEST(Removal, WaitsForAFileThatIsHeld) {
+    NEEDS_SETTINGS();
     Machine machine;
     machine.Program(kTempFolder + "\\UnInstall.exe").HoldOpen(kTessorin);
     machine.StopAt("copy SHFileOperationA 3 " + kTessorin).Begin({});
@@ -100,14 +105,14 @@ TEST(Removal, WaitsForAFileThatIsHeld) {
     machine.WaitUntilStopped();
     machine.LetGo();
     machine.GoOn();
-    ExpectOutcome(machine.Finish(), CopyShows(), CompleteRemoval());
+    ExpectOutcome(machine.Finish(), ShownWith({}), CompleteRemoval());
 }
 
 TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
     Machine machine;
     machine.HoldOpen(kTessorin);
     const Outcome outcome = machine.RunCopy({});
-    EXPECT_TRUE(Same(CopyShows({NotDeleted("Die Datei", kTessorin),
+    EXPECT_TRUE(Same(ShownWith({NotDeleted("Die Datei", kTessorin),
                                 NotDeleted("Das Verzeichnis", kProgramFolder)}),
                      outcome.shown));
     EXPECT_TRUE(machine.Look().files.contains(kTessorin));
@@ -124,7 +129,7 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
         Machine machine;
         machine.Setting("clock", start).Setting("trace", "calls=1");
         machine.Setting("faults", "copy SHFileOperationA * " + kTessorin + "=32");
-        ExpectOutcome(machine.RunCopy({}), CopyShows({NotDeleted("Die Datei", kTessorin)}),
+        ExpectOutcome(machine.RunCopy({}), ShownWith({NotDeleted("Die Datei", kTessorin)}),
                       CompleteRemoval());
         EXPECT_EQ(machine.Calls("SHFileOperationA", kTessorin), 51U);
 
@@ -134,7 +139,7 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
             another.Setting("faults", "copy SHFileOperationA " + std::to_string(time) + " " +
                                           kTessorin + "=32");
         }
-        ExpectOutcome(another.RunCopy({}), CopyShows(), CompleteRemoval());
+        ExpectOutcome(another.RunCopy({}), ShownWith({}), CompleteRemoval());
     }
 }
 
@@ -164,7 +169,7 @@ TEST(Removal, TakesNamesThatTheCodePageLacks) {
         machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
     }
     machine.File(kProgramFolder + "\\Я.txt", "x");
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
 }
 
 TEST(Removal, FallsBackToTheUsersOwnMenu) {
@@ -174,13 +179,13 @@ TEST(Removal, FallsBackToTheUsersOwnMenu) {
     const Lines others = Without(CompleteRemoval(), kGroupFolder);
     Machine machine;
     machine.NoSetting("folders", "common-programs");
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), With(others, {"- folder " + own}));
+    ExpectOutcome(machine.RunCopy({}), ShownWith({}), With(others, {"- folder " + own}));
 
     // Without any menu nothing may happen relative to the current folder.
     Machine without;
     without.NoSetting("folders", "common-programs").NoSetting("folders", "programs");
     without.Folder("C:\\windows\\system32\\Tessorin");
-    ExpectOutcome(without.RunCopy({}), CopyShows({NotDeleted("Das Verzeichnis", "Tessorin")}),
+    ExpectOutcome(without.RunCopy({}), ShownWith({NotDeleted("Das Verzeichnis", "Tessorin")}),
                   others);
 }
 
@@ -199,7 +204,7 @@ TEST(Removal, NamesTheKeysThatItMayNotTouch) {
     ExpectOutcome(
         machine.RunCopy({}),
         // The user's own hive is met again among all hives.
-        CopyShows({NotDeleted(key, "HKEY_CURRENT_USER\\" + product),
+        ShownWith({NotDeleted(key, "HKEY_CURRENT_USER\\" + product),
                    NotDeleted(key, kUser + product), NotDeleted(key, neighbour),
                    NotDeleted(key, kHklm + uninstall)}),
         Without(Without(Without(CompleteRemoval(), "\\Uninstall\\"), "1000\\Software\\Verlonix"),

@@ -1,7 +1,7 @@
 #include "tests/support/windows/answerer.h"
 
-#include <algorithm>
 #include <array>
+#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -10,6 +10,7 @@
 
 #include "platform/win32.h"
 #include "tests/support/flow.h"
+#include "tests/support/windows/real.h"
 
 namespace support {
 namespace {
@@ -21,13 +22,20 @@ constexpr std::array<const char*, 8> kButtonNames{"",      "OK",     "Cancel", "
 std::mutex guard;
 std::deque<std::string> pending;  // answers
 Lines shown;
+std::atomic<bool> holding = false;
+std::atomic<bool> held = false;
 
-std::string Text(HWND window) {
-    std::string text(static_cast<std::size_t>(SendMessageA(window, WM_GETTEXTLENGTH, 0, 0)) + 1,
-                     '\0');
-    const auto length =
-        SendMessageA(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()));
-    return ToUtf8(text.substr(0, static_cast<std::size_t>(length)));
+// Asks no thread: one that shows nothing any more would never answer. What an edit control
+// holds only the control knows.
+std::string Text(HWND window, bool isEdit) {
+    std::wstring text(std::size_t{1} << 16, L'\0');
+    const auto size = static_cast<int>(text.size());
+    auto length = static_cast<DWORD_PTR>(InternalGetWindowText(window, text.data(), size));
+    if (isEdit) {
+        SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                            SMTO_ABORTIFHUNG, 10000, &length);
+    }
+    return ToUtf8(text.substr(0, length));
 }
 
 unsigned StyleOf(HWND window) {
@@ -48,6 +56,7 @@ Parts::Parts(HWND window) {
          child = GetWindow(child, GW_HWNDNEXT)) {
         std::array<char, 64> kind{};
         GetClassNameA(child, kind.data(), static_cast<int>(kind.size()));
+        const bool isEdit = kind.data() == std::string("Edit");
         RECT place{};
         GetWindowRect(child, &place);
         if ((StyleOf(child) & WS_VISIBLE) == 0) {
@@ -59,8 +68,8 @@ Parts::Parts(HWND window) {
         } else if (kind.data() == std::string("Static") &&
                    (StyleOf(child) & SS_TYPEMASK) == SS_ICON) {
             icon = true;
-        } else if (const std::string text = Text(child); !text.empty()) {
-            list = list || kind.data() == std::string("Edit");
+        } else if (const std::string text = Text(child, isEdit); !text.empty()) {
+            list = list || isEdit;
             texts += (texts.empty() ? "" : " | ") + Readable(text);
         }
     }
@@ -88,11 +97,12 @@ void AnswerForm(HWND window, const Parts& parts) {
     shown.push_back("frmUnInstDone -> " + std::string(closes ? "close: " : "click: ") +
                     parts.texts);
     if (const auto key = keys.find(answer); key != keys.end()) {
-        const BYTE first = answer.starts_with("alt+") ? BYTE{VK_MENU} : key->second;
-        keybd_event(first, 0, 0, 0);
-        keybd_event(key->second, 0, 0, 0);
-        keybd_event(key->second, 0, KEYEVENTF_KEYUP, 0);
-        keybd_event(first, 0, KEYEVENTF_KEYUP, 0);
+        for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
+            if (answer.starts_with("alt+")) {
+                keybd_event(VK_MENU, 0, flags, 0);
+            }
+            keybd_event(key->second, 0, flags, 0);
+        }
     } else if (closes) {
         PostMessageA(window, WM_SYSCOMMAND, SC_CLOSE, 0);
     } else {
@@ -116,28 +126,34 @@ void AnswerBox(const Parts& parts) {
     PostMessageA(pressed, BM_CLICK, 0, 0);
 }
 
-BOOL CALLBACK CollectOurs(HWND window, LPARAM windows) {
-    std::array<char, 32> title{};
-    GetWindowTextA(window, title.data(), static_cast<int>(title.size()));
-    if (IsWindowVisible(window) != FALSE && title.data() == std::string("UnInstaller")) {
-        reinterpret_cast<std::vector<HWND>*>(windows)->push_back(window);
+// The program's windows, all of which are dialogs. A box stands in front of the form that was
+// there before it, so the hindmost is the first.
+std::deque<HWND> WindowsShown() {
+    std::deque<HWND> windows;
+    for (HWND one = nullptr;
+         (one = FindWindowExA(nullptr, one, "#32770", "UnInstaller")) != nullptr;) {
+        if (IsWindowVisible(one) != FALSE) {
+            windows.push_front(one);
+        }
     }
-    return TRUE;
+    return windows;
 }
 
 void Watch(const std::stop_token& stop) {
     std::set<HWND> known;  // windows that have had their turn
     for (; !stop.stop_requested(); Sleep(5)) {
-        std::vector<HWND> windows;
-        EnumWindows(&CollectOurs, reinterpret_cast<LPARAM>(&windows));
         std::erase_if(known, [](HWND one) { return IsWindow(one) == FALSE; });
-        // A box stands in front of the form that was there before it.
-        std::reverse(windows.begin(), windows.end());
-        std::erase_if(windows, [&](HWND window) { return known.contains(window); });
-        for (HWND window : windows) {
+        for (HWND window : WindowsShown()) {
+            if (known.contains(window)) {
+                continue;
+            }
             const Parts parts(window);
             if (parts.texts.empty() || (parts.icon && parts.standard == nullptr)) {
                 continue;  // still being made
+            }
+            if (holding && (parts.icon || parts.list)) {
+                held = true;
+                continue;
             }
             known.insert(window);
             const std::lock_guard lock(guard);
@@ -153,6 +169,15 @@ void AnswerOnScreen(const std::vector<std::string>& answers) {
     const std::lock_guard lock(guard);
     pending.assign(answers.begin(), answers.end());
     shown.clear();
+}
+
+void HoldQuestions(bool hold) {
+    held = false;
+    holding = hold;
+}
+
+bool IsQuestionHeld() {
+    return held;
 }
 
 std::vector<std::string> ShownOnScreen() {

@@ -11,4 +11,8 @@ namespace support {
 void AnswerOnScreen(const std::vector<std::string>& answers);
 std::vector<std::string> ShownOnScreen();
 
+// Questions wait for their answers from now on, or no longer; whether one does.
+void HoldQuestions(bool hold);
+bool IsQuestionHeld();
+
 }  // namespace support

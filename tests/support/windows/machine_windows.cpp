@@ -49,6 +49,8 @@ void Clear() {
     for (const fs::path& place : Territory()) {
         RemoveTree(place);
     }
+    RemoveTree(kTempFolder);  // the system may write it otherwise
+    fs::create_directories(kTempFolder);
     for (const machine::Item& item :
          machine::Compare(TheSystem().state, {{}, ReadRealRegistry(), {}})) {
         if (item.kind == machine::Item::Kind::Value && !item.same) {
@@ -101,6 +103,7 @@ struct Machine::Host {
 Machine::Machine() : host_(std::make_unique<Host>()) {
     const fs::path stage = TESTS_STAGE;
     Clear();
+    Answer({});
     UseTemp(kTempFolder);
     const std::string menu = kGroupFolder.substr(0, kGroupFolder.rfind('\\'));
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
@@ -198,16 +201,19 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
 }
 
 Machine& Machine::StopAt(const std::string& /*call*/) {
+    HoldQuestions(true);
     return *this;
 }
 
 void Machine::WaitUntilStopped() {
-    for (const DWORD start = GetTickCount(); Shown().empty(); Sleep(5)) {
-        ASSERT_LT(GetTickCount() - start, kTimeLimit) << "nothing is shown";
+    for (const DWORD start = GetTickCount(); !IsQuestionHeld(); Sleep(5)) {
+        ASSERT_LT(GetTickCount() - start, kTimeLimit) << "nothing is asked";
     }
 }
 
-void Machine::GoOn() {}
+void Machine::GoOn() {
+    HoldQuestions(false);
+}
 
 Outcome Machine::Finish() {
     Outcome outcome;
@@ -233,8 +239,7 @@ std::string Machine::HostFolder() const {
 State Machine::Look() const {
     State state;
     const auto add = [&state](const fs::path& place) {
-        const std::u8string name = place.u8string();
-        state.files[{name.begin(), name.end()}] = LookAt(place);
+        state.files[ToUtf8(place.native())] = LookAt(place);
     };
     for (const fs::path& place : Territory()) {
         add(place);

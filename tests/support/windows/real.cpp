@@ -5,6 +5,7 @@
 
 #include "platform/handles.h"
 // Builds on the types of windows.h.
+#include <sddl.h>
 #include <shlwapi.h>
 
 #include "tests/support/machine.h"
@@ -28,33 +29,32 @@ const std::string kLeftOut =
 const std::string kSoftware = kHklm + "Software";
 const std::string kWine = "\\Software\\Wine";
 
-std::string Convert(std::string_view text, UINT from, UINT to) {
+std::wstring Wide(std::string_view text, UINT codePage) {
     const auto length = static_cast<int>(text.size());
     std::wstring wide(text.size(), L'\0');
-    const int units = MultiByteToWideChar(from, 0, text.data(), length, wide.data(), length);
-    std::string result(text.size() * 3, '\0');
-    const int bytes = WideCharToMultiByte(to, 0, wide.data(), units, result.data(),
-                                          static_cast<int>(result.size()), nullptr, nullptr);
-    result.resize(static_cast<std::size_t>(bytes));
-    return result;
+    wide.resize(static_cast<std::size_t>(
+        MultiByteToWideChar(codePage, 0, text.data(), length, wide.data(), length)));
+    return wide;
 }
 
-// The hive of whoever runs the tests: the one in which a key appears that is made for the
-// current user.
+std::string Narrow(std::wstring_view wide, UINT codePage) {
+    std::string text(wide.size() * 3, '\0');
+    text.resize(static_cast<std::size_t>(
+        WideCharToMultiByte(codePage, 0, wide.data(), static_cast<int>(wide.size()), text.data(),
+                            static_cast<int>(text.size()), nullptr, nullptr)));
+    return text;
+}
+
+// The hive of whoever runs the tests.
 std::string FindRealUser() {
-    const char* const probe = "UnInstall-Probe";
-    std::array<char, 256> name{};
-    std::string user;
-    handles::Key key;
-    RegCreateKeyA(HKEY_CURRENT_USER, probe, key.Receive());
-    for (DWORD i = 0; RegEnumKeyA(HKEY_USERS, i, name.data(), name.size()) == ERROR_SUCCESS; ++i) {
-        const std::string path = std::string(name.data()) + "\\" + probe;
-        if (RegOpenKeyExA(HKEY_USERS, path.c_str(), 0, KEY_READ, key.Receive()) == ERROR_SUCCESS) {
-            user = std::string("HKEY_USERS\\") + name.data();
-        }
-    }
-    RegDeleteKeyA(HKEY_CURRENT_USER, probe);
-    return user;
+    handles::Process token;
+    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.Receive());
+    std::array<DWORD_PTR, 64> user{};
+    DWORD size = 0;
+    GetTokenInformation(token.Get(), TokenUser, user.data(), sizeof user, &size);
+    char* sid = nullptr;  // freed with the process
+    ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &sid);
+    return std::string("HKEY_USERS\\") + sid;
 }
 
 const std::string& RealUser() {
@@ -107,16 +107,20 @@ void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys&
 
 }  // namespace
 
+std::string ToUtf8(std::wstring_view wide) {
+    return Narrow(wide, CP_UTF8);
+}
+
 std::string ToUtf8(std::string_view ansi) {
-    return Convert(ansi, 1252, CP_UTF8);
+    return ToUtf8(Wide(ansi, 1252));
 }
 
 std::string FromUtf8(std::string_view utf8) {
-    return Convert(utf8, CP_UTF8, 1252);
+    return Narrow(Wide(utf8, CP_UTF8), 1252);
 }
 
 fs::path RealPath(const std::string& path) {
-    return std::u8string(path.begin(), path.end());
+    return Wide(path, CP_UTF8);
 }
 
 void SetRealAttributes(const fs::path& path, const std::string& letters) {

@@ -10,6 +10,7 @@
 
 namespace support {
 
+std::string ToUtf8(std::wstring_view wide);
 std::string ToUtf8(std::string_view ansi);
 std::string FromUtf8(std::string_view utf8);
 
