@@ -63,9 +63,15 @@ bool RemoveLink(const std::string& link) {
 
 // What a walk through a folder has found out.
 struct LinkWalk {
-    bool linkLeft = false;      // one could not be removed
+    bool linkLeft = false;      // one could not be removed, or may be where only the shell looks
     bool unlistedLeft = false;  // what a folder holds could not be told
 };
+
+// A name with characters that the code page lacks, on a volume that keeps no short names: the
+// shell can read it, we cannot.
+bool IsIllegible(const std::string& path) {
+    return path.find('?') != std::string::npos;
+}
 
 // Takes the links out of a folder without touching what they lead to; shells before
 // Windows Vista would empty the targets of junctions. The folders still to be looked at are
@@ -79,7 +85,7 @@ LinkWalk RemoveLinksIn(const std::string& folder) {
         forms::ProcessMessages();
         std::vector<std::string> links;
         if (ListFolders(current, pending, links)) {
-            walk.unlistedLeft = true;
+            (IsIllegible(current) ? walk.linkLeft : walk.unlistedLeft) = true;
         }
         for (const std::string& link : links) {
             walk.linkLeft = !RemoveLink(link) || walk.linkLeft;

@@ -2,6 +2,7 @@
 // remarks. Anything else that is not understood is an error, so that a slip in a test
 // cannot pass for a machine that refuses nothing.
 #include <charconv>
+#include <set>
 #include <sstream>
 
 #include "platform/hosted/machine.h"

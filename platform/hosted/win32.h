@@ -34,7 +34,6 @@ using HWND = struct WindowHandle*;
 using HKEY = struct RegistryKey*;
 using REGSAM = DWORD;
 using FILEOP_FLAGS = WORD;
-using va_list_arguments = char*;
 
 constexpr BOOL FALSE = 0;
 constexpr BOOL TRUE = 1;
@@ -76,7 +75,7 @@ void WINAPI SetLastError(DWORD code);
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
 constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x0200;
 DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId,
-                            LPSTR buffer, DWORD size, va_list_arguments* arguments);
+                            LPSTR buffer, DWORD size, char** arguments);
 
 // ---- texts -----------------------------------------------------------------------
 DWORD WINAPI CharUpperBuffA(LPSTR text, DWORD length);

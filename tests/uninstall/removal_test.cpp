@@ -159,6 +159,18 @@ TEST(Removal, KeepsAFolderWhoseLinksStay) {
     }
 }
 
+// Where the volume keeps no short names nobody but the shell could look into it.
+TEST(Removal, KeepsAFolderThatOnlyTheShellCanLookInto) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Folder(kProgramFolder + "\\Ελλάδα");
+    machine.Link(kProgramFolder + "\\Ελλάδα\\Textwerk", "C:\\Programme\\Textwerk");
+    machine.Setting("faults", "copy FindFirstFileA * " + kProgramFolder + "\\*=less");
+    const Outcome outcome = machine.RunCopy({});
+    EXPECT_TRUE(Same(CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}), outcome.shown));
+    EXPECT_TRUE(machine.Look().files.contains(kProgramFolder + "\\Ελλάδα\\Textwerk"));
+}
+
 // The code page has none of these letters: such a folder is entered by its short name, and both
 // look alike by their long ones.
 TEST(Removal, TakesNamesThatTheCodePageLacks) {

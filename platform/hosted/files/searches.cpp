@@ -126,6 +126,9 @@ HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
     }
     std::reverse(find.found.begin(), find.found.end());
     hosted::Next(find, *data);
+    for (WIN32_FIND_DATAA& item : find.found) {  // "less": the volume keeps no short names
+        item.cAlternateFileName[0] = call.Less() ? '\0' : item.cAlternateFileName[0];
+    }
     return hosted::AddHandle(std::move(find));
 }
 

@@ -46,7 +46,7 @@ const std::map<DWORD, std::string_view>& ErrorTexts() {
 // Only the system's own texts. The program has no arguments for their insert sequences: a
 // text with some fails unless it is asked for as it stands.
 DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID, DWORD messageId, DWORD, LPSTR buffer, DWORD size,
-                            va_list_arguments*) {
+                            char**) {
     hosted::Call call("FormatMessageA");
     const auto found = hosted::ErrorTexts().find(messageId);
     const std::string text =
