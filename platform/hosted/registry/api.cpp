@@ -1,6 +1,7 @@
 // The registry functions of win32.h. Reserved arguments are not looked at.
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "platform/hosted/registry/state.h"
@@ -185,21 +186,17 @@ LSTATUS DeleteKey(Target target, LPCSTR subKey) {
 
 // The names of the subkeys in order. Of two alike the user's gives its spelling.
 std::vector<std::string> SubkeysOf(const Keys& keys, const OpenedKey& key) {
-    std::vector<std::string> names;
+    std::set<std::string, ByName> names;
     for (const auto& place : key.found) {
-        const auto others = static_cast<std::ptrdiff_t>(names.size());
         const std::size_t length = place->first.size() + 1;
         const auto end = keys.lower_bound(EndOf(place->first));
         for (Keys::const_iterator below = std::next(place); below != end; ++below) {
             if (below->first.find('\\', length) == std::string::npos) {
-                names.push_back(below->first.substr(length));
+                names.insert(below->first.substr(length));
             }
         }
-        std::inplace_merge(names.begin(), names.begin() + others, names.end(), ByName());
     }
-    const auto alike = [](const auto& one, const auto& next) { return !ByName()(one, next); };
-    names.erase(std::unique(names.begin(), names.end(), alike), names.end());
-    return names;
+    return {names.begin(), names.end()};
 }
 
 LSTATUS EnumerateKey(Target target, DWORD index, LPSTR name, DWORD size) {
