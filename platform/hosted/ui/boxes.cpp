@@ -1,6 +1,7 @@
 // Message boxes: answered from answers.txt, in the terminal, or by their default button.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "platform/hosted/registry/registry.h"
 #include "platform/hosted/ui/dialog.h"
