@@ -1,5 +1,6 @@
 // The counts of the shared files: every stored form of a count, and a key that refuses.
 #include "tests/support/flow.h"
+#include "tools/machine/look.h"
 
 namespace support {
 namespace {
@@ -68,12 +69,17 @@ TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
     for (const std::string& right : Lines{"query", "set"}) {
         SCOPED_TRACE(right);
         Machine machine;
-        machine.Setting("denied", kSharedDlls + "=" + right);
+        machine.Setting("denied", kSharedDlls + "=" + right).Setting("trace", "calls=1");
         ExpectOutcome(
             machine.RunCopy({}),
             CopyShows({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von Tessorin "
                        "benötigt markiert werden."}),
             Without(CompleteRemoval(), "SharedDLLs"));
+        // The line, which needs memory, is written when the keys are closed.
+        const std::string calls = ReadBytes(machine.HostFolder() + "/calls.txt");
+        const std::size_t refused = calls.find(kSharedDlls + ":set");
+        const std::size_t closed = calls.find("RegCloseKey", refused);
+        EXPECT_TRUE(right == "query" || calls.find("HeapAlloc", refused) > closed);
     }
 }
 
