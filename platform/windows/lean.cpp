@@ -8,6 +8,7 @@
 
 // Referenced by the library's code for texts and containers, which is linked against
 // these names. What they report is a fault of the program.
+// NOLINTBEGIN(cert-dcl50-cpp,cert-dcl58-cpp): their names and arguments are the library's
 namespace std {
 void __throw_bad_alloc() {
     EndWithInternalError();
@@ -25,3 +26,4 @@ void __throw_out_of_range_fmt(const char* /*format*/, ...) {
     EndWithInternalError();
 }
 }  // namespace std
+// NOLINTEND(cert-dcl50-cpp,cert-dcl58-cpp)

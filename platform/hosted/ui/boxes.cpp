@@ -80,7 +80,8 @@ std::size_t ChoiceIn(Dialog& dialog, const Buttons& buttons) {
     state.times = state.unanswered == text ? state.times + 1 : 1;
     state.unanswered = text;
     if (state.times > kMostUnanswered) {
-        std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr);
+        static_cast<void>(
+            std::fputs("UnInstall: nobody answers, and the questions have no end.\n", stderr));
         std::_Exit(2);
     }
     return dialog.focus;

@@ -44,24 +44,24 @@ void PutBack() {
 
 extern "C" void OnEnd(int number) {
     PutBack();
-    std::signal(number, SIG_DFL);
-    std::raise(number);
+    static_cast<void>(std::signal(number, SIG_DFL));
+    static_cast<void>(std::raise(number));
 }
 
 [[noreturn]] void EndBy(int number) {
     PutBack();
-    std::raise(number);
+    static_cast<void>(std::raise(number));
     std::_Exit(128 + number);
 }
 
 void CatchSignals() {
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         if (std::signal(number, OnEnd) == SIG_IGN) {
-            std::signal(number, SIG_IGN);
+            static_cast<void>(std::signal(number, SIG_IGN));
         }
     }
     // Only so that it interrupts the waiting for a key.
-    std::signal(SIGWINCH, [](int) {});
+    static_cast<void>(std::signal(SIGWINCH, [](int) {}));
 }
 
 Screen TheScreen() {
@@ -175,8 +175,8 @@ bool HasTerminal() {
 }
 
 void WriteTerminal(const std::string& utf8) {
-    std::fputs(HasTerminal() ? utf8.c_str() : "", stdout);
-    std::fflush(stdout);  // reading will tell that the terminal is gone
+    static_cast<void>(std::fputs(HasTerminal() ? utf8.c_str() : "", stdout));
+    static_cast<void>(std::fflush(stdout));  // reading will tell that the terminal is gone
 }
 
 void Show(Dialog& dialog) {
