@@ -59,6 +59,19 @@ TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
         With(CompleteRemoval(), {"- key " + name + "\\Tessorin", "- value " + name + "\\@"}));
 }
 
+// A second run has nothing left to change.
+TEST(ShellReset, TellsTheShellOnceIfSomethingHasChanged) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("trace", "calls=1");
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
+    EXPECT_EQ(machine.Calls("SHChangeNotify", ""), 1U);
+    machine.Folder(kProgramFolder).RemoveKey(kSharedDlls);
+    ExpectOutcome(machine.RunCopy({}), {Progress(), ResetQuestion(), Success()},
+                  {"- folder " + kProgramFolder});
+    EXPECT_EQ(machine.Calls("SHChangeNotify", ""), 1U);
+}
+
 TEST(ShellReset, NamesWhatItMayNotWrite) {
     NEEDS_SETTINGS();
     Machine machine;
