@@ -50,15 +50,16 @@ void CheckPath(const std::string& path) {
 
 void CheckFolder(const std::string& path, const fs::path& disk) {
     const std::string result = GetLongPath(path);
-    const std::optional<fs::path> place = hosted::HostPath(AddBackslash(result));
+    const std::string full = AddBackslash(result);
+    const std::optional<fs::path> place = hosted::HostPath(full);
     Require(place && fs::equivalent(*place, disk), "the long form is the same folder");
     Require(Depth(result) == Depth(path), "and as deep as the path");
     Require(GetLongPath(result) == result, "and its own long form");
     Require(FolderExists(NormalizeFolderPath(path)), "the normal form is a folder too");
-    Require(HasEntries(path).value != fs::is_empty(disk), "it has entries if the disk has some");
+    Require(HasEntries(full).value != fs::is_empty(disk), "it has entries if the disk has some");
     std::vector<std::string> folders;
     std::vector<std::string> links;
-    Require(!ListFolders(path, folders, links), "it can be listed");
+    Require(!ListFolders(full, folders, links), "it can be listed");
     const auto count =
         std::count_if(fs::directory_iterator(disk), fs::directory_iterator(),
                       [](const fs::directory_entry& entry) { return entry.is_directory(); });
@@ -68,10 +69,11 @@ void CheckFolder(const std::string& path, const fs::path& disk) {
     }
 }
 
+// Dots and blanks at the end of a path, which the system passes over, are not in its long form.
 void CheckDisk(const std::string& path) {
     const bool folder = FolderExists(path);
     const std::optional<fs::path> disk =
-        IsValidPath(path) ? hosted::HostPath(AddBackslash(path)) : std::nullopt;
+        IsValidPath(path) ? hosted::HostPath(path.size() == 2 ? path + "\\" : path) : std::nullopt;
     const bool there = disk && fs::is_directory(*disk);
     Require(!folder || there, "an existing folder is on the disk");
     Require(folder || !there || path.size() > kAmpleLength, "a folder on the disk exists");
