@@ -75,6 +75,15 @@ Parts::Parts(HWND window) {
     }
 }
 
+// Whether what is typed arrives in the window: it comes to the front after it can be seen.
+bool HasKeyboard(HWND window) {
+    GUITHREADINFO thread{};
+    thread.cbSize = sizeof thread;
+    return GetForegroundWindow() == window &&
+           GetGUIThreadInfo(GetWindowThreadProcessId(window, nullptr), &thread) != FALSE &&
+           thread.hwndFocus != nullptr;
+}
+
 std::string NextAnswer() {
     std::string answer;
     if (!pending.empty()) {
@@ -148,7 +157,8 @@ void Watch(const std::stop_token& stop) {
                 continue;
             }
             const Parts parts(window);
-            if (parts.texts.empty() || (parts.icon && parts.standard == nullptr)) {
+            if (parts.texts.empty() || (parts.icon && parts.standard == nullptr) ||
+                (parts.list && !HasKeyboard(window))) {
                 continue;  // still being made
             }
             if (holding && (parts.icon || parts.list)) {

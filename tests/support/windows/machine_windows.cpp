@@ -6,9 +6,6 @@
 #include <set>
 
 #include "platform/handles.h"
-// Builds on the types of windows.h.
-#include <tlhelp32.h>
-
 #include "tests/support/machine.h"
 #include "tests/support/windows/answerer.h"
 #include "tests/support/windows/real.h"
@@ -19,7 +16,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr DWORD kTimeLimit = 30000;  // milliseconds
+// No test waits for time to pass: this ends only what would never end.
+constexpr DWORD kTimeLimit = 300'000;  // milliseconds
 const std::string kExplorer = kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 
 std::set<fs::path> EntriesOf(const fs::path& folder) {
@@ -33,6 +31,9 @@ struct System {
 };
 
 const System& TheSystem() {
+    // Whoever asks for the desktop first starts the process that shows it. It outlives the
+    // tests, so it must be a child of theirs and none of the program's.
+    GetDesktopWindow();
     static const System system;
     return system;
 }
@@ -68,20 +69,6 @@ void UseTemp(const std::string& folder) {
     }
 }
 
-// How many of the program's processes, and of the script's, are running.
-unsigned Running() {
-    const handles::File list(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
-    PROCESSENTRY32 entry{};
-    entry.dwSize = sizeof entry;
-    unsigned count = 0;
-    for (BOOL more = Process32First(list.Get(), &entry); more != FALSE;
-         more = Process32Next(list.Get(), &entry)) {
-        const std::string name = entry.szExeFile;
-        count += name == "UnInstall.exe" || name == "Remove.exe" || name == "cmd.exe" ? 1 : 0;
-    }
-    return count;
-}
-
 }  // namespace
 
 // Named by who starts the tests.
@@ -97,6 +84,17 @@ const bool Machine::kKeepsReadOnly = false;
 const bool Machine::kTellsIcons = false;
 
 struct Machine::Host {
+    // How many processes of the program and of the script are running. A child is in the job
+    // from its first moment; lists of processes show it only later.
+    [[nodiscard]] DWORD Running() const {
+        JOBOBJECT_BASIC_ACCOUNTING_INFORMATION count{};
+        EXPECT_NE(QueryInformationJobObject(job.Get(), JobObjectBasicAccountingInformation, &count,
+                                            sizeof count, nullptr),
+                  FALSE);
+        return count.ActiveProcesses;
+    }
+
+    handles::Process job{CreateJobObjectA(nullptr, nullptr)};
     handles::Process process;
 };
 
@@ -129,6 +127,8 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 }
 
 Machine::~Machine() {
+    // A test that has broken off may have left one that waits for an answer.
+    TerminateJobObject(host_->job.Get(), 1);
     LetGo();
     SetCurrentDirectoryA("C:\\windows");
 }
@@ -192,12 +192,14 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    ASSERT_NE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
-                             "C:\\windows", &startup, &process),
+    ASSERT_NE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE,
+                             CREATE_SUSPENDED, nullptr, "C:\\windows", &startup, &process),
               FALSE)
         << program << ": " << GetLastError();
     host_->process = handles::Process(process.hProcess);
-    CloseHandle(process.hThread);
+    const handles::Process thread(process.hThread);
+    ASSERT_NE(AssignProcessToJobObject(host_->job.Get(), process.hProcess), FALSE);
+    ResumeThread(thread.Get());
 }
 
 Machine& Machine::StopAt(const std::string& /*call*/) {
@@ -223,10 +225,10 @@ Outcome Machine::Finish() {
         GetExitCodeProcess(host_->process.Get(), &status);
         outcome.status = static_cast<int>(status);
     }
-    while (Running() > 0 && GetTickCount() - start < kTimeLimit) {
+    while (host_->Running() > 0 && GetTickCount() - start < kTimeLimit) {
         Sleep(10);
     }
-    EXPECT_EQ(Running(), 0U) << "still running after the time limit";
+    EXPECT_EQ(host_->Running(), 0U) << "still running after the time limit";
     outcome.shown = Shown();
     outcome.difference = Difference(before_, Look());
     return outcome;
