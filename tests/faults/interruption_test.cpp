@@ -42,7 +42,7 @@ void Interrupt(Machine& machine, const Fault& kill, bool withScript) {
     machine.RunFirst({});
     machine.NoSetting("faults", site).NoSetting("faults", script);
     std::set<std::string> calls;
-    for (const Call& call : CallsMade(machine)) {
+    for (const Call& call : machine.CallsMade()) {
         calls.insert(call.Address());
     }
     EXPECT_EQ(calls.contains(kill.call.Address()), kill.what == "kill-after") << "not killed there";
@@ -57,7 +57,7 @@ void StartAgain(Machine& machine, bool fromFolder) {
         fromFolder ? machine.RunFirst({}) : machine.Run(kCopy, CopyArguments(), {});
     EXPECT_EQ(outcome.errors, "");
     EXPECT_FALSE(outcome.shown.empty() || outcome.shown.back() != Success());
-    for (const std::string& path : HandOverFiles()) {
+    for (const std::string& path : kHandOverFiles) {
         EXPECT_TRUE(!fromFolder || machine.Content(path).empty()) << path;
     }
 }

@@ -3,11 +3,9 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <regex>
 #include <set>
-#include <sstream>
 
 #include "tools/machine/stage.h"
 
@@ -186,7 +184,7 @@ struct Run {
         // Where the script has run, nothing is left in the temporary folder.
         const bool scriptRan = std::any_of(calls.begin(), calls.end(),
                                            [](const Call& call) { return call.role == "script"; });
-        for (const std::string& path : HandOverFiles()) {
+        for (const std::string& path : kHandOverFiles) {
             left.resize(left.size() + (after.contains(path) && (scriptRan || !told.ended)), path);
         }
         std::erase_if(left, [this](const std::string& thing) { return IsExcused(thing); });
@@ -226,27 +224,11 @@ void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
            const Machine& machine) {
     EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << "exit status " << outcome.status;
     const Run run{fault, baseline, ThingsOf(machine.Look()), WhatWasTold(outcome),
-                  CallsMade(machine)};
+                  machine.CallsMade()};
     run.ItHappened();
     run.OneEnd();
     run.NothingForeign();
     run.NothingWithoutAWord();
-}
-
-std::vector<Call> CallsMade(const Machine& machine) {
-    std::istringstream lines(ReadBytes(machine.HostFolder() + "/calls.txt"));
-    std::vector<Call> calls;
-    Call call;
-    std::string effect;
-    const auto next = [&lines](std::string& field, char end = '\t') {
-        return static_cast<bool>(std::getline(lines, field, end));
-    };
-    while (next(call.role) && next(call.function) && next(call.occurrence) && next(call.result) &&
-           next(effect) && next(call.argument, '\n')) {
-        call.changes = effect == "changes";
-        calls.push_back(call);
-    }
-    return calls;
 }
 
 Things ThingsOf(const State& state) {
@@ -264,15 +246,10 @@ Things ThingsOf(const State& state) {
     return things;
 }
 
-Lines HandOverFiles() {
-    return {kTempFolder + "\\UnInstall.bat", kTempFolder + "\\UnInstall.exe",
-            kTempFolder + "\\UnInstall.pif"};
-}
-
 Lines Foreign(const Baseline& baseline, const Things& after) {
     Things all = baseline.before;
     all.insert(after.begin(), after.end());
-    for (const std::string& path : HandOverFiles()) {
+    for (const std::string& path : kHandOverFiles) {
         all.erase(path);
     }
     Lines foreign;
@@ -293,11 +270,6 @@ Lines LeftOver(const Baseline& baseline, const Things& after) {
         }
     }
     return left;
-}
-
-bool WholeMatrix() {
-    const char* const wish = std::getenv("UNINSTALL_MATRIX");
-    return wish != nullptr && std::string(wish) == "full";
 }
 
 }  // namespace support

@@ -13,29 +13,13 @@
 
 namespace support {
 
-// A platform call that a run has made.
-struct Call {
-    std::string role, function, argument;
-    std::string occurrence;  // 1 is the first of this function with this argument
-    std::string result;      // its error code
-    bool changes = false;
-
-    [[nodiscard]] std::string Address() const { return role + " " + function + " " + argument; }
-    // The left side of a fault in machine.ini.
-    [[nodiscard]] std::string Site(const std::string& which) const {
-        return role + " " + function + " " + which + " " + argument;
-    }
-};
-
-// In the order in which they ended, if the machine has the setting that records them.
-std::vector<Call> CallsMade(const Machine& machine);
-
 // A state as one map: paths with what lies there, keys, and "KEY|name" with the value.
 using Things = std::map<std::string, std::string>;
 Things ThingsOf(const State& state);
 
 // What the first run makes in the temporary folder.
-Lines HandOverFiles();
+inline const Lines kHandOverFiles{kTempFolder + "\\UnInstall.bat", kTempFolder + "\\UnInstall.exe",
+                                  kTempFolder + "\\UnInstall.pif"};
 
 struct Baseline {
     Things before, complete;
@@ -72,7 +56,5 @@ void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
 
 // Cases are shared out among parts, tests of their own, so that CTest can use all processors.
 constexpr unsigned kParts = 8;
-// Whether all cases are to run rather than a selection: UNINSTALL_MATRIX=full.
-bool WholeMatrix();
 
 }  // namespace support

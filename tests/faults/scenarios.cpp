@@ -5,31 +5,18 @@ namespace {
 
 const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
 const std::string kShortcut = kGroupFolder + "\\Tessorin.lnk";
-const Lines kEarlier{"- file " + kTempFolder + "\\UnInstall.bat",
-                     "- file " + kTempFolder + "\\UnInstall.exe",
-                     "- file " + kTempFolder + "\\UnInstall.pif"};
 
 void StageLinkAndProblem(Machine& machine) {
     machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
     machine.Attributes(kShortcut, "R");
 }
 
-void StageUnreadyDrive(Machine& machine) {
-    machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
-}
-
 // An earlier run was interrupted, and the editor is in use at first.
 void StageSecondStart(Machine& machine) {
     machine.Setting("faults", "first OpenFile 1 " + kEditor + "=32");
-    for (const std::string& path : HandOverFiles()) {
+    for (const std::string& path : kHandOverFiles) {
         machine.File(path, "x");
     }
-}
-
-std::string UnreadyDrive() {
-    const std::string description = "Datenträger nicht bereit: \"" + kEditor +
-                                    "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)";
-    return Fatal(FatalMessage(description, "6:1:71"), "Yes");
 }
 
 }  // namespace
@@ -38,6 +25,10 @@ const std::vector<Scenario>& Scenarios() {
     const std::string first = Confirmation();
     const std::string problem =
         "Die Verknüpfung \"" + kShortcut + "\" konnte nicht gelöscht werden.";
+    Lines secondRemoval = CompleteRemoval();
+    for (const std::string& path : kHandOverFiles) {
+        secondRemoval.push_back("- file " + path);
+    }
     const Lines questions{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
     static const std::vector<Scenario> scenarios{
         {"smooth", [](Machine&) {}, With(With({first}, questions), {Success()}), CompleteRemoval()},
@@ -46,10 +37,14 @@ const std::vector<Scenario>& Scenarios() {
          {first, Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
           ResetQuestion(), Problems({problem})},
          CompleteRemoval()},
-        {"fatal report", StageUnreadyDrive, {first, Progress(), UnreadyDrive()}, {}},
+        {"fatal report",
+         [](Machine& machine) {
+             machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
+         },
+         {first, Progress(), Fatal(UnreadyDrive(kEditor), "Yes")},
+         {}},
         {"second start", StageSecondStart,
-         With(With({first, InUse("Retry")}, questions), {Success()}),
-         With(CompleteRemoval(), kEarlier)},
+         With(With({first, InUse("Retry")}, questions), {Success()}), secondRemoval},
     };
     return scenarios;
 }
@@ -61,7 +56,7 @@ BaseRun RunScenario(const Scenario& scenario) {
     scenario.stage(machine);
     const Things before = ThingsOf(machine.Look());
     ExpectOutcome(machine.RunFirst({}), scenario.shown, scenario.difference);
-    return {&scenario, {before, ThingsOf(machine.Look())}, CallsMade(machine)};
+    return {&scenario, {before, ThingsOf(machine.Look())}, machine.CallsMade()};
 }
 
 }  // namespace support

@@ -6,9 +6,9 @@
 namespace support {
 namespace {
 
-// The lines of tests/stage/removal.txt behind the name of their part.
-Lines Part(const std::string& name) {
-    std::istringstream text(ReadBytes(std::filesystem::path(TESTS_STAGE) / "removal.txt"));
+// The lines of a file in tests/stage behind the name of their part.
+Lines Part(const std::string& name, const char* file = "removal.txt") {
+    std::istringstream text(ReadBytes(std::filesystem::path(TESTS_STAGE) / file));
     Lines lines;
     bool inside = false;
     for (std::string line; std::getline(text, line);) {
@@ -19,6 +19,15 @@ Lines Part(const std::string& name) {
         }
     }
     return lines;
+}
+
+// A text of the program's, with a value in the place of "%".
+std::string Text(const std::string& name, const std::string& value = "") {
+    std::string text = Part(name, "messages.txt").at(0);
+    if (const std::size_t place = text.find('%'); place != std::string::npos) {
+        text.replace(place, 1, value);
+    }
+    return text;
 }
 
 }  // namespace
@@ -88,64 +97,43 @@ std::string Box(char icon, const std::string& buttons, const std::string& answer
 }
 
 std::string Confirmation(const std::string& answer) {
-    return Box('!', "*Yes No", answer, "Sind Sie sicher, dass Tessorin deinstalliert werden soll?");
+    return Box('!', "*Yes No", answer, Text("confirmation"));
 }
 
 std::string InUse(const std::string& answer) {
-    return Box('!', "*Retry Cancel", answer,
-               "Tessorin kann derzeit nicht deinstalliert werden. Wahrscheinlich wird das Programm "
-               "noch ausgeführt oder Sie haben nicht die erforderlichen Berechtigungen, um es zu "
-               "deinstallieren.\\n\\nFalls das Programm noch ausgeführt wird, beenden Sie es bitte "
-               "und klicken dann auf \"Wiederholen\", um mit der Deinstallation fortzufahren.");
+    return Box('!', "*Retry Cancel", answer, Text("in use"));
 }
 
 std::string FolderNotEmpty(const std::string& folder, const std::string& answer) {
-    return Box(
-        '?', "*Yes No", answer,
-        "Das Verzeichnis \"" + folder + "\" ist nicht leer. Soll es dennoch gelöscht werden?");
+    return Box('?', "*Yes No", answer, Text("folder", folder));
 }
 
 std::string ResetQuestion(const std::string& answer) {
-    return Box('?', "*Yes No", answer,
-               "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden "
-               "(dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis "
-               "neuinstallieren)?");
+    return Box('?', "*Yes No", answer, Text("reset"));
 }
 
 std::string Success() {
-    return Box('i', "*OK", "OK", "Die Deinstallation wurde erfolgreich abgeschlossen.");
-}
-
-Lines CopyShows(const Lines& problems, const std::string& reset) {
-    return {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(reset),
-            problems.empty() ? Success() : Problems(problems)};
+    return Box('i', "*OK", "OK", Text("success"));
 }
 
 std::string Progress() {
-    return "frmUnInstProc: Tessorin wird deinstalliert. Bitte warten Sie.";
+    return "frmUnInstProc: " + Text("progress");
 }
 
 std::string FatalMessage(const std::string& description, const std::string& place) {
-    return "Der folgende Fehler ist aufgetreten:\\n\\t" + description +
-           "\\n\\nDieser Fehler ist schwerwiegend; das Programm wird beendet.\\n\\nFalls Sie "
-           "mithelfen möchten, dieses Problem in zukünftigen Versionen von UnInstaller zu "
-           "beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf "
-           "https://www.verlonix.example/Kontakt) und geben Sie unbedingt die Fehlerkennung "
-           "\"UnInstaller:2:0:33:" +
-           place +
-           "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler "
-           "aufgetreten ist.";
+    return Text("fatal", description) + Text("identifier", place);
+}
+
+std::string UnreadyDrive(const std::string& file) {
+    return FatalMessage(Text("unready drive", file), "6:1:71");
 }
 
 std::string Fatal(const std::string& message, const std::string& answer) {
-    return Box('x', "*Yes No", answer,
-               message + "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?");
+    return Box('x', "*Yes No", answer, message + Text("clipboard"));
 }
 
 std::string Problems(const Lines& problems, const std::string& way) {
-    std::string text = "frmUnInstDone -> " + way +
-                       ": Die Deinstallation von Tessorin ist abgeschlossen.\\nFolgende Probleme "
-                       "sind aufgetreten: | ";
+    std::string text = "frmUnInstDone -> " + way + ": " + Text("problems") + " | ";
     for (const std::string& problem : problems) {
         text += (&problem == &problems.front() ? "-> " : "\\n-> ") + problem;
     }
@@ -153,12 +141,30 @@ std::string Problems(const Lines& problems, const std::string& way) {
 }
 
 std::string UnknownArgument(const std::string& arguments) {
-    return Box('!', "*OK", "OK", "Unbekanntes Befehlszeilenargument (\"" + arguments + "\")");
+    return Box('!', "*OK", "OK", Text("argument", arguments));
+}
+
+Lines CopyShows(const Lines& problems, const std::string& reset) {
+    return {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(reset),
+            problems.empty() ? Success() : Problems(problems)};
 }
 
 testing::AssertionResult Same(const Lines& expected, const Lines& actual) {
-    const std::string mismatch = Mismatch(expected, actual);
-    return mismatch.empty() ? testing::AssertionSuccess() : testing::AssertionFailure() << mismatch;
+    if (expected == actual) {
+        return testing::AssertionSuccess();
+    }
+    testing::AssertionResult failure = testing::AssertionFailure();
+    const auto name = [&failure](const char* what, const Lines& lines, const Lines& others) {
+        for (const std::string& line : lines) {
+            if (std::find(others.begin(), others.end(), line) == others.end()) {
+                failure << "\n  " << what << line;
+            }
+        }
+    };
+    name("missing:    ", expected, actual);
+    name("unexpected: ", actual, expected);
+    name("in all:     ", actual, {});
+    return failure;
 }
 
 testing::AssertionResult SameChanges(Lines expected, Lines actual) {

@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <algorithm>
+#include <sstream>
 
 namespace support {
 
@@ -63,14 +64,27 @@ std::string Machine::Content(const std::string& path) const {
     return fs::exists(Place(path)) ? ReadBytes(Place(path)) : "";
 }
 
-unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
-    std::ifstream lines(HostFolder() + "/calls.txt");
-    unsigned count = 0;
-    for (std::string line; std::getline(lines, line);) {
-        const bool called = line.find("\t" + function + "\t") != std::string::npos;
-        count += called && line.ends_with("\t" + argument) ? 1 : 0;
+std::vector<Call> Machine::CallsMade() const {
+    std::istringstream lines(ReadBytes(HostFolder() + "/calls.txt"));
+    std::vector<Call> calls;
+    Call call;
+    std::string effect;
+    const auto next = [&lines](std::string& field, char end = '\t') {
+        return static_cast<bool>(std::getline(lines, field, end));
+    };
+    while (next(call.role) && next(call.function) && next(call.occurrence) && next(call.result) &&
+           next(effect) && next(call.argument, '\n')) {
+        call.changes = effect == "changes";
+        calls.push_back(call);
     }
-    return count;
+    return calls;
+}
+
+unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
+    const std::vector<Call> calls = CallsMade();
+    return static_cast<unsigned>(std::count_if(calls.begin(), calls.end(), [&](const Call& call) {
+        return call.function == function && call.argument == argument;
+    }));
 }
 
 }  // namespace support

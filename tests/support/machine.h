@@ -34,6 +34,20 @@ struct Outcome {
     std::string errors;                   // what any of the processes wrote to stderr
 };
 
+// A platform call that a run has made.
+struct Call {
+    std::string role, function, argument;
+    std::string occurrence;  // 1 is the first of this function with this argument
+    std::string result;      // its error code
+    bool changes = false;
+
+    [[nodiscard]] std::string Address() const { return role + " " + function + " " + argument; }
+    // The left side of a fault in machine.ini.
+    [[nodiscard]] std::string Site(const std::string& which) const {
+        return role + " " + function + " " + which + " " + argument;
+    }
+};
+
 class Machine {
  public:
     static const bool kObeysSettings;  // whether Setting has any effect
@@ -116,7 +130,9 @@ class Machine {
     [[nodiscard]] State Look() const;
     [[nodiscard]] std::string Content(const std::string& path) const;  // a file's bytes
     [[nodiscard]] std::string Clipboard() const;
-    // How often a platform function was called with that argument, if [trace] was set.
+    // If [trace] was set: all calls in the order in which they ended, and how often a function
+    // was called with that argument.
+    [[nodiscard]] std::vector<Call> CallsMade() const;
     [[nodiscard]] unsigned Calls(const std::string& function, const std::string& argument) const;
 
  private:

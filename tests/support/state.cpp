@@ -1,32 +1,18 @@
 #include "tests/support/state.h"
 
-#include <algorithm>
-
 namespace support {
 namespace {
 
-std::string ShortKey(std::string key) {
-    for (const auto& [name, brief] :
-         {std::pair("HKEY_LOCAL_MACHINE", "HKLM"), {"HKEY_USERS", "HKU"}}) {
-        if (key.starts_with(name)) {
-            key.replace(0, std::string_view(name).size(), brief);
-        }
-    }
-    return key;
-}
-
 std::string NameOf(const machine::Item& item) {
-    switch (item.kind) {
-        case machine::Item::Kind::File:
-            return "file " + item.place;
-        case machine::Item::Kind::Folder:
-            return "folder " + item.place;
-        case machine::Item::Kind::Key:
-            return "key " + ShortKey(item.place);
-        case machine::Item::Kind::Value:
-            break;
+    using Kind = machine::Item::Kind;
+    if (item.kind == Kind::File || item.kind == Kind::Folder) {
+        return (item.kind == Kind::File ? "file " : "folder ") + item.place;
     }
-    return "value " + ShortKey(item.place) + "\\" + (item.name.empty() ? "@" : item.name);
+    const bool isUsers = item.place.starts_with("HKEY_USERS");
+    const std::string root = isUsers ? "HKEY_USERS" : "HKEY_LOCAL_MACHINE";
+    const std::string key = (isUsers ? "HKU" : "HKLM") + item.place.substr(root.size());
+    return item.kind == Kind::Key ? "key " + key
+                                  : "value " + key + "\\" + (item.name.empty() ? "@" : item.name);
 }
 
 }  // namespace
@@ -50,31 +36,6 @@ std::vector<std::string> Difference(const State& before, const State& after) {
         lines.push_back(line);
     }
     return lines;
-}
-
-std::string Mismatch(const std::vector<std::string>& expected,
-                     const std::vector<std::string>& actual) {
-    if (expected == actual) {
-        return {};
-    }
-    std::string text;
-    for (const std::string& line : expected) {
-        if (std::find(actual.begin(), actual.end(), line) == actual.end()) {
-            text += "\n  missing:    " + line;
-        }
-    }
-    for (const std::string& line : actual) {
-        if (std::find(expected.begin(), expected.end(), line) == expected.end()) {
-            text += "\n  unexpected: " + line;
-        }
-    }
-    if (text.empty()) {
-        text = "\n  the same lines, but in another order or number:";
-        for (const std::string& line : actual) {
-            text += "\n    " + line;
-        }
-    }
-    return text;
 }
 
 }  // namespace support

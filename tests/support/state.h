@@ -1,4 +1,4 @@
-// What the tests compare: the differences of machines as lines, and lists of lines.
+// What the tests compare: the differences of machines as lines.
 #pragma once
 
 #include <string>
@@ -23,10 +23,5 @@ using regtext::Values;
 // "- key HKLM\x", "+ value HKLM\x\@: \"a\"", "~ value HKU\x\n: dword:00000005 -> \"b\"".
 // What lies below a folder or key that is gone is gone with it and has no line of its own.
 std::vector<std::string> Difference(const State& before, const State& after);
-
-// One line per element of either list that the other lacks, or all lines if only their
-// order or number differs; empty when the lists are equal.
-std::string Mismatch(const std::vector<std::string>& expected,
-                     const std::vector<std::string>& actual);
 
 }  // namespace support

@@ -24,10 +24,7 @@ TEST(CompletionDialog, EndsHoweverItIsClosed) {
 // program ends where it stands, with its window open.
 TEST(FatalReport, EndsTheSequence) {
     NEEDS_SETTINGS();
-    const std::string message =
-        FatalMessage("Datenträger nicht bereit: \"" + kTessorin +
-                         "\"\\n\\t\\n\\tDas Gerät ist nicht bereit. (Fehlercode 21)",
-                     "6:1:71");
+    const std::string message = UnreadyDrive(kTessorin);
     for (const bool copied : {true, false}) {
         SCOPED_TRACE(copied);
         Machine machine;

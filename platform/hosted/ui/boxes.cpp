@@ -10,12 +10,11 @@
 namespace hosted {
 namespace {
 
-constexpr DWORD kInvalidStyle = 1438;  // ERROR_INVALID_MSGBOX_STYLE
 constexpr unsigned kMostUnanswered = 1000;
 
 struct BoxButton {
     int id;
-    std::string_view word;   // in answers.txt and transcript.txt
+    std::string_view word;   // in answers.txt, in any case, and in transcript.txt
     std::string_view label;  // as a German Windows has it
 };
 using Buttons = std::vector<BoxButton>;
@@ -23,15 +22,15 @@ using Buttons = std::vector<BoxButton>;
 Buttons ButtonsOf(UINT style) {
     switch (style & 0xF) {
         case MB_OK:
-            return {{IDOK, "ok", "&OK"}};
+            return {{IDOK, "OK", "&OK"}};
         case MB_ABORTRETRYIGNORE:
-            return {{IDABORT, "abort", "&Abbrechen"},
-                    {IDRETRY, "retry", "&Wiederholen"},
-                    {IDIGNORE, "ignore", "&Ignorieren"}};
+            return {{IDABORT, "Abort", "&Abbrechen"},
+                    {IDRETRY, "Retry", "&Wiederholen"},
+                    {IDIGNORE, "Ignore", "&Ignorieren"}};
         case MB_YESNO:
-            return {{IDYES, "yes", "&Ja"}, {IDNO, "no", "&Nein"}};
+            return {{IDYES, "Yes", "&Ja"}, {IDNO, "No", "&Nein"}};
         case MB_RETRYCANCEL:
-            return {{IDRETRY, "retry", "&Wiederholen"}, {IDCANCEL, "cancel", "&Abbrechen"}};
+            return {{IDRETRY, "Retry", "&Wiederholen"}, {IDCANCEL, "Cancel", "&Abbrechen"}};
         default:
             return {};
     }
@@ -39,7 +38,7 @@ Buttons ButtonsOf(UINT style) {
 
 std::optional<std::size_t> Position(const Buttons& buttons, std::string_view word) {
     for (std::size_t i = 0; i < buttons.size(); ++i) {
-        if (buttons[i].word == word) {
+        if (EqualIgnoringCase(buttons[i].word, word)) {
             return i;
         }
     }
@@ -100,11 +99,15 @@ int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
     }
     const hosted::Buttons buttons = hosted::ButtonsOf(style);
     if (buttons.empty()) {
-        return call.Fail(hosted::kInvalidStyle);
+        return call.Fail(1438);  // ERROR_INVALID_MSGBOX_STYLE
     }
     hosted::Dialog dialog = hosted::DialogOf(text, caption, style, buttons);
+    std::string look{'[', " x?!i"[dialog.icon % 5], ']'};
+    for (const hosted::BoxButton& button : buttons) {
+        look.append(&button == &buttons[dialog.focus] ? " *" : " ").append(button.word);
+    }
     const hosted::BoxButton& chosen = buttons[hosted::ChoiceIn(dialog, buttons)];
-    hosted::Record("box", {std::to_string(style), caption, text, chosen.word});
+    hosted::Record("box", {look, caption, text, chosen.word});
     return chosen.id;
 }
 

@@ -20,7 +20,6 @@ struct Window {
             texts.emplace_back(control.text);
         }
         Ui().windows.insert(Ui().windows.begin(), this);
-        Record("load", {layout.name});
     }
     ~Window() {
         Record("unload", {layout.name});

@@ -10,8 +10,7 @@ void Record(std::string_view event, std::initializer_list<std::string_view> fiel
     constexpr std::string_view kSpecial = "\\\t\r\n";
     constexpr std::string_view kLetters = "\\trn";
     Machine& machine = Machine::Current();
-    std::string line(event);
-    line.append("\t").append(machine.Role());
+    std::string line = std::string(event) + '\t' + std::string(machine.Role());
     for (const std::string_view field : fields) {
         line += '\t';
         for (const char character : ToUtf8(field)) {

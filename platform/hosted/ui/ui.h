@@ -10,10 +10,10 @@
 //
 // Each line of transcript.txt is one event, its fields separated by tabs:
 //
-//   box      role style caption text answer   style in decimal, answer as above
+//   box      role look caption text answer    look: "[?] *Yes No", icon (x ? ! i), buttons, and
+//                                             * before the default
 //   misfit   role answer                      one that the next box or event had no use for;
 //                                             it got the default
-//   load     role form
 //   show     role form title
 //   text     role form control text           labels and text boxes, when they are shown
 //   event    role form click|close|timer

@@ -10,25 +10,28 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <sstream>
 
 #include "platform/hosted/descriptor.h"
 #include "platform/hosted/machine.h"
-#include "tests/support/hosted/folder.h"
-#include "tests/support/hosted/transcript.h"
-#include "tests/support/machine.h"
+#include "platform/hosted/registry/registry.h"
+#include "tests/support/flow.h"
 
 namespace support {
 namespace {
 
+namespace fs = std::filesystem;
 using hosted::Descriptor;
 
 // No test waits for time to pass: this ends only what would never end.
 constexpr int kTimeLimit = 300'000;  // milliseconds
+constexpr std::string_view kTitle = "UnInstaller";
 
 fs::path FreshFolder() {
     std::string name = (fs::temp_directory_path() / "uninstall-test-XXXXXX").string();
@@ -46,6 +49,27 @@ std::vector<pid_t> Children() {
 
 std::string ReadIfThere(const fs::path& file) {
     return fs::exists(file) ? ReadBytes(file) : "";
+}
+
+// The fields of a line of transcript.txt.
+Lines Fields(const std::string& line) {
+    constexpr std::string_view kLetters = "trn\\";
+    constexpr std::string_view kMeanings = "\t\r\n\\";
+    Lines fields(1);
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] == '\t') {
+            fields.emplace_back();
+        } else {
+            fields.back() += line[i] == '\\' ? kMeanings[kLetters.find(line[++i])] : line[i];
+        }
+    }
+    return fields;
+}
+
+// The folder of the machine that the process has entered.
+fs::path& Entered() {
+    static fs::path folder;
+    return folder;
 }
 
 // What the command interpreter could not do and answers that do not fit are part of what a
@@ -81,7 +105,10 @@ struct Machine::Host {
     // children of one that has ended are there before its end is seen.
     Event Next(int pipe = -1);
 
-    MachineFolder folder{FreshFolder()};
+    // Changes the registry of a machine on which nothing runs.
+    void Change(const std::function<void(Keys&)>& change) const;
+
+    fs::path folder{FreshFolder()};
     pid_t process = 0;
     int status = -1;  // of that process
     bool overdue = false;
@@ -109,9 +136,22 @@ Machine::Host::Event Machine::Host::Next(int pipe) {
     return Event::Ended;
 }
 
+void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
+    const bool entered = Entered() == folder;
+    if (entered) {
+        hosted::SaveRegistry();
+    }
+    Keys keys = machine::Look(folder).keys;
+    change(keys);
+    WriteBytes(folder / "registry.reg", regtext::Format(keys));
+    if (entered) {
+        hosted::Machine::Current().registry.reset();  // to be read again
+    }
+}
+
 Machine::Machine() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    host_->folder.Stage(TESTS_STAGE, TESTS_PROGRAM);
+    machine::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
 }
 
 Machine::~Machine() {
@@ -121,13 +161,16 @@ Machine::~Machine() {
         waitpid(children.front(), nullptr, 0);
     }
     LetGo();
-    host_->folder.Leave();
+    if (Entered() == host_->folder) {
+        hosted::Machine::Leave();
+        Entered().clear();
+    }
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
-    fs::remove_all(host_->folder.Folder(), ignored);
+    fs::remove_all(host_->folder, ignored);
 }
 
 fs::path Machine::Place(const std::string& path) const {
-    return host_->folder.Host(path);
+    return machine::HostPath(host_->folder, path);
 }
 
 Machine& Machine::Remove(const std::string& path) {
@@ -136,34 +179,47 @@ Machine& Machine::Remove(const std::string& path) {
 }
 
 Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
-    host_->folder.SetAttributes(path, attributes);
+    machine::Attributes all = machine::ReadAttributes(host_->folder);
+    all[path] = attributes;
+    std::string text;
+    for (const auto& [name, letters] : all) {
+        text += letters.empty() ? "" : letters + " " + name + "\n";
+    }
+    WriteBytes(host_->folder / "attributes.txt", text);
     return *this;
 }
 
 Machine& Machine::Key(const std::string& key) {
-    Keys keys = host_->folder.ReadRegistry();
-    regtext::AddKey(keys, key);
-    host_->folder.WriteRegistry(keys);
+    host_->Change([&](Keys& keys) { regtext::AddKey(keys, key); });
     return *this;
 }
 
 Machine& Machine::RemoveKey(const std::string& key) {
-    Keys keys = host_->folder.ReadRegistry();
-    regtext::RemoveTree(keys, key);
-    host_->folder.WriteRegistry(keys);
+    host_->Change([&](Keys& keys) { regtext::RemoveTree(keys, key); });
     return *this;
 }
 
 Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
-    Keys keys = host_->folder.ReadRegistry();
-    regtext::AddKey(keys, key)[name] = value;
-    host_->folder.WriteRegistry(keys);
+    host_->Change([&](Keys& keys) { regtext::AddKey(keys, key)[name] = value; });
     return *this;
 }
 
 Machine& Machine::Set(const std::string& section, const std::string& left,
                       const std::string& line) {
-    host_->folder.ChangeSetting(section, left, line);
+    const std::string head = "\n[" + section + "]\n";
+    std::string text = "\n" + ReadBytes(host_->folder / "machine.ini");
+    std::size_t place = text.find(head);
+    if (place == std::string::npos) {
+        place = text.size();
+        text += head;
+    }
+    const std::size_t end = std::min(text.find("\n[", place + 1), text.size());
+    const std::size_t old = text.find("\n" + left + "=", place);
+    if (old < end) {
+        text.erase(old + 1, text.find('\n', old + 1) - old);
+    }
+    text.insert(place + head.size(), line.empty() ? "" : line + "\n");
+    WriteBytes(host_->folder / "machine.ini", text.substr(1));
     return *this;
 }
 
@@ -173,7 +229,8 @@ Machine& Machine::Link(const std::string& path, const std::string& target) {
 }
 
 void Machine::Enter() {
-    host_->folder.Enter();
+    hosted::Machine::Use(host_->folder);
+    Entered() = host_->folder;
 }
 
 void Machine::Answer(const std::vector<std::string>& answers) {
@@ -181,17 +238,38 @@ void Machine::Answer(const std::vector<std::string>& answers) {
     for (const std::string& answer : answers) {
         lines += answer + "\n";
     }
-    WriteBytes(host_->folder.Folder() / "answers.txt", lines);
-    fs::remove(host_->folder.Folder() / "transcript.txt");
+    WriteBytes(host_->folder / "answers.txt", lines);
+    fs::remove(host_->folder / "transcript.txt");
 }
 
 std::vector<std::string> Machine::Shown() const {
-    return ParseTranscript(ReadIfThere(host_->folder.Folder() / "transcript.txt"));
+    Lines shown;
+    std::istringstream lines(ReadIfThere(host_->folder / "transcript.txt"));
+    for (std::string line; std::getline(lines, line);) {
+        const Lines fields = Fields(line);
+        const std::string& event = fields.front();
+        const auto window = std::find_if(shown.rbegin(), shown.rend(), [&](const auto& one) {
+            return one.starts_with(fields[2]);
+        });
+        if (event == "box") {
+            shown.push_back((fields[3] == kTitle ? "" : fields[3] + " ") + fields[2] + " -> " +
+                            fields[5] + ": " + Readable(fields[4]));
+        } else if (event == "show") {
+            shown.push_back(fields[2] + ": " + (fields[3] == kTitle ? "" : fields[3]));
+        } else if (event == "text") {
+            *window += (window->ends_with(": ") ? "" : " | ") + Readable(fields[4]);
+        } else if (event == "misfit") {
+            shown.push_back("an answer that does not fit: " + fields[2]);
+        } else if (event == "event" && fields[3] != "timer") {
+            window->insert(fields[2].size(), " -> " + fields[3]);
+        }
+    }
+    return shown;
 }
 
 void Machine::Start(const std::string& program, const std::string& arguments) {
     const std::string file = Place(program).string();
-    const std::string errors = (host_->folder.Folder() / "errors.txt").string();
+    const std::string errors = (host_->folder / "errors.txt").string();
     host_->process = fork();
     if (host_->process == 0) {
         const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -207,13 +285,13 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
 
 Machine& Machine::StopAt(const std::string& call) {
     for (const char* pipe : {"stopped", "go"}) {
-        mkfifo((host_->folder.Folder() / pipe).c_str(), 0666);
+        mkfifo((host_->folder / pipe).c_str(), 0666);
     }
     return Setting("faults", call + "=stop");
 }
 
 void Machine::WaitUntilStopped() {
-    const fs::path pipe = host_->folder.Folder() / "stopped";
+    const fs::path pipe = host_->folder / "stopped";
     const Descriptor stopped(open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     Host::Event event = Host::Event::Ended;
     while (event == Host::Event::Ended) {
@@ -226,12 +304,12 @@ void Machine::WaitUntilStopped() {
 
 void Machine::GoOn() {
     // Open until the process has read it, and at once, whether it is there or not.
-    host_->go = Descriptor(open((host_->folder.Folder() / "go").c_str(), O_RDWR | O_CLOEXEC));
+    host_->go = Descriptor(open((host_->folder / "go").c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(write(host_->go.Get(), "go\n", 3), 3);
 }
 
 Outcome Machine::Finish() {
-    const fs::path& folder = host_->folder.Folder();
+    const fs::path& folder = host_->folder;
     while (host_->Next() != Host::Event::Idle) {
     }
     Outcome outcome;
@@ -248,15 +326,18 @@ Outcome Machine::Finish() {
 }
 
 std::string Machine::HostFolder() const {
-    return host_->folder.Folder().string();
+    return host_->folder.string();
 }
 
 State Machine::Look() const {
-    return host_->folder.Look();
+    if (Entered() == host_->folder) {
+        hosted::SaveRegistry();
+    }
+    return machine::Look(host_->folder);
 }
 
 std::string Machine::Clipboard() const {
-    return ReadIfThere(host_->folder.Folder() / "clipboard.txt");
+    return ReadIfThere(host_->folder / "clipboard.txt");
 }
 
 }  // namespace support
