@@ -1,5 +1,5 @@
-// Any text as a path, as a value of the registry and its data, as a number and as a command
-// line: what the functions promise about it, and what the disk says.
+// Any text as a path, as a number and as a command line: what the functions promise about it, and
+// what the disk says.
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -9,7 +9,6 @@
 #include "common/modPath.h"
 #include "common/modText.h"
 #include "main/modMain.h"
-#include "registry/modRegistry.h"
 #include "tests/fuzz/support.h"
 
 namespace {
@@ -86,25 +85,6 @@ void CheckDisk(const std::string& path) {
     Require(current == "C:\\windows\\Temp", "the current folder stays");
 }
 
-void CheckValue(const std::string& text) {
-    std::string data;
-    for (const DWORD type : {REG_SZ, REG_DWORD, REG_BINARY}) {
-        const LONG code = modRegistry::DataFromValueText(type, text, data);
-        const std::string back = modRegistry::ValueTextFromData(type, data);
-        const std::size_t zeros = std::min(text.find_first_not_of('0'), text.size());
-        Require(code == 0 ? back == (type == REG_SZ         ? text
-                                     : zeros == text.size() ? "0"
-                                                            : text.substr(zeros))
-                          : type != REG_SZ && code == ERROR_INVALID_PARAMETER,
-                "a text comes back, or is none");
-    }
-    const std::string number = modRegistry::ValueTextFromData(REG_BINARY, text);
-    std::uint32_t bytes = 0;
-    text.copy(reinterpret_cast<char*>(&bytes), sizeof bytes);
-    Require(number == (text.size() > 4 ? text : std::to_string(static_cast<std::int32_t>(bytes))),
-            "few bytes are a number, the lowest first");
-}
-
 // Short numbers are judged by a double, which holds them without doubt about their half.
 void CheckNumber(std::string text) {
     const std::optional<std::int32_t> number = RoundedNumber(text);
@@ -138,7 +118,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(reinterpret_cast<const char*>(data), size);
     CheckPath(text);
     CheckDisk(text);
-    CheckValue(text);
     CheckNumber(text);
     CheckCommandLine(text);
     return machine;

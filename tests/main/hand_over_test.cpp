@@ -43,6 +43,8 @@ TEST(HandOver, CarriesEveryKindOfFolderName) {
              Machine::kObeysSettings ? "C:\\Mein  Programm mit Blanks" : "C:\\Mein Programm",
              "C:\\Programme\\ÄÖÜ äöüß é ñ",
              "C:\\a=b;c,d(e)f!g'h+i~j#k$l@m[n]{o}`p",
+             "C:\\" +
+                 std::string(112, 'z'),  // the editor's path is the first too long for OpenFile
              "C:\\" + std::string(100, 'x') + "\\" + std::string(100, 'y'),
          }) {
         SCOPED_TRACE(folder);
@@ -116,6 +118,18 @@ TEST(HandOver, NamesTheCopyAlwaysTheSame) {
     Machine machine;
     machine.Remove(kOwnFile).Program(kProgramFolder + "\\Remove.exe");
     ExpectOutcome(machine.Run(kProgramFolder + "\\Remove.exe", "", {}), kShown, CompleteRemoval());
+}
+
+// Who cannot be asked what to do about a failed copy is told that the run ends.
+TEST(HandOver, ReportsAQuestionThatCannotBeShown) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("faults", "first CopyFileA * *=112");
+    machine.Setting("faults", "first MessageBoxA 2 *=8");
+    const Outcome outcome = machine.RunFirst({});
+    EXPECT_EQ(outcome.status, 1);
+    ASSERT_EQ(outcome.shown.size(), 2U);
+    EXPECT_NE(outcome.shown[1].find("UnInstaller:2:0:33:"), std::string::npos);
 }
 
 TEST(HandOver, StopsAtAnEditorThatIsNotFree) {

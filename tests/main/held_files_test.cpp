@@ -105,10 +105,22 @@ TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
     ExpectOutcome(machine.RunFirst({}), shown, With(CompleteRemoval(), {"- file " + kCopy}));
 }
 
+TEST(HeldFiles, AnOlderOneThatCannotGoEndsTheRun) {
+    for (const std::string& path : {kScript, kRecord}) {
+        Machine machine;
+        machine.File(path, "older").HoldOpen(path);
+        const Outcome outcome = machine.RunFirst({});
+        EXPECT_EQ(outcome.status, 1);
+        ASSERT_EQ(outcome.shown.size(), 2U);
+        EXPECT_NE(outcome.shown[1].find("(Fehlercode 32)"), std::string::npos) << outcome.shown[1];
+        EXPECT_EQ(machine.Content(path), "older");
+    }
+}
+
 struct Exchange {
     const char* before;  // the call before which somebody exchanges what it is about
     const std::string& path;
-    const char* content;  // null: a link to somebody's letter
+    const char* content;  // null: a link to somebody's letter; "~": as long as before
     const char* said;
 };
 
@@ -118,6 +130,8 @@ TEST(HeldFiles, AnExchangedOneEndsTheRun) {
     for (const Exchange& exchange : std::vector<Exchange>{
              {"CopyFileA 1 ", kCopy, nullptr, "Beim Kopieren der Datei"},
              {"CreateFileA 1 ", kCopy, "", ":1:2:75\""},
+             {"CreateFileA 1 ", kCopy, "~", ":1:2:75\""},
+             {"CreateFileA 2 ", kScript, "~", ":1:2:75\""},
              {"CreateFileA 1 ", kScript, nullptr, ":1:2:58\""},
              {"CreateFileA 2 ", kScript, "del \"C:\\*.*\"", ":1:2:75\""},
              {"CreateFileA 2 ", kScript, "del \"C:\\windows\\Temp\\UnInstall.pif\"", ":1:2:75\""},
@@ -127,9 +141,16 @@ TEST(HeldFiles, AnExchangedOneEndsTheRun) {
         Machine machine;
         machine.File(letter, "Inhalt");
         Outcome outcome = RunFirstWith(machine, "first " + (exchange.before + exchange.path), [&] {
+            std::string content = machine.Content(exchange.path);
             machine.Remove(exchange.path);
-            exchange.content == nullptr ? machine.Link(exchange.path, letter)
-                                        : machine.File(exchange.path, exchange.content);
+            if (exchange.content == nullptr) {
+                machine.Link(exchange.path, letter);
+            } else if (exchange.content == std::string("~")) {
+                content.back() ^= 1;
+                machine.File(exchange.path, content);
+            } else {
+                machine.File(exchange.path, exchange.content);
+            }
         });
         ASSERT_EQ(outcome.shown.size(), 2U);
         EXPECT_NE(outcome.shown[1].find(exchange.said), std::string::npos) << outcome.shown[1];
