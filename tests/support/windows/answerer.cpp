@@ -1,29 +1,35 @@
-#include "tests/support/windows/answerer.h"
-
-#include <array>
+// The part of the machine that sits in front of the screen: watches for the program's windows
+// and message boxes, in whatever process, writes down what they show, and answers them.
 #include <atomic>
-#include <deque>
 #include <map>
 #include <mutex>
-#include <set>
 #include <thread>
 
-#include "platform/win32.h"
 #include "tests/support/flow.h"
 #include "tests/support/windows/real.h"
 
 namespace support {
 namespace {
 
-constexpr std::array<const char*, 8> kButtonNames{"",      "OK",     "Cancel", "Abort",
-                                                  "Retry", "Ignore", "Yes",    "No"};
+const std::map<int, std::string> kButtonNames{
+    {IDOK, "OK"},         {IDCANCEL, "Cancel"}, {IDABORT, "Abort"}, {IDRETRY, "Retry"},
+    {IDIGNORE, "Ignore"}, {IDYES, "Yes"},       {IDNO, "No"}};
+// The completion dialog has the keyboard when it opens.
+const std::map<std::string, std::vector<BYTE>> kKeys{{"enter", {VK_RETURN}},
+                                                     {"escape", {VK_ESCAPE}},
+                                                     {"alt+o", {VK_MENU, 'O'}},
+                                                     {"alt+f4", {VK_MENU, VK_F4}}};
+
+// Marks the windows that have had their turn.
+constexpr auto kAnswered = "answered";
 
 // Never held while a window is asked for anything.
 std::mutex guard;
-std::deque<std::string> pending;  // answers
+Lines answers;
+std::size_t asked = 0;
 Lines shown;
-std::atomic<bool> holding = false;
-std::atomic<bool> held = false;
+std::atomic<bool> holding = false;  // questions wait for their answers
+std::atomic<bool> held = false;     // one does
 
 // Asks no thread: one that shows nothing any more would never answer. What an edit control
 // holds only the control knows.
@@ -38,42 +44,46 @@ std::string Text(HWND window, bool isEdit) {
     return ToUtf8(text.substr(0, length));
 }
 
-unsigned StyleOf(HWND window) {
-    return static_cast<unsigned>(GetWindowLongA(window, GWL_STYLE));
+bool HasType(HWND window, unsigned type, unsigned mask) {
+    return (static_cast<unsigned>(GetWindowLongA(window, GWL_STYLE)) & mask) == type;
+}
+
+// Those that can be seen, the foremost first.
+std::vector<HWND> WindowsIn(HWND parent, const char* kind, const char* title = nullptr) {
+    std::vector<HWND> windows;
+    for (HWND one = nullptr; (one = FindWindowExA(parent, one, kind, title)) != nullptr;) {
+        if (IsWindowVisible(one) != FALSE) {
+            windows.push_back(one);
+        }
+    }
+    return windows;
 }
 
 // What there is to be seen in a window.
 struct Parts {
-    explicit Parts(HWND window);
-    bool icon = false, list = false;
-    HWND standard = nullptr;       // the button that Enter presses
-    std::map<LONG, HWND> buttons;  // from left to right
+    bool isBox = false, isDone = false;  // a box has an icon, the completion dialog a list
+    HWND standard = nullptr;             // the button that Enter presses
+    std::map<LONG, HWND> buttons;        // from left to right
     std::string texts;
-};
 
-Parts::Parts(HWND window) {
-    for (HWND child = GetWindow(window, GW_CHILD); child != nullptr;
-         child = GetWindow(child, GW_HWNDNEXT)) {
-        std::array<char, 64> kind{};
-        GetClassNameA(child, kind.data(), static_cast<int>(kind.size()));
-        const bool isEdit = kind.data() == std::string("Edit");
-        RECT place{};
-        GetWindowRect(child, &place);
-        if ((StyleOf(child) & WS_VISIBLE) == 0) {
-            continue;
+    explicit Parts(HWND window) {
+        for (HWND button : WindowsIn(window, "Button")) {
+            RECT place{};
+            GetWindowRect(button, &place);
+            buttons[place.left] = button;
+            standard = HasType(button, BS_DEFPUSHBUTTON, BS_TYPEMASK) ? button : standard;
         }
-        if (kind.data() == std::string("Button")) {
-            buttons[place.left] = child;
-            standard = (StyleOf(child) & BS_TYPEMASK) == BS_DEFPUSHBUTTON ? child : standard;
-        } else if (kind.data() == std::string("Static") &&
-                   (StyleOf(child) & SS_TYPEMASK) == SS_ICON) {
-            icon = true;
-        } else if (const std::string text = Text(child, isEdit); !text.empty()) {
-            list = list || isEdit;
-            texts += (texts.empty() ? "" : " | ") + Readable(text);
+        for (HWND label : WindowsIn(window, "Static")) {
+            const bool isIcon = HasType(label, SS_ICON, SS_TYPEMASK);
+            isBox = isBox || isIcon;
+            texts += isIcon ? "" : Readable(Text(label, false));
+        }
+        for (HWND list : WindowsIn(window, "Edit")) {
+            isDone = true;
+            texts += " | " + Readable(Text(list, true));
         }
     }
-}
+};
 
 // Whether what is typed arrives in the window: it comes to the front after it can be seen.
 bool HasKeyboard(HWND window) {
@@ -84,115 +94,93 @@ bool HasKeyboard(HWND window) {
            thread.hwndFocus != nullptr;
 }
 
-std::string NextAnswer() {
-    std::string answer;
-    if (!pending.empty()) {
-        answer = pending.front();
-        pending.pop_front();
-    }
-    return answer;
-}
-
-void AnswerForm(HWND window, const Parts& parts) {
-    if (!parts.list) {
-        shown.push_back("frmUnInstProc: " + parts.texts);
-        return;
-    }
-    // On the keyboard: the dialog has it when it opens.
-    const std::map<std::string, BYTE> keys{
-        {"enter", VK_RETURN}, {"escape", VK_ESCAPE}, {"alt+o", 'O'}, {"alt+f4", VK_F4}};
-    const std::string answer = NextAnswer();
+// Presses the button or the keys that the next answer names, else what Enter would press.
+void AnswerQuestion(HWND window, const Parts& parts) {
+    const std::string answer = asked < answers.size() ? answers[asked++] : "";
     const bool closes = answer == "close" || answer == "alt+f4";
-    shown.push_back("frmUnInstDone -> " + std::string(closes ? "close: " : "click: ") +
-                    parts.texts);
-    if (const auto key = keys.find(answer); key != keys.end()) {
+    HWND pressed = parts.standard;
+    std::string names;
+    for (const auto& [left, button] : parts.buttons) {
+        const std::string& name = kButtonNames.at(GetDlgCtrlID(button));
+        names += (names.empty() ? "" : " ") + (button == parts.standard ? "*" + name : name);
+        pressed = lstrcmpiA(name.c_str(), answer.c_str()) == 0 ? button : pressed;
+    }
+    shown.push_back(parts.isBox
+                        ? Box(' ', names, kButtonNames.at(GetDlgCtrlID(pressed)), parts.texts)
+                        : (closes ? "frmUnInstDone -> close: " : "frmUnInstDone -> click: ") +
+                              parts.texts);
+    if (const auto keys = kKeys.find(answer); keys != kKeys.end()) {
         for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
-            if (answer.starts_with("alt+")) {
-                keybd_event(VK_MENU, 0, flags, 0);
+            for (const BYTE key : keys->second) {
+                keybd_event(key, 0, flags, 0);
             }
-            keybd_event(key->second, 0, flags, 0);
         }
     } else if (closes) {
         PostMessageA(window, WM_SYSCOMMAND, SC_CLOSE, 0);
     } else {
-        PostMessageA(parts.standard, BM_CLICK, 0, 0);
+        PostMessageA(pressed, BM_CLICK, 0, 0);
     }
 }
 
-void AnswerBox(const Parts& parts) {
-    const std::string answer = NextAnswer();
-    HWND pressed = parts.standard;
-    const auto nameOf = [](HWND button) {
-        return std::string(kButtonNames.at(static_cast<std::size_t>(GetDlgCtrlID(button))));
-    };
-    std::string names;
-    for (const auto& [left, button] : parts.buttons) {
-        names += std::string(names.empty() ? "" : " ") + (button == parts.standard ? "*" : "") +
-                 nameOf(button);
-        pressed = lstrcmpiA(nameOf(button).c_str(), answer.c_str()) == 0 ? button : pressed;
+// Whether the window has had its turn.
+bool Answer(HWND window) {
+    const Parts parts(window);
+    if (parts.texts.empty() || (parts.isBox && parts.standard == nullptr) ||
+        (parts.isDone && !HasKeyboard(window))) {
+        return false;  // still being made
     }
-    shown.push_back(Box(' ', names, nameOf(pressed), parts.texts));
-    PostMessageA(pressed, BM_CLICK, 0, 0);
-}
-
-// The program's windows, all of which are dialogs. A box stands in front of the form that was
-// there before it, so the hindmost is the first.
-std::deque<HWND> WindowsShown() {
-    std::deque<HWND> windows;
-    for (HWND one = nullptr;
-         (one = FindWindowExA(nullptr, one, "#32770", "UnInstaller")) != nullptr;) {
-        if (IsWindowVisible(one) != FALSE) {
-            windows.push_front(one);
-        }
+    const std::lock_guard lock(guard);
+    if (!parts.isBox && !parts.isDone) {
+        shown.push_back("frmUnInstProc: " + parts.texts);
+    } else if (holding) {
+        held = true;
+        return false;
+    } else {
+        AnswerQuestion(window, parts);
     }
-    return windows;
+    return true;
 }
 
 void Watch(const std::stop_token& stop) {
-    std::set<HWND> known;  // windows that have had their turn
     for (; !stop.stop_requested(); Sleep(5)) {
-        std::erase_if(known, [](HWND one) { return IsWindow(one) == FALSE; });
-        for (HWND window : WindowsShown()) {
-            if (known.contains(window)) {
-                continue;
+        // The program's windows are dialogs. A box stands in front of the form that was there
+        // before it, so the hindmost is the first.
+        const std::vector<HWND> windows = WindowsIn(nullptr, "#32770", "UnInstaller");
+        for (auto one = windows.rbegin(); one != windows.rend(); ++one) {
+            if (GetPropA(*one, kAnswered) == nullptr && Answer(*one)) {
+                SetPropA(*one, kAnswered, *one);
             }
-            const Parts parts(window);
-            if (parts.texts.empty() || (parts.icon && parts.standard == nullptr) ||
-                (parts.list && !HasKeyboard(window))) {
-                continue;  // still being made
-            }
-            if (holding && (parts.icon || parts.list)) {
-                held = true;
-                continue;
-            }
-            known.insert(window);
-            const std::lock_guard lock(guard);
-            parts.icon ? AnswerBox(parts) : AnswerForm(window, parts);
         }
     }
 }
 
 }  // namespace
 
-void AnswerOnScreen(const std::vector<std::string>& answers) {
+void Machine::Answer(const Lines& next) {
     static const std::jthread watcher(Watch);
     const std::lock_guard lock(guard);
-    pending.assign(answers.begin(), answers.end());
+    answers = next;
+    asked = 0;
     shown.clear();
 }
 
-void HoldQuestions(bool hold) {
-    held = false;
-    holding = hold;
-}
-
-bool IsQuestionHeld() {
-    return held;
-}
-
-std::vector<std::string> ShownOnScreen() {
+Lines Machine::Shown() const {
     const std::lock_guard lock(guard);
     return shown;
+}
+
+Machine& Machine::StopAt(const std::string& /*call*/) {
+    held = false;
+    holding = true;
+    return *this;
+}
+
+void Machine::WaitUntilStopped() {
+    ASSERT_TRUE(WaitUntil([] { return held.load(); })) << "nothing is asked";
+}
+
+void Machine::GoOn() {
+    holding = false;
 }
 
 }  // namespace support

@@ -2,12 +2,8 @@
 // keys before each test and keeps what the last one left, so it should be nobody's.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
 
-#include "platform/handles.h"
-#include "tests/support/machine.h"
-#include "tests/support/windows/answerer.h"
 #include "tests/support/windows/real.h"
 
 namespace support {
@@ -16,8 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// No test waits for time to pass: this ends only what would never end.
-constexpr DWORD kTimeLimit = 300'000;  // milliseconds
 const std::string kExplorer = kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 
 std::set<fs::path> EntriesOf(const fs::path& folder) {
@@ -40,9 +34,9 @@ const System& TheSystem() {
 
 // Everything on the drive that is not the system's.
 std::set<fs::path> Territory() {
-    std::set<fs::path> places = EntriesOf(kTempFolder);
-    places.merge(EntriesOf("C:\\"));
+    std::set<fs::path> places = EntriesOf("C:\\");
     std::erase_if(places, [](const fs::path& one) { return TheSystem().files.contains(one); });
+    places.insert(kTempFolder);
     return places;
 }
 
@@ -50,8 +44,7 @@ void Clear() {
     for (const fs::path& place : Territory()) {
         RemoveTree(place);
     }
-    RemoveTree(kTempFolder);  // the system may write it otherwise
-    fs::create_directories(kTempFolder);
+    fs::create_directories(kTempFolder);  // the system may have spelt it otherwise
     for (const machine::Item& item :
          machine::Compare(TheSystem().state, {{}, ReadRealRegistry(), {}})) {
         if (item.kind == machine::Item::Kind::Value && !item.same) {
@@ -59,13 +52,6 @@ void Clear() {
         } else if (!item.before) {
             DeleteKeyTree(item.place);
         }
-    }
-}
-
-// For the processes that are started from now on.
-void UseTemp(const std::string& folder) {
-    for (const char* name : {"TMP", "TEMP"}) {
-        SetEnvironmentVariableA(name, FromUtf8(folder).c_str());
     }
 }
 
@@ -84,16 +70,7 @@ const bool Machine::kKeepsReadOnly = false;
 const bool Machine::kTellsIcons = false;
 
 struct Machine::Host {
-    // How many processes of the program and of the script are running. A child is in the job
-    // from its first moment; lists of processes show it only later.
-    [[nodiscard]] DWORD Running() const {
-        JOBOBJECT_BASIC_ACCOUNTING_INFORMATION count{};
-        EXPECT_NE(QueryInformationJobObject(job.Get(), JobObjectBasicAccountingInformation, &count,
-                                            sizeof count, nullptr),
-                  FALSE);
-        return count.ActiveProcesses;
-    }
-
+    // Of the program and of the script.
     handles::Process job{CreateJobObjectA(nullptr, nullptr)};
     handles::Process process;
 };
@@ -102,7 +79,7 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
     const fs::path stage = TESTS_STAGE;
     Clear();
     Answer({});
-    UseTemp(kTempFolder);
+    Setting("folders", "temp=" + kTempFolder);
     const std::string menu = kGroupFolder.substr(0, kGroupFolder.rfind('\\'));
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
         SetRealValue(kExplorer + folders, "Common Programs",
@@ -162,11 +139,11 @@ Machine& Machine::Value(const std::string& key, const std::string& name, const s
     return *this;
 }
 
-// Only the temporary folder is ours to set here.
+// Only the temporary folder is ours to set here, for processes that are started later.
 Machine& Machine::Set(const std::string& /*section*/, const std::string& left,
                       const std::string& line) {
     if (left == "temp") {
-        UseTemp(line.substr(left.size() + 1));
+        SetEnvironmentVariableA("TMP", FromUtf8(line.substr(left.size() + 1)).c_str());
     }
     return *this;
 }
@@ -177,14 +154,6 @@ Machine& Machine::Link(const std::string& /*path*/, const std::string& /*target*
 
 void Machine::Enter() {}
 
-void Machine::Answer(const std::vector<std::string>& answers) {
-    AnswerOnScreen(answers);
-}
-
-std::vector<std::string> Machine::Shown() const {
-    return ShownOnScreen();
-}
-
 void Machine::Start(const std::string& program, const std::string& arguments) {
     const std::string path = FromUtf8(program);
     std::string command = "\"" + path + "\"";
@@ -192,9 +161,8 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    ASSERT_NE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE,
-                             CREATE_SUSPENDED, nullptr, "C:\\windows", &startup, &process),
-              FALSE)
+    ASSERT_TRUE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE,
+                               CREATE_SUSPENDED, nullptr, "C:\\windows", &startup, &process))
         << program << ": " << GetLastError();
     host_->process = handles::Process(process.hProcess);
     const handles::Process thread(process.hThread);
@@ -202,33 +170,18 @@ void Machine::Start(const std::string& program, const std::string& arguments) {
     ResumeThread(thread.Get());
 }
 
-Machine& Machine::StopAt(const std::string& /*call*/) {
-    HoldQuestions(true);
-    return *this;
-}
-
-void Machine::WaitUntilStopped() {
-    for (const DWORD start = GetTickCount(); !IsQuestionHeld(); Sleep(5)) {
-        ASSERT_LT(GetTickCount() - start, kTimeLimit) << "nothing is asked";
-    }
-}
-
-void Machine::GoOn() {
-    HoldQuestions(false);
-}
-
 Outcome Machine::Finish() {
+    // A child is in the job from its first moment; lists of processes show it only later.
+    JOBOBJECT_BASIC_ACCOUNTING_INFORMATION count{};
+    EXPECT_TRUE(WaitUntil([&] {
+        return QueryInformationJobObject(host_->job.Get(), JobObjectBasicAccountingInformation,
+                                         &count, sizeof count, nullptr) != FALSE &&
+               count.ActiveProcesses == 0;
+    })) << "still running after the time limit";
     Outcome outcome;
-    const DWORD start = GetTickCount();
-    if (WaitForSingleObject(host_->process.Get(), kTimeLimit) == WAIT_OBJECT_0) {
-        DWORD status = 0;
-        GetExitCodeProcess(host_->process.Get(), &status);
-        outcome.status = static_cast<int>(status);
-    }
-    while (host_->Running() > 0 && GetTickCount() - start < kTimeLimit) {
-        Sleep(10);
-    }
-    EXPECT_EQ(host_->Running(), 0U) << "still running after the time limit";
+    DWORD status = 0;
+    EXPECT_TRUE(GetExitCodeProcess(host_->process.Get(), &status));
+    outcome.status = static_cast<int>(status);
     outcome.shown = Shown();
     outcome.difference = Difference(before_, Look());
     return outcome;
@@ -240,13 +193,9 @@ std::string Machine::HostFolder() const {
 
 State Machine::Look() const {
     State state;
-    const auto add = [&state](const fs::path& place) {
-        state.files[ToUtf8(place.native())] = LookAt(place);
-    };
     for (const fs::path& place : Territory()) {
-        add(place);
-        if (fs::is_directory(place)) {
-            std::for_each(fs::recursive_directory_iterator(place), {}, add);
+        for (const fs::path& path : TreeAt(place)) {
+            state.files[ToUtf8(path.native())] = LookAt(path);
         }
     }
     state.keys = ReadRealRegistry();
@@ -255,12 +204,10 @@ State Machine::Look() const {
 
 std::string Machine::Clipboard() const {
     const handles::Clipboard clipboard(nullptr);
-    const HANDLE data = clipboard.IsOpen() ? GetClipboardData(CF_TEXT) : nullptr;
-    const auto* text = data == nullptr ? nullptr : static_cast<const char*>(GlobalLock(data));
-    const std::string result = text == nullptr ? "" : ToUtf8(text);
-    if (text != nullptr) {
-        GlobalUnlock(data);
-    }
+    const HANDLE data = GetClipboardData(CF_TEXT);
+    const auto* text = data == nullptr ? "" : static_cast<const char*>(GlobalLock(data));
+    const std::string result = ToUtf8(text);
+    GlobalUnlock(data);
     return result;
 }
 

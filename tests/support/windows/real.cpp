@@ -3,12 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/handles.h"
 // Builds on the types of windows.h.
-#include <sddl.h>
 #include <shlwapi.h>
-
-#include "tests/support/machine.h"
 
 namespace support {
 
@@ -21,76 +17,39 @@ constexpr std::pair<DWORD, char> kAttributes[] = {{FILE_ATTRIBUTE_READONLY, 'R'}
                                                   {FILE_ATTRIBUTE_SYSTEM, 'S'},
                                                   {FILE_ATTRIBUTE_DIRECTORY, 'D'}};
 
-// Large branches of the system, below the machine's software, and what Wine notes down about
-// itself.
-const std::string kLeftOut =
-    "|Classes\\CLSID|Classes\\Interface|Classes\\MIME|Classes\\TypeLib|Microsoft\\Cryptography|"
-    "Microsoft\\Windows NT|";
-const std::string kSoftware = kHklm + "Software";
-const std::string kWine = "\\Software\\Wine";
+// Where the keys of a name lie. The first name that fits counts.
+const std::pair<std::string, HKEY> kRoots[] = {
+    {kHklm, HKEY_LOCAL_MACHINE}, {kUser, HKEY_CURRENT_USER}, {"HKEY_USERS\\", HKEY_USERS}};
 
-std::wstring Wide(std::string_view text, UINT codePage) {
-    const auto length = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    wide.resize(static_cast<std::size_t>(
-        MultiByteToWideChar(codePage, 0, text.data(), length, wide.data(), length)));
-    return wide;
-}
+// Where reading begins: the last two have other names among the users.
+const std::string kRead[] = {kHklm + "Software", "HKEY_USERS", "HKEY_USERS\\.DEFAULT",
+                             kUser.substr(0, kUser.size() - 1)};
+// What names end with: those two in Wine's words, what it notes down about itself, and large
+// branches of the system.
+const char* const kLeftOut[] = {
+    "\\.Default",         "\\S-1-5-21-0-0-0-1000",     "\\Software\\Wine",
+    "\\Classes\\CLSID",   "\\Classes\\Interface",      "\\Classes\\MIME",
+    "\\Classes\\TypeLib", "\\Microsoft\\Cryptography", "\\Microsoft\\Windows NT"};
 
-std::string Narrow(std::wstring_view wide, UINT codePage) {
-    std::string text(wide.size() * 3, '\0');
-    text.resize(static_cast<std::size_t>(
-        WideCharToMultiByte(codePage, 0, wide.data(), static_cast<int>(wide.size()), text.data(),
-                            static_cast<int>(text.size()), nullptr, nullptr)));
-    return text;
-}
-
-// The hive of whoever runs the tests.
-std::string FindRealUser() {
-    handles::Process token;
-    OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.Receive());
-    std::array<DWORD_PTR, 64> user{};
-    DWORD size = 0;
-    GetTokenInformation(token.Get(), TokenUser, user.data(), sizeof user, &size);
-    char* sid = nullptr;  // freed with the process
-    ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &sid);
-    return std::string("HKEY_USERS\\") + sid;
-}
-
-const std::string& RealUser() {
-    static const std::string user = FindRealUser();
-    return user;
-}
-
-const std::string kStagedUser = kUser.substr(0, kUser.size() - 1);  // without the backslash
-
-std::string Exchange(const std::string& key, const std::string& from, const std::string& to) {
-    const bool same = key == from || key.starts_with(from + "\\");
-    return same ? to + key.substr(from.size()) : key;
-}
-
-// A key by its root and the path from there.
-struct Place {
-    explicit Place(const std::string& key)
-        : root(key.starts_with("HKEY_USERS") ? HKEY_USERS : HKEY_LOCAL_MACHINE),
-          path(FromUtf8(Exchange(key, kStagedUser, RealUser()))) {
-        path.erase(0, path.find('\\') + 1);
+// Where a key lies: its root and the path from there.
+std::pair<HKEY, std::string> PlaceOf(const std::string& key) {
+    const auto* root = kRoots;
+    while (!(key + '\\').starts_with(root->first)) {
+        ++root;
     }
-    HKEY root;
-    std::string path;
-};
+    return {root->second, FromUtf8(key.substr(std::min(key.size(), root->first.size())))};
+}
 
-void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys& keys) {
-    static std::array<char, std::size_t{1} << 20> data;
-    handles::Key key;
-    const std::string below = name.substr(std::min(kSoftware.size() + 1, name.size()));
-    if (kLeftOut.find("|" + below + "|") != std::string::npos || name.ends_with(kWine) ||
-        RegOpenKeyExA(root, path.c_str(), 0, KEY_READ, key.Receive()) != ERROR_SUCCESS) {
+void ReadTree(const std::string& name, Keys& keys) {
+    if (std::ranges::any_of(kLeftOut, [&](auto* end) { return name.ends_with(end); })) {
         return;
     }
-    Values& values = keys[Exchange(Exchange(name, RealUser(), kStagedUser), "HKEY_USERS\\.Default",
-                                   "HKEY_USERS\\.DEFAULT")];
+    static std::array<char, std::size_t{1} << 20> data;
     std::array<char, 16384> part{};
+    Values& values = keys[name];
+    handles::Key key;
+    const auto [root, path] = PlaceOf(name);
+    RegOpenKeyA(root, path.c_str(), key.Receive());
     DWORD type = 0;
     DWORD length = part.size();
     DWORD size = data.size();
@@ -101,26 +60,34 @@ void ReadTree(HKEY root, const std::string& path, const std::string& name, Keys&
             regtext::FormatValue({type, std::string(data.data(), size)}, ToUtf8);
     }
     for (DWORD i = 0; RegEnumKeyA(key.Get(), i, part.data(), part.size()) == ERROR_SUCCESS; ++i) {
-        ReadTree(key.Get(), part.data(), name + "\\" + ToUtf8(part.data()), keys);
+        ReadTree(name + "\\" + ToUtf8(part.data()), keys);
     }
 }
 
 }  // namespace
 
 std::string ToUtf8(std::wstring_view wide) {
-    return Narrow(wide, CP_UTF8);
+    const std::u8string utf8 = fs::path(wide).u8string();
+    return {utf8.begin(), utf8.end()};
 }
 
 std::string ToUtf8(std::string_view ansi) {
-    return ToUtf8(Wide(ansi, 1252));
+    const auto length = static_cast<int>(ansi.size());
+    std::wstring wide(ansi.size(), L'\0');
+    MultiByteToWideChar(1252, 0, ansi.data(), length, wide.data(), length);
+    return ToUtf8(wide);
+}
+
+fs::path RealPath(std::string_view path) {
+    return std::u8string(path.begin(), path.end());
 }
 
 std::string FromUtf8(std::string_view utf8) {
-    return Narrow(Wide(utf8, CP_UTF8), 1252);
-}
-
-fs::path RealPath(const std::string& path) {
-    return Wide(path, CP_UTF8);
+    const std::wstring wide = RealPath(utf8).native();
+    const auto length = static_cast<int>(wide.size());
+    std::string ansi(wide.size(), '\0');
+    WideCharToMultiByte(1252, 0, wide.data(), length, ansi.data(), length, nullptr, nullptr);
+    return ansi;
 }
 
 void SetRealAttributes(const fs::path& path, const std::string& letters) {
@@ -131,50 +98,53 @@ void SetRealAttributes(const fs::path& path, const std::string& letters) {
     SetFileAttributesW(path.c_str(), attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL);
 }
 
-void RemoveTree(const fs::path& path) {
+std::vector<fs::path> TreeAt(const fs::path& path) {
     std::error_code none;
-    SetRealAttributes(path, "");
-    for (const auto& entry : fs::recursive_directory_iterator(path, none)) {
-        SetRealAttributes(entry.path(), "");
+    const fs::recursive_directory_iterator below(path, none);
+    std::vector<fs::path> all(begin(below), end(below));
+    all.push_back(path);
+    return all;
+}
+
+void RemoveTree(const fs::path& path) {
+    for (const fs::path& one : TreeAt(path)) {
+        SetRealAttributes(one, "");
     }
+    std::error_code none;
     fs::remove_all(path, none);
 }
 
 FileState LookAt(const fs::path& path) {
-    FileState file;
+    std::string letters;
     for (const auto& [bit, letter] : kAttributes) {
-        file.attributes.append((GetFileAttributesW(path.c_str()) & bit) != 0 ? 1 : 0, letter);
+        letters.append((GetFileAttributesW(path.c_str()) & bit) != 0 ? 1 : 0, letter);
     }
-    if (!file.IsFolder()) {
-        const std::string content = ReadBytes(path);
-        file.size = content.size();
-        file.digest = Digest(content);
-    }
-    return file;
+    const std::string content = letters.ends_with('D') ? "" : ReadBytes(path);
+    return {letters, content.size(), Digest(content)};
 }
 
 Keys ReadRealRegistry() {
     Keys keys;
-    ReadTree(HKEY_LOCAL_MACHINE, "Software", kSoftware, keys);
-    ReadTree(HKEY_USERS, "", "HKEY_USERS", keys);
+    for (const std::string& key : kRead) {
+        ReadTree(key, keys);
+    }
     return keys;
 }
 
-void MakeKey(const std::string& key) {
-    const Place place(key);
+handles::Key MakeKey(const std::string& key) {
     handles::Key made;
-    RegCreateKeyA(place.root, place.path.c_str(), made.Receive());
+    const auto [root, path] = PlaceOf(key);
+    RegCreateKeyA(root, path.c_str(), made.Receive());
+    return made;
 }
 
 void DeleteKeyTree(const std::string& key) {
-    const Place place(key);
-    SHDeleteKeyA(place.root, place.path.c_str());
+    const auto [root, path] = PlaceOf(key);
+    SHDeleteKeyA(root, path.c_str());
 }
 
 void SetRealValue(const std::string& key, const std::string& name, const std::string& value) {
-    const Place place(key);
-    handles::Key made;
-    RegCreateKeyA(place.root, place.path.c_str(), made.Receive());
+    const handles::Key made = MakeKey(key);
     const std::string ansi = FromUtf8(name);
     if (value.empty()) {
         RegDeleteValueA(made.Get(), ansi.c_str());
