@@ -76,10 +76,7 @@ TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
 
 TEST_F(Reports, OfferNothingWhenMemoryIsShort) {
     Pend(7, "Speicher");
-    EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"),
-              Box('x', "*OK", "OK",
-                  "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar. "
-                  "(Fehlerkennung \"UnInstaller:2:0:33:8:1:7\")"));
+    EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"), OutOfMemory("8:1"));
 }
 
 }  // namespace

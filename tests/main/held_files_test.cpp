@@ -88,6 +88,13 @@ TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
         machine.Setting("faults", "first CreateFileA " + refusal);
         ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
     }
+    // A script that is looked at is waited for.
+    Machine looked;
+    for (const char* occurrence : {"2", "3", "4"}) {
+        looked.Setting("faults",
+                       std::string("first CreateFileA ") + occurrence + " " + kScript + "=32");
+    }
+    ExpectOutcome(looked.RunFirst({}), kShown, CompleteRemoval());
     Machine gone;
     gone.Setting("faults", "first CreateFileA 1 " + kCopy + "=gone");
     const Outcome outcome = gone.RunFirst({"yes", "no"});

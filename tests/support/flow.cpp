@@ -140,6 +140,10 @@ std::string Problems(const Lines& problems, const std::string& way) {
     return text;
 }
 
+std::string OutOfMemory(const std::string& place) {
+    return Box('x', "*OK", "OK", Text("memory", place));
+}
+
 std::string UnknownArgument(const std::string& arguments) {
     return Box('!', "*OK", "OK", Text("argument", arguments));
 }

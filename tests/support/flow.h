@@ -61,6 +61,8 @@ std::string FatalMessage(const std::string& description, const std::string& plac
 // That of a drive which is not ready when the removal waits for that file.
 std::string UnreadyDrive(const std::string& file);
 std::string Fatal(const std::string& message, const std::string& answer);
+// The short report, with the procedure and the place.
+std::string OutOfMemory(const std::string& place);
 std::string UnknownArgument(const std::string& arguments);
 
 // Whether two lists hold the same lines in the same order, as what is shown must.

@@ -49,6 +49,31 @@ TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
                                     "- file " + kGroupFolder + "\\Deinstallieren.lnk"})));
 }
 
+// Who could not be asked has not agreed.
+TEST(Removal, KeepsAFolderThatCouldNotBeAskedAbout) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("faults", "copy MessageBoxA 1 *=8");
+    ExpectOutcome(
+        machine.RunCopy({}),
+        {Progress(), ResetQuestion(), Problems({NotDeleted("Das Verzeichnis", kProgramFolder)})},
+        With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
+             {"- file " + kTessorin, "- file " + kOwnFile}));
+}
+
+// A key that disappears meanwhile is gone; one whose subkeys cannot all be named is not begun.
+TEST(Removal, TakesKeysThatOthersWorkOn) {
+    NEEDS_SETTINGS();
+    const std::string key = kHklm + kMakerKey + "\\Tessorin";
+    Machine machine;
+    machine.Setting("faults", "copy RegOpenKeyExA 1 " + key + "\\Registrierung:enumerate=gone");
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
+    Machine half;
+    half.Setting("faults", "copy RegEnumKeyA 2 " + key + "=1450");
+    ExpectOutcome(half.RunCopy({}), CopyShows({NotDeleted("Der Registrierungsschlüssel", key)}),
+                  Without(CompleteRemoval(), "- key HKLM\\" + kMakerKey));
+}
+
 TEST(Removal, DoesNotTryWhatIsReadOnly) {
     NEEDS(kKeepsReadOnly, "folders are never read-only here");
     Machine machine;

@@ -20,6 +20,22 @@ TEST(CompletionDialog, EndsHoweverItIsClosed) {
     }
 }
 
+TEST(CompletionDialog, ComesWithTheSystemsSound) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("trace", "calls=1").Attributes(kTessorin, "R").RunCopy({});
+    EXPECT_EQ(machine.Calls("MessageBeep", ""), 1U);
+}
+
+TEST(FatalReport, NamesThePlaceThatLacksMemory) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("faults", "copy HeapAlloc 200 *=8");
+    const Outcome outcome = machine.RunCopy({});
+    ASSERT_FALSE(outcome.shown.empty());
+    EXPECT_EQ(outcome.shown.back(), OutOfMemory("6:1"));
+}
+
 // Where the drive fails in the middle of the sequence, nothing behind that step is done. The
 // program ends where it stands, with its window open.
 TEST(FatalReport, EndsTheSequence) {
@@ -42,10 +58,12 @@ TEST(FatalReport, EndsTheSequence) {
 // and to nobody where that cannot be made.
 TEST(FatalReport, ReachesTheClipboardWithoutAWindow) {
     NEEDS_SETTINGS();
-    for (const bool refused : {false, true}) {
-        SCOPED_TRACE(refused);
+    for (const std::string control : {"lblMsg", "txtErrLog"}) {
+        const bool refused = control == "txtErrLog";
+        SCOPED_TRACE(control);
         Machine machine;
-        machine.Attributes(kTessorin, "R").Setting("faults", "copy SetWindowTextA * lblMsg=1450");
+        machine.Attributes(kTessorin, "R");
+        machine.Setting("faults", "copy SetWindowTextA * " + control + "=1450");
         if (refused) {
             machine.Setting("faults", "copy CreateWindowExA * owner=8");
         }

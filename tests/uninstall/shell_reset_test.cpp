@@ -124,6 +124,14 @@ TEST(ShellReset, ReportsAReadThatIsRefused) {
         ignored.RunCopy({"yes", "yes", "retry", "retry", "ignore"}),
         With(before, {ReadReport("Retry"), ReadReport("Retry"), ReadReport("Ignore"), Success()}),
         expected);
+    // A report that cannot be shown is passed over, not asked again and again.
+    Machine mute;
+    mute.Setting("denied", kClasses + "*\\Shell=query").Setting("faults", "copy MessageBoxA 3 *=8");
+    ExpectOutcome(mute.RunCopy({}), With(before, {Success()}), expected);
+    // Whose an editor is must be known as well.
+    Machine editor;
+    editor.Setting("denied", kHtmlEditor + "\\shell\\edit\\command=query");
+    EXPECT_EQ(editor.RunCopy({"yes", "yes", "ignore"}).shown.size(), before.size() + 2);
     // Abort: whatever comes behind it is not done, the uninstall entry above all.
     Machine aborted;
     aborted.Setting("denied", kClasses + "*\\Shell=query");
