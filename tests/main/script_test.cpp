@@ -21,8 +21,13 @@ TEST(Script, IsFourLinesWithoutALastLineBreak) {
 }
 
 TEST(Script, ConvertsEveryCharacterThatTheDosCodePageHas) {
-    EXPECT_EQ(WinTextToDOSText("ÄÖÜäöüßéñ§µ×÷ƒ a\u00A0z"_ansi),
-              "\x8E\x99\x9A\x84\x94\x81\xE1\x82\xA4\xF5\xE6\x9E\xF6\x9F a z");
+    EXPECT_EQ(WinTextToDOSText("§µƒ a\u00A0z"_ansi), "\xF5\xE6\x9F a z");
+    EXPECT_EQ(WinTextToDOSText("ÀÁÂÃÄÅÆÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖ×ØÙÚÛÜÝÞß"_ansi),
+              "\xB7\xB5\xB6\xC7\x8E\x8F\x92\x80\xD4\x90\xD2\xD3\xDE\xD6\xD7\xD8\xD1\xA5\xE3\xE0\xE2"
+              "\xE5\x99\x9E\x9D\xEB\xE9\xEA\x9A\xED\xE8\xE1");
+    EXPECT_EQ(WinTextToDOSText("àáâãäåæçèéêëìíîïðñòóôõö÷øùúûüýþÿ"_ansi),
+              "\x85\xA0\x83\xC6\x84\x86\x91\x87\x8A\x82\x88\x89\x8D\xA1\x8C\x8B\xD0\xA4\x95\xA2\x93"
+              "\xE4\x94\xF6\x9B\x97\xA3\x96\x81\xEC\xE7\x98");
     std::string all;
     for (int code = 0; code < 256; ++code) {
         all += static_cast<char>(code);

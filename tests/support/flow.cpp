@@ -21,16 +21,15 @@ Lines Part(const std::string& name, const char* file = "removal.txt") {
     return lines;
 }
 
-// A text of the program's, with a value in the place of "%".
-std::string Text(const std::string& name, const std::string& value = "") {
+}  // namespace
+
+std::string Text(const std::string& name, const std::string& value) {
     std::string text = Part(name, "messages.txt").at(0);
     if (const std::size_t place = text.find('%'); place != std::string::npos) {
         text.replace(place, 1, value);
     }
     return text;
 }
-
-}  // namespace
 
 Lines ShellReset() {
     return With(Part("reset"),

@@ -39,6 +39,8 @@ Lines With(Lines lines, const Lines& more);
 Lines Without(Lines lines, std::string_view part);
 Lines Without(Lines lines, const Lines& others);
 
+// A text of the program's in tests/stage/messages.txt, with a value in the place of "%".
+std::string Text(const std::string& name, const std::string& value = "");
 // A text with its control characters as above.
 std::string Readable(const std::string& text);
 

@@ -105,13 +105,9 @@ TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
     ExpectOutcome(machine.RunCopy({}), CopyShows(), Without(CompleteRemoval(), "Notepad"));
 }
 
-std::string ReadReport(const std::string& answer) {
-    return Box('x', "Abort *Retry Ignore", answer,
-               "Der Registrierungswert (Standard) im Schlüssel \"HKEY_CLASSES_ROOT\\*\\Shell\" "
-               "konnte nicht gelesen werden.\\n\\nZugriff verweigert (Fehler 5)\\n\\nWenn Sie auf "
-               "\"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. Nicht "
-               "gespeicherte Daten gehen dabei verloren.\\n\\nWenn Sie auf \"Ignorieren\" klicken, "
-               "könnte dies zu Fehlfunktionen des Programms führen.");
+std::string ReadReport(const std::string& answer,
+                       const std::string& key = "HKEY_CLASSES_ROOT\\*\\Shell") {
+    return Box('x', "Abort *Retry Ignore", answer, Text("unread", key));
 }
 
 TEST(ShellReset, ReportsAReadThatIsRefused) {
@@ -130,8 +126,12 @@ TEST(ShellReset, ReportsAReadThatIsRefused) {
     ExpectOutcome(mute.RunCopy({}), With(before, {Success()}), expected);
     // Whose an editor is must be known as well.
     Machine editor;
-    editor.Setting("denied", kHtmlEditor + "\\shell\\edit\\command=query");
-    EXPECT_EQ(editor.RunCopy({"yes", "yes", "ignore"}).shown.size(), before.size() + 2);
+    const std::string command = "\\shell\\edit\\command";
+    editor.Setting("denied", kHtmlEditor + command + "=query");
+    EXPECT_TRUE(Same(With(before, {ReadReport("Ignore", "HKEY_CURRENT_USER\\" + kInternetExplorer +
+                                                            "Default HTML Editor" + command),
+                                   Success()}),
+                     editor.RunCopy({"yes", "yes", "ignore"}).shown));
     // Abort: whatever comes behind it is not done, the uninstall entry above all.
     Machine aborted;
     aborted.Setting("denied", kClasses + "*\\Shell=query");
