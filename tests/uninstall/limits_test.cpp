@@ -115,5 +115,20 @@ TEST(Links, InPlaceOfTheFoldersGoAlone) {
                         "- file " + group + "\\Tessorin.lnk"}));
 }
 
+// While it is not known whether the folder is one, nothing behind it is touched.
+TEST(Links, MayBeHiddenForAMoment) {
+    const std::string link = "D:\\Sammlung\\Verweis";
+    for (const std::string occurrence : {"1", "2", "3", "4"}) {
+        SCOPED_TRACE(occurrence);
+        Machine machine;
+        machine.Setting("faults",
+                        "copy FindFirstFileA " + occurrence + " " + kProgramFolder + "=21");
+        machine.Remove(kProgramFolder).Folder("D:\\Sammlung");
+        machine.Link(link, "C:\\Programme\\Textwerk").Link(kProgramFolder, "D:\\Sammlung");
+        machine.RunCopy({});
+        EXPECT_TRUE(machine.Look().files.contains(link));
+    }
+}
+
 }  // namespace
 }  // namespace support
