@@ -74,6 +74,19 @@ TEST(Removal, TakesKeysThatOthersWorkOn) {
                   Without(CompleteRemoval(), "- key HKLM\\" + kMakerKey));
 }
 
+// A look into the folder that breaks off has not shown that it is empty.
+TEST(Removal, KeepsAFolderThatCannotBeReadToItsEnd) {
+    NEEDS_SETTINGS();
+    for (const std::string occurrence : {"1", "2"}) {
+        Machine machine;
+        machine.Setting("faults",
+                        "copy FindNextFileA " + occurrence + " " + kProgramFolder + "\\*=21");
+        EXPECT_TRUE(Same({Progress(), ResetQuestion("No"),
+                          Problems({NotDeleted("Das Verzeichnis", kProgramFolder)})},
+                         machine.RunCopy({"no"}).shown));
+    }
+}
+
 TEST(Removal, DoesNotTryWhatIsReadOnly) {
     NEEDS(kKeepsReadOnly, "folders are never read-only here");
     Machine machine;
