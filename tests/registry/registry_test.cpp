@@ -113,16 +113,9 @@ TEST_F(Registry, ReportsEachKindOfFailure) {
     const std::string in = " im Schlüssel " + key;
     const auto expect = [this](RegOp kind, const char* name, LONG code, char icon,
                                const std::string& failure) {
-        const std::string end =
-            "\\n\\nWenn Sie auf \"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. "
-            "Nicht gespeicherte Daten gehen dabei verloren.";
-        const std::string warning =
-            "\\n\\nWenn Sie auf \"Ignorieren\" klicken, könnte dies zu Fehlfunktionen des "
-            "Programms "
-            "führen.";
         machine_.Answer({"ignore"});
         EXPECT_FALSE(ReportRegError(kind, name, HKEY_CURRENT_USER, "A\\B", code));
-        const std::string text = failure + end + (icon == 'x' ? warning : "");
+        const std::string text = failure + Text("abort") + (icon == 'x' ? Text("ignore") : "");
         EXPECT_TRUE(Same({Box(icon, "Abort *Retry Ignore", "Ignore", text)}, machine_.Shown()));
     };
     expect(RegOpRead, "", 5, 'x', value + "(Standard)" + in + " nicht gelesen" + denied);

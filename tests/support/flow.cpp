@@ -184,4 +184,12 @@ void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& diff
     EXPECT_EQ(outcome.errors, "");
 }
 
+void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference,
+               int status) {
+    EXPECT_EQ(outcome.status, status);
+    EXPECT_TRUE(SameChanges(difference, outcome.difference));
+    ASSERT_EQ(outcome.shown.size(), 2U);
+    EXPECT_NE(outcome.shown[1].find(text), std::string::npos) << outcome.shown[1];
+}
+
 }  // namespace support

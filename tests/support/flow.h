@@ -76,5 +76,8 @@ testing::AssertionResult SameChanges(Lines expected, Lines actual);
 // nothing on stderr.
 void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
                    int status = 0);
+// A run that ended with a text in its second window.
+void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference = {},
+               int status = 1);
 
 }  // namespace support

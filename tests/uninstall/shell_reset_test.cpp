@@ -107,7 +107,8 @@ TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
 
 std::string ReadReport(const std::string& answer,
                        const std::string& key = "HKEY_CLASSES_ROOT\\*\\Shell") {
-    return Box('x', "Abort *Retry Ignore", answer, Text("unread", key));
+    return Box('x', "Abort *Retry Ignore", answer,
+               Text("unread", key) + Text("abort") + Text("ignore"));
 }
 
 TEST(ShellReset, ReportsAReadThatIsRefused) {
