@@ -7,8 +7,6 @@
 #include <regex>
 #include <set>
 
-#include "tools/machine/stage.h"
-
 namespace support {
 namespace {
 
