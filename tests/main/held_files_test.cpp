@@ -118,7 +118,7 @@ TEST(HeldFiles, AnOlderOneThatCannotGoEndsTheRun) {
     for (const std::string& path : {kScript, kRecord}) {
         Machine machine;
         machine.File(path, "older").HoldOpen(path);
-        Outcome outcome = machine.RunFirst({});
+        Outcome outcome = machine.RunFirst({"yes", "no"});
         std::erase_if(outcome.difference, IsHandOver);
         ExpectEnd(outcome, "(Fehlercode 32)");
     }
