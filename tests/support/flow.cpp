@@ -1,30 +1,39 @@
 #include "tests/support/flow.h"
 
 #include <algorithm>
+#include <map>
 #include <sstream>
 
 namespace support {
 namespace {
 
-// The lines of a file in tests/stage behind the name of their part.
-Lines Part(const std::string& name, const char* file = "removal.txt") {
+// The lines of a file in tests/stage by the name of their part.
+using Parts = std::map<std::string, Lines>;
+
+Parts ReadParts(const char* file) {
     std::istringstream text(ReadBytes(std::filesystem::path(TESTS_STAGE) / file));
-    Lines lines;
-    bool inside = false;
+    Parts parts;
+    std::string name;
     for (std::string line; std::getline(text, line);) {
         if (line.starts_with('[')) {
-            inside = line == "[" + name + "]";
-        } else if (inside && !line.empty()) {
-            lines.push_back(line);
+            name = line.substr(1, line.size() - 2);
+        } else if (!name.empty() && !line.empty()) {
+            parts[name].push_back(line);
         }
     }
-    return lines;
+    return parts;
+}
+
+const Lines& Part(const std::string& name) {
+    static const Parts parts = ReadParts("removal.txt");
+    return parts.at(name);
 }
 
 }  // namespace
 
 std::string Text(const std::string& name, const std::string& value) {
-    std::string text = Part(name, "messages.txt").at(0);
+    static const Parts parts = ReadParts("messages.txt");
+    std::string text = parts.at(name).at(0);
     if (const std::size_t place = text.find('%'); place != std::string::npos) {
         text.replace(place, 1, value);
     }

@@ -60,9 +60,9 @@ std::string Problems(const Lines& problems, const std::string& way = "click");
 // The report of an unexpected failure: its message, with the part of the identifier that
 // tells the place, and the box that asks whether to copy it.
 std::string FatalMessage(const std::string& description, const std::string& place);
-// That of a drive which is not ready when the removal waits for that file.
-std::string UnreadyDrive(const std::string& file);
 std::string Fatal(const std::string& message, const std::string& answer);
+// The message where the drive is not ready when the removal waits for that file.
+std::string UnreadyDrive(const std::string& file);
 // The short report, with the procedure and the place.
 std::string OutOfMemory(const std::string& place);
 std::string UnknownArgument(const std::string& arguments);

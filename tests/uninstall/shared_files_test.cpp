@@ -1,6 +1,5 @@
 // The counts of the shared files: every stored form of a count, and a key that refuses.
 #include "tests/support/flow.h"
-#include "tools/machine/look.h"
 
 namespace support {
 namespace {

@@ -155,4 +155,14 @@ Attributes ReadAttributes(const fs::path& folder) {
     return attributes;
 }
 
+void WriteAttributes(const fs::path& folder, const Attributes& attributes) {
+    std::string text;
+    for (const auto& [path, letters] : attributes) {
+        if (!letters.empty()) {
+            text.append(letters).append(" ").append(path).append("\n");
+        }
+    }
+    WriteBytes(folder / "attributes.txt", text);
+}
+
 }  // namespace machine

@@ -62,5 +62,6 @@ fs::path HostPath(const fs::path& folder, const std::string& path);
 // The attributes that a machine's folder keeps, letters by path.
 using Attributes = std::map<std::string, std::string, regtext::ByName>;
 Attributes ReadAttributes(const fs::path& folder);
+void WriteAttributes(const fs::path& folder, const Attributes& attributes);
 
 }  // namespace machine

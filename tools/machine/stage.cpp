@@ -61,7 +61,7 @@ void Stage(const fs::path& folder, const fs::path& stage, const fs::path& progra
     fs::create_directories(folder / "drives" / "C");
     fs::copy_file(stage / "machine.ini", folder / "machine.ini");
     fs::copy_file(stage / "registry.reg", folder / "registry.reg");
-    std::string attributes;
+    Attributes attributes;
     for (const StagedFile& file : ReadStagedFiles(stage / "files.txt")) {
         const fs::path host = HostPath(folder, file.path);
         fs::create_directories(file.kind == StagedFile::Kind::Folder ? host : host.parent_path());
@@ -70,11 +70,9 @@ void Stage(const fs::path& folder, const fs::path& stage, const fs::path& progra
         } else if (file.kind == StagedFile::Kind::Bytes) {
             WriteBytes(host, file.content);
         }
-        if (!file.attributes.empty()) {
-            attributes += file.attributes + " " + file.path + "\n";
-        }
+        attributes[file.path] = file.attributes;
     }
-    WriteBytes(folder / "attributes.txt", attributes);
+    WriteAttributes(folder, attributes);
 }
 
 }  // namespace machine

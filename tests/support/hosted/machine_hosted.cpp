@@ -105,6 +105,8 @@ struct Machine::Host {
     // children of one that has ended are there before its end is seen.
     Event Next(int pipe = -1);
 
+    // What is there now, with what the test process has not saved yet.
+    [[nodiscard]] State Look() const;
     // Changes the registry of a machine on which nothing runs.
     void Change(const std::function<void(Keys&)>& change) const;
 
@@ -136,15 +138,18 @@ Machine::Host::Event Machine::Host::Next(int pipe) {
     return Event::Ended;
 }
 
-void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
-    const bool entered = Entered() == folder;
-    if (entered) {
+State Machine::Host::Look() const {
+    if (Entered() == folder) {
         hosted::SaveRegistry();
     }
-    Keys keys = machine::Look(folder).keys;
+    return machine::Look(folder);
+}
+
+void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
+    Keys keys = Look().keys;
     change(keys);
     WriteBytes(folder / "registry.reg", regtext::Format(keys));
-    if (entered) {
+    if (Entered() == folder) {
         hosted::Machine::Current().registry.reset();  // to be read again
     }
 }
@@ -181,11 +186,7 @@ Machine& Machine::Remove(const std::string& path) {
 Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
     machine::Attributes all = machine::ReadAttributes(host_->folder);
     all[path] = attributes;
-    std::string text;
-    for (const auto& [name, letters] : all) {
-        text += letters.empty() ? "" : letters + " " + name + "\n";
-    }
-    WriteBytes(host_->folder / "attributes.txt", text);
+    machine::WriteAttributes(host_->folder, all);
     return *this;
 }
 
@@ -330,10 +331,7 @@ std::string Machine::HostFolder() const {
 }
 
 State Machine::Look() const {
-    if (Entered() == host_->folder) {
-        hosted::SaveRegistry();
-    }
-    return machine::Look(host_->folder);
+    return host_->Look();
 }
 
 std::string Machine::Clipboard() const {
