@@ -10,18 +10,16 @@
 #include <vector>
 
 #include "platform/handles.h"
-#include "platform/hosted/registry/text.h"
-#include "tests/support/machine.h"
-#include "tests/support/windows/real.h"
+#include "tools/machine/real.h"
 #include "tools/machine/stage.h"
 
 namespace bench {
 namespace {
 
-using support::kGroupFolder;
-using support::kHklm;
-using support::kProgramFolder;
-using support::kTempFolder;
+using machine::kCopy;
+using machine::kGroupFolder;
+using machine::kProgramFolder;
+using machine::kTempFolder;
 
 constexpr DWORD kTimeLimit = 120000;  // milliseconds
 constexpr DWORD kWaiting = 6000;
@@ -31,61 +29,22 @@ constexpr double kLikeLimit = 1;
 constexpr double kSilentLimit = 2.5;
 constexpr double kShareLimit = 1;  // percent of one core
 
-const std::string kCopy = kTempFolder + "\\UnInstall.exe";
 const std::string kOther = kTempFolder + "\\Script.exe";
 const std::string kSilent = kTempFolder + "\\Silent.exe";
-const std::string kShellFolders =
-    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders";
-
-void Write(const std::string& path, const std::string& content) {
-    const std::filesystem::path file = support::RealPath(path);
-    std::filesystem::create_directories(file.parent_path());
-    support::WriteBytes(file, content);
-}
 
 // The product and its surroundings, the same before every run.
-class Stage {
- public:
-    Stage(const std::filesystem::path& stage, std::string program)
-        : files_(support::ReadStagedFiles(stage / "files.txt")),
-          keys_(regtext::Parse(support::ReadBytes(stage / "registry.reg"))),
-          program_(std::move(program)) {
-        support::SetRealValue(
-            kShellFolders, "Common Programs",
-            regtext::FormatValue({1, kGroupFolder.substr(0, kGroupFolder.rfind('\\')) + '\0'}));
-    }
+struct Stage {
+    std::filesystem::path stage, program;
 
     void Set() const {
-        support::RemoveTree("C:\\Programme");
-        support::RemoveTree("C:\\Dokumente und Einstellungen");
-        for (const auto& [key, values] : keys_) {
-            support::MakeKey(key);
-            for (const auto& [name, value] : values) {
-                support::SetRealValue(key, name, value);
-            }
-        }
-        for (const support::StagedFile& file : files_) {
-            if (file.path.starts_with("C:\\windows")) {
-                continue;  // the system has its own
-            }
-            if (file.kind == support::StagedFile::Kind::Folder) {
-                std::filesystem::create_directories(support::RealPath(file.path));
-            } else {
-                const bool program = file.kind == support::StagedFile::Kind::Program;
-                Write(file.path, program ? program_ : file.content);
-            }
-            support::SetRealAttributes(support::RealPath(file.path), file.attributes);
-        }
+        real::RemoveTree("C:\\Programme");
+        real::RemoveTree("C:\\Dokumente und Einstellungen");
+        real::Stage(stage, program);
     }
-
- private:
-    std::vector<support::StagedFile> files_;
-    regtext::Keys keys_;
-    std::string program_;
 };
 
 bool Exists(const std::string& path) {
-    return GetFileAttributesA(support::FromUtf8(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+    return GetFileAttributesA(real::FromUtf8(path).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 bool KeyExists(HKEY root, const char* path) {
@@ -150,7 +109,7 @@ class Answerer {
 };
 
 handles::Process Start(const std::string& program, const std::string& arguments) {
-    std::string command = support::FromUtf8("\"" + program + "\" " + arguments);
+    std::string command = real::FromUtf8("\"" + program + "\" " + arguments);
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
@@ -208,7 +167,7 @@ Ratios Compare(const Stage& stage, int rounds) {
     std::vector<double> silent;
     for (int round = 0; round <= rounds; ++round) {
         const double other = RunOn(stage, kOther, "");
-        const double ours = RunOn(stage, kCopy, support::CopyArguments());
+        const double ours = RunOn(stage, kCopy, machine::CopyArguments());
         const double quiet = RunOn(stage, kSilent, "");
         std::cout << (round == 0 ? "warm-up" : "round  ") << std::setw(3) << round << "  exe "
                   << ours << " s  script-made " << other << " s  silent " << quiet << " s"
@@ -248,8 +207,8 @@ HWND ListOfProblems() {
 // The share of one core that the program takes while its list of problems is open.
 double ShareWhileWaiting(const Stage& stage) {
     stage.Set();
-    support::SetRealAttributes(support::RealPath(kProgramFolder + "\\Tessorin.exe"), "R");
-    const handles::Process process = Start(kCopy, support::CopyArguments());
+    real::SetAttributes(real::Path(machine::kEditor), "R");
+    const handles::Process process = Start(kCopy, machine::CopyArguments());
     const double start = Now();
     Answerer answerer;
     HWND window = nullptr;
@@ -276,14 +235,15 @@ double ShareWhileWaiting(const Stage& stage) {
 }
 
 int Measure(char** arguments) {
-    const std::string program = support::ReadBytes(arguments[2]);
-    const Stage stage(arguments[1], program);
+    const Stage stage{arguments[1], arguments[2]};
     std::filesystem::create_directories(kTempFolder);
-    Write(kCopy, program);
-    Write(kOther, support::ReadBytes(arguments[3]));
-    Write(kSilent, support::ReadBytes(arguments[4]));
-    SetEnvironmentVariableA("TMP", support::FromUtf8(kTempFolder).c_str());
-    SetEnvironmentVariableA("TEMP", support::FromUtf8(kTempFolder).c_str());
+    for (const auto& [target, source] :
+         {std::pair(kCopy, arguments[2]), {kOther, arguments[3]}, {kSilent, arguments[4]}}) {
+        std::filesystem::copy_file(source, target,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    SetEnvironmentVariableA("TMP", real::FromUtf8(kTempFolder).c_str());
+    SetEnvironmentVariableA("TEMP", real::FromUtf8(kTempFolder).c_str());
     std::cout << std::fixed << std::setprecision(3);
     const Ratios ratios = Compare(stage, std::atoi(arguments[5]));
     const double share = ShareWhileWaiting(stage) * 100;

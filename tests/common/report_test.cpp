@@ -46,9 +46,9 @@ TEST_F(Reports, SystemTextsComeWithTheirCode) {
 TEST_F(Reports, OpenWithWhatIsKnown) {
     const auto box = [](const std::string& known, const std::string& place) {
         const std::string fatal = FatalMessage("", place);
-        return Box('!', "*Yes No", "No",
-                   known + "\\n\\n" + fatal.substr(fatal.find("Falls Sie")) +
-                       "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?");
+        return Box('!', "*Yes No -> No: " + known + "\\n\\n" +
+                            fatal.substr(fatal.find("Falls Sie")) +
+                            "\\n\\nMöchten Sie diese Meldung in die Zwischenablage kopieren?");
     };
     const std::string plain = "Ein Fehler ist aufgetreten.";
     const std::string described = "Der folgende Fehler ist aufgetreten:\\n\\t";
@@ -76,7 +76,7 @@ TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
 
 TEST_F(Reports, OfferNothingWhenMemoryIsShort) {
     Pend(7, "Speicher");
-    EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"), OutOfMemory("8:1"));
+    EXPECT_EQ(Show(1, 7, ShortForm::Yes, "ok"), Text("memory", {"8:1"}));
 }
 
 }  // namespace

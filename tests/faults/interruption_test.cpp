@@ -9,7 +9,6 @@
 namespace support {
 namespace {
 
-const std::string kCopy = kTempFolder + "\\UnInstall.exe";
 const std::string kEntry =
     kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\Tessorin";
 
@@ -74,15 +73,15 @@ TEST_P(Interruption, IsFinishedByASecondStart) {
         Machine machine;
         Interrupt(machine, kills[i], kills[i].call.role == "copy" && i / 2 % 2 == 0);
         const Things broken = ThingsOf(machine.Look());  // throws if it cannot be read
-        EXPECT_TRUE(Same({}, Foreign(run.baseline, broken)));
+        EXPECT_EQ(Foreign(run.baseline, broken), Lines{});
         if (!LeftOver(run.baseline, broken).empty()) {
             // It is what the user starts the uninstaller with again.
             EXPECT_TRUE(broken.contains(kEntry));
-            StartAgain(machine, broken.contains(kProgramFolder + "\\UnInstall.exe"));
+            StartAgain(machine, broken.contains(kOwnFile));
         }
         Lines wrong = Foreign({complete, complete}, ThingsOf(machine.Look()));
         std::erase_if(wrong, [](const auto& thing) { return regex_match(thing, kForgotten); });
-        EXPECT_TRUE(Same({}, wrong)) << "is not finished";
+        EXPECT_EQ(wrong, Lines{}) << "is not finished";
     }
 }
 

@@ -126,7 +126,7 @@ bool IsNamed(const std::string& thing, const std::string& lines) {
         return says("Verknüpfung", thing) || says("Verzeichnis", thing) ||
                says("Verzeichnis", "Tessorin");
     }
-    if (thing == kProgramFolder + "\\Tessorin.exe" || thing == kProgramFolder + "\\UnInstall.exe") {
+    if (thing == kEditor || thing == kOwnFile) {
         return says("Datei", thing);
     }
     bool isNamed = !thing.starts_with("HKEY_") && says("Verzeichnis", kProgramFolder);
@@ -171,7 +171,7 @@ struct Run {
     void NothingForeign() const {
         Lines foreign = Foreign(baseline, after);
         std::erase_if(foreign, [this](const std::string& thing) { return IsExcused(thing); });
-        EXPECT_TRUE(Same({}, foreign)) << "is foreign, but changed";
+        EXPECT_EQ(foreign, Lines{}) << "is foreign, but changed";
     }
 
     void NothingWithoutAWord() const {
@@ -186,7 +186,7 @@ struct Run {
             left.resize(left.size() + (after.contains(path) && (scriptRan || !told.ended)), path);
         }
         std::erase_if(left, [this](const std::string& thing) { return IsExcused(thing); });
-        EXPECT_TRUE(Same({}, left)) << "is left without a word";
+        EXPECT_EQ(left, Lines{}) << "is left without a word";
     }
 
     // A maker's key below which something is still there has to stay.

@@ -18,8 +18,7 @@ using Things = std::map<std::string, std::string>;
 Things ThingsOf(const State& state);
 
 // What the first run makes in the temporary folder.
-inline const Lines kHandOverFiles{kTempFolder + "\\UnInstall.bat", kTempFolder + "\\UnInstall.exe",
-                                  kTempFolder + "\\UnInstall.pif"};
+inline const Lines kHandOverFiles{kScript, kCopy, kRecord};
 
 struct Baseline {
     Things before, complete;

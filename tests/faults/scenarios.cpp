@@ -3,7 +3,6 @@
 namespace support {
 namespace {
 
-const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
 const std::string kShortcut = kGroupFolder + "\\Tessorin.lnk";
 
 void StageLinkAndProblem(Machine& machine) {
@@ -23,8 +22,6 @@ void StageSecondStart(Machine& machine) {
 
 const std::vector<Scenario>& Scenarios() {
     const std::string first = Confirmation();
-    const std::string problem =
-        "Die Verknüpfung \"" + kShortcut + "\" konnte nicht gelöscht werden.";
     Lines secondRemoval = CompleteRemoval();
     for (const std::string& path : kHandOverFiles) {
         secondRemoval.push_back("- file " + path);
@@ -35,7 +32,7 @@ const std::vector<Scenario>& Scenarios() {
         {"link and problem",
          StageLinkAndProblem,
          {first, Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
-          ResetQuestion(), Problems({problem})},
+          ResetQuestion(), Problems({NotDeleted("Die Verknüpfung", kShortcut)})},
          CompleteRemoval()},
         {"fatal report",
          [](Machine& machine) {

@@ -76,11 +76,10 @@ TEST(Folders, AreTrustedOnlyWithTheUsersConsent) {
         const std::string link = "C:\\Programme\\Textwerk\\alle";
         Machine machine;
         machine.Setting("trace", "calls=1").Link(link, "C:\\Programme");
-        ExpectOutcome(
-            machine.RunCopy("/u=" + folder, {answer == "Yes" ? "yes" : "no", "no"}),
-            {Progress(), FolderNotEmpty(folder, answer), ResetQuestion("No"),
-             Problems({"Das Verzeichnis \"" + folder + "\" konnte nicht gelöscht werden."})},
-            TheRest());
+        ExpectOutcome(machine.RunCopy("/u=" + folder, {answer == "Yes" ? "yes" : "no", "no"}),
+                      {Progress(), FolderNotEmpty(folder, answer), ResetQuestion("No"),
+                       Problems({NotDeleted("Das Verzeichnis", folder)})},
+                      TheRest());
         EXPECT_EQ(machine.Calls("SHFileOperationA", folder), 0U);
         EXPECT_LE(machine.Calls("FindFirstFileA", "C:\\*"), 3U);  // expanded, listed, last look
     }

@@ -6,11 +6,6 @@ namespace support {
 namespace {
 
 const Lines kShown = With({Confirmation()}, CopyShows());
-const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
-const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
-const std::string kCopy = kTempFolder + "\\UnInstall.exe";
-const std::string kScript = kTempFolder + "\\UnInstall.bat";
-const std::string kRecord = kTempFolder + "\\UnInstall.pif";
 
 // A whole run in which more is shown before the progress window.
 Lines ShownWith(const Lines& more) {
@@ -65,7 +60,7 @@ TEST(HandOver, HarmsNothingWhenTheFolderDoesNotArrive) {
         SCOPED_TRACE(name);
         Machine machine;
         const Outcome outcome = RunFrom(machine, name, {});
-        EXPECT_TRUE(SameChanges({}, outcome.difference));
+        ExpectChanges({}, outcome.difference);
         ASSERT_EQ(outcome.shown.size(), 2U);
         EXPECT_EQ(outcome.shown[0], Confirmation());
         if (!arrives.empty() && Machine::kObeysSettings) {  // Wine drops the blank at the end
@@ -91,7 +86,7 @@ TEST(HandOver, RunsFromADriveRoot) {
     machine.Program("D:\\UnInstall.exe").File("D:\\Brief.txt", "x");
     ExpectOutcome(machine.Run("D:\\UnInstall.exe", "", {"yes", "no", "no"}),
                   {Confirmation(), Progress(), FolderNotEmpty("D:\\", "No"), ResetQuestion("No"),
-                   Problems({"Das Verzeichnis \"D:\\\" konnte nicht gelöscht werden."})},
+                   Problems({NotDeleted("Das Verzeichnis", "D:\\")})},
                   With(TheRest(), {"- file D:\\UnInstall.exe"}));
 }
 
@@ -152,9 +147,7 @@ TEST(HandOver, WaitsForTheEditor) {
 
 std::string CopyFailed(const std::string& answer, const std::string& reason,
                        const std::string& source = kOwnFile) {
-    return Box('!', "*Abort Retry Ignore", answer,
-               "Beim Kopieren der Datei \"" + source + "\" nach \"" + kCopy +
-                   "\" ist der folgende Fehler aufgetreten:" + reason);
+    return Text("copy failed", {answer, source, kCopy, reason});
 }
 
 TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {

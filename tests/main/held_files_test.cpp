@@ -1,17 +1,11 @@
 // The files of the hand-over while somebody else has something to do with them: what is held
 // nobody may change, what others hold must not harm.
-#include <functional>
-
 #include "platform/win32.h"
 #include "tests/support/flow.h"
 
 namespace support {
 namespace {
 
-const std::string kScript = kTempFolder + "\\UnInstall.bat";
-const std::string kCopy = kTempFolder + "\\UnInstall.exe";
-const std::string kRecord = kTempFolder + "\\UnInstall.pif";
-const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
 const Lines kShown = With({Confirmation()}, CopyShows());
 
 bool IsHandOver(const std::string& line) {
@@ -35,18 +29,7 @@ void ExpectHeld(Machine& machine, const std::string& path) {
     EXPECT_EQ(DeleteFileA(path.c_str()), FALSE);
     EXPECT_EQ(GetLastError(), held) << path;
     EXPECT_EQ(CopyFileA((kTempFolder + "\\~DF3A1.tmp").c_str(), path.c_str(), FALSE), FALSE);
-    EXPECT_TRUE(SameChanges({}, Difference(before, machine.Look())));
-}
-
-// A first run that stops at a call, where something happens to the machine.
-Outcome RunFirstWith(Machine& machine, const std::string& call,
-                     const std::function<void()>& meanwhile) {
-    machine.StopAt(call).Begin({});
-    machine.Start(kOwnFile, "");
-    machine.WaitUntilStopped();
-    meanwhile();
-    machine.GoOn();
-    return machine.Finish();
+    ExpectChanges({}, Difference(before, machine.Look()));
 }
 
 // Script and copy until the script is started, which deletes them; then the script alone, so
@@ -56,13 +39,13 @@ TEST(HeldFiles, StayAsTheyWereWritten) {
     for (const std::string& call : Lines{"first CloseHandle 1 " + kCopy, "copy MessageBoxA 1 *"}) {
         SCOPED_TRACE(call);
         Machine machine;
-        const Outcome outcome = RunFirstWith(machine, call, [&] {
+        machine.Meanwhile(call, [&] {
             ExpectHeld(machine, kScript);
             if (call.starts_with("first")) {
                 ExpectHeld(machine, kCopy);
             }
         });
-        ExpectOutcome(outcome, kShown, CompleteRemoval());
+        ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
     }
 }
 
@@ -70,12 +53,9 @@ TEST(HeldFiles, StayAsTheyWereWritten) {
 TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
     for (const std::string& arguments : Lines{CopyArguments(), "/u=C:\\fehlt"}) {
         Machine machine;
-        machine.Program(kCopy).File(kScript, "del x").StopAt("copy MessageBoxA 1 *").Begin({});
-        machine.Start(kCopy, arguments);
-        machine.WaitUntilStopped();
-        ExpectHeld(machine, kScript);
-        machine.GoOn();
-        machine.Finish();
+        machine.File(kScript, "del x");
+        machine.Meanwhile("copy MessageBoxA 1 *", [&] { ExpectHeld(machine, kScript); });
+        machine.RunCopy(arguments, {});
         EXPECT_EQ(machine.Content(kScript), "del x");
         EXPECT_EQ(CodeOfOpening(kScript, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
     }
@@ -110,7 +90,7 @@ TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
     Machine machine;
     machine.Attributes(kOwnFile, "R").File(kCopy, "older", "R");
     Lines shown = kShown;
-    shown.back() = Problems({"Die Datei \"" + kOwnFile + "\" konnte nicht gelöscht werden."});
+    shown.back() = Problems({NotDeleted("Die Datei", kOwnFile)});
     ExpectOutcome(machine.RunFirst({}), shown, With(CompleteRemoval(), {"- file " + kCopy}));
 }
 
@@ -148,7 +128,7 @@ TEST(HeldFiles, AnExchangedOneEndsTheRun) {
         SCOPED_TRACE(exchange.before + exchange.path);
         Machine machine;
         machine.File(letter, "Inhalt");
-        Outcome outcome = RunFirstWith(machine, "first " + (exchange.before + exchange.path), [&] {
+        machine.Meanwhile("first " + (exchange.before + exchange.path), [&] {
             std::string content = machine.Content(exchange.path);
             machine.Remove(exchange.path);
             if (exchange.content == nullptr) {
@@ -160,6 +140,7 @@ TEST(HeldFiles, AnExchangedOneEndsTheRun) {
                 machine.File(exchange.path, exchange.content);
             }
         });
+        Outcome outcome = machine.RunFirst({});
         std::erase_if(outcome.difference, IsHandOver);
         ExpectEnd(outcome, exchange.said, {}, exchange.status);
     }

@@ -15,16 +15,14 @@
 namespace support {
 namespace {
 
-const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
-
 // A machine with problems for the completion dialog, whose copy is started in a terminal.
 // Whatever it waits for in vain, the time limit of the test ends.
 class InTerminal : public testing::Test {
  protected:
-    InTerminal() { machine_.Program(kTempFolder + "\\UnInstall.exe").Attributes(kTessorin, "R"); }
+    InTerminal() { machine_.Program(kCopy).Attributes(kEditor, "R"); }
 
     void Start(const std::string& arguments = CopyArguments(), const char* kind = "xterm") {
-        machine_.Begin({});
+        machine_.Answer({});
         const std::string program = machine_.HostFolder() + "/drives/C/windows/Temp/UnInstall.exe";
         const winsize size{12, 100, 0, 0};
         int terminal = -1;
@@ -105,9 +103,8 @@ TEST_F(InTerminal, QuestionsAreAnsweredByKeys) {
     EXPECT_FALSE(IsChanged());
     EXPECT_EQ(machine_.Shown(),
               (Lines{Progress(), FolderNotEmpty(kProgramFolder, "No"), ResetQuestion("No"),
-                     Problems({"Die Datei \"" + kTessorin + "\" konnte nicht gelöscht werden.",
-                               "Das Verzeichnis \"" + kProgramFolder +
-                                   "\" konnte nicht gelöscht werden."},
+                     Problems({NotDeleted("Die Datei", kEditor),
+                               NotDeleted("Das Verzeichnis", kProgramFolder)},
                               "close")}));
 }
 
@@ -127,7 +124,7 @@ TEST_F(InTerminal, EndingTheProgramAtAQuestionRemovesNoMore) {
         EXPECT_EQ(Wait(), signal);
         EXPECT_TRUE(signal == SIGHUP || !IsChanged());
         EXPECT_EQ(machine_.Shown(), Lines{Progress()});
-        EXPECT_TRUE(machine_.Look().files.contains(kTessorin));
+        EXPECT_TRUE(machine_.Look().files.contains(kEditor));
     }
 }
 

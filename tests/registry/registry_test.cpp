@@ -45,7 +45,7 @@ TEST_F(Registry, StoresTextsAndNumbers) {
     }
     EXPECT_EQ(Write("b", REG_EXPAND_SZ, "x"), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(WriteValue(HKEY_LOCAL_MACHINE, kArea + "\\fehlt", "", REG_SZ, "x", Silent), 2);
-    EXPECT_TRUE(SameChanges({}, Difference(before, machine_.Look())));
+    ExpectChanges({}, Difference(before, machine_.Look()));
 }
 
 // The counts of the shared files show the rest.
@@ -73,7 +73,7 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
         EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, key, "fehlt", read, ShowErrors), 2);
         EXPECT_EQ(read, "");
     }
-    EXPECT_TRUE(Same({}, machine_.Shown()));
+    EXPECT_EQ(machine_.Shown(), Lines{});
 }
 
 TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
@@ -84,11 +84,11 @@ TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
     handles::Key key;
     EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, Silent), 2);
     EXPECT_EQ(CreateKeyPath(root, "", ShowErrors), 0);
-    EXPECT_TRUE(SameChanges({}, Difference(before, machine_.Look())));
+    ExpectChanges({}, Difference(before, machine_.Look()));
     EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, CreateMissing), 0);
     EXPECT_TRUE(static_cast<bool>(key));
-    EXPECT_TRUE(SameChanges({"+ " + area + "\\B\\C", "+ " + area + "\\B\\C\\D"},
-                            Difference(before, machine_.Look())));
+    ExpectChanges({"+ " + area + "\\B\\C", "+ " + area + "\\B\\C\\D"},
+                  Difference(before, machine_.Look()));
 
     std::vector<std::string> names;
     EXPECT_EQ(EnumSubkeys(root, kArea, names, Silent), 0);
@@ -100,7 +100,7 @@ TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
     EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", Silent), 0);
     EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", ShowErrors), 2);
     EXPECT_EQ(DeleteKeyTree(root, "", ShowErrors | IgnoreDenied), 87);
-    EXPECT_TRUE(SameChanges({"- " + area + "\\B"}, Difference(before, machine_.Look())));
+    ExpectChanges({"- " + area + "\\B"}, Difference(before, machine_.Look()));
 }
 
 TEST_F(Registry, ReportsEachKindOfFailure) {
@@ -116,7 +116,7 @@ TEST_F(Registry, ReportsEachKindOfFailure) {
         machine_.Answer({"ignore"});
         EXPECT_FALSE(ReportRegError(kind, name, HKEY_CURRENT_USER, "A\\B", code));
         const std::string text = failure + Text("abort") + (icon == 'x' ? Text("ignore") : "");
-        EXPECT_TRUE(Same({Box(icon, "Abort *Retry Ignore", "Ignore", text)}, machine_.Shown()));
+        EXPECT_EQ(machine_.Shown(), Lines{Box(icon, "Abort *Retry Ignore -> Ignore: " + text)});
     };
     expect(RegOpRead, "", 5, 'x', value + "(Standard)" + in + " nicht gelesen" + denied);
     expect(RegOpWrite, "a b", 2, '!', value + "\"a b\"" + in + " nicht geschrieben" + missing);

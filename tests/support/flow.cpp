@@ -15,7 +15,7 @@ Parts ReadParts(const char* file) {
     Parts parts;
     std::string name;
     for (std::string line; std::getline(text, line);) {
-        if (line.starts_with('[')) {
+        if (line.starts_with('[') && line.ends_with(']')) {
             name = line.substr(1, line.size() - 2);
         } else if (!name.empty() && !line.empty()) {
             parts[name].push_back(line);
@@ -31,13 +31,16 @@ const Lines& Part(const std::string& name) {
 
 }  // namespace
 
-std::string Text(const std::string& name, const std::string& value) {
+std::string Text(const std::string& name, const Lines& values) {
     static const Parts parts = ReadParts("messages.txt");
     std::string text = parts.at(name).at(0);
-    if (const std::size_t place = text.find('%'); place != std::string::npos) {
+    std::size_t place = 0;
+    for (const std::string& value : values) {
+        place = text.find('%', place);
         text.replace(place, 1, value);
+        place += value.size();
     }
-    return text;
+    return text.starts_with('[') ? Box(text[1], text.substr(4)) : text;
 }
 
 Lines ShellReset() {
@@ -98,62 +101,16 @@ std::string Readable(const std::string& text) {
     return result;
 }
 
-std::string Box(char icon, const std::string& buttons, const std::string& answer,
-                const std::string& text) {
-    return "[" + std::string(1, Machine::kTellsIcons ? icon : ' ') + "] " + buttons + " -> " +
-           answer + ": " + text;
-}
-
-std::string Confirmation(const std::string& answer) {
-    return Box('!', "*Yes No", answer, Text("confirmation"));
-}
-
-std::string InUse(const std::string& answer) {
-    return Box('!', "*Retry Cancel", answer, Text("in use"));
-}
-
-std::string FolderNotEmpty(const std::string& folder, const std::string& answer) {
-    return Box('?', "*Yes No", answer, Text("folder", folder));
-}
-
-std::string ResetQuestion(const std::string& answer) {
-    return Box('?', "*Yes No", answer, Text("reset"));
-}
-
-std::string Success() {
-    return Box('i', "*OK", "OK", Text("success"));
-}
-
-std::string Progress() {
-    return "frmUnInstProc: " + Text("progress");
-}
-
-std::string FatalMessage(const std::string& description, const std::string& place) {
-    return Text("fatal", description) + Text("identifier", place);
-}
-
-std::string UnreadyDrive(const std::string& file) {
-    return FatalMessage(Text("unready drive", file), "6:1:71");
-}
-
-std::string Fatal(const std::string& message, const std::string& answer) {
-    return Box('x', "*Yes No", answer, message + Text("clipboard"));
+std::string Box(char icon, const std::string& asked) {
+    return "[" + std::string(1, Machine::kTellsIcons ? icon : ' ') + "] " + asked;
 }
 
 std::string Problems(const Lines& problems, const std::string& way) {
-    std::string text = "frmUnInstDone -> " + way + ": " + Text("problems") + " | ";
+    std::string lines;
     for (const std::string& problem : problems) {
-        text += (&problem == &problems.front() ? "-> " : "\\n-> ") + problem;
+        lines += (lines.empty() ? "" : "\\n-> ") + problem;
     }
-    return text;
-}
-
-std::string OutOfMemory(const std::string& place) {
-    return Box('x', "*OK", "OK", Text("memory", place));
-}
-
-std::string UnknownArgument(const std::string& arguments) {
-    return Box('!', "*OK", "OK", Text("argument", arguments));
+    return Text("problems", {way, lines});
 }
 
 Lines CopyShows(const Lines& problems, const std::string& reset) {
@@ -161,42 +118,29 @@ Lines CopyShows(const Lines& problems, const std::string& reset) {
             problems.empty() ? Success() : Problems(problems)};
 }
 
-testing::AssertionResult Same(const Lines& expected, const Lines& actual) {
-    if (expected == actual) {
-        return testing::AssertionSuccess();
-    }
-    testing::AssertionResult failure = testing::AssertionFailure();
-    const auto name = [&failure](const char* what, const Lines& lines, const Lines& others) {
-        for (const std::string& line : lines) {
-            if (std::find(others.begin(), others.end(), line) == others.end()) {
-                failure << "\n  " << what << line;
-            }
-        }
-    };
-    name("missing:    ", expected, actual);
-    name("unexpected: ", actual, expected);
-    name("in all:     ", actual, {});
-    return failure;
-}
-
-testing::AssertionResult SameChanges(Lines expected, Lines actual) {
-    std::sort(expected.begin(), expected.end());
-    std::sort(actual.begin(), actual.end());
-    return Same(expected, actual);
+void ExpectChanges(Lines expected, Lines actual) {
+    std::ranges::sort(expected);
+    std::ranges::sort(actual);
+    Lines missing;
+    Lines unexpected;
+    std::ranges::set_difference(expected, actual, std::back_inserter(missing));
+    std::ranges::set_difference(actual, expected, std::back_inserter(unexpected));
+    EXPECT_EQ(missing, Lines{});
+    EXPECT_EQ(unexpected, Lines{});
 }
 
 void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
                    int status) {
     EXPECT_EQ(outcome.status, status);
-    EXPECT_TRUE(Same(shown, outcome.shown));
-    EXPECT_TRUE(SameChanges(difference, outcome.difference));
+    EXPECT_EQ(outcome.shown, shown);
+    ExpectChanges(difference, outcome.difference);
     EXPECT_EQ(outcome.errors, "");
 }
 
 void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference,
                int status) {
     EXPECT_EQ(outcome.status, status);
-    EXPECT_TRUE(SameChanges(difference, outcome.difference));
+    ExpectChanges(difference, outcome.difference);
     ASSERT_EQ(outcome.shown.size(), 2U);
     EXPECT_NE(outcome.shown[1].find(text), std::string::npos) << outcome.shown[1];
 }

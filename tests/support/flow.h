@@ -39,38 +39,57 @@ Lines With(Lines lines, const Lines& more);
 Lines Without(Lines lines, std::string_view part);
 Lines Without(Lines lines, const Lines& others);
 
-// A text of the program's in tests/stage/messages.txt, with a value in the place of "%".
-std::string Text(const std::string& name, const std::string& value = "");
+// A text of the program's in tests/stage/messages.txt, with these values.
+std::string Text(const std::string& name, const Lines& values = {});
 // A text with its control characters as above.
 std::string Readable(const std::string& text);
 
-// A message box; the icon is a blank where it cannot be told.
-std::string Box(char icon, const std::string& buttons, const std::string& answer,
-                const std::string& text);
-std::string Confirmation(const std::string& answer = "Yes");
-std::string InUse(const std::string& answer);
-std::string FolderNotEmpty(const std::string& folder, const std::string& answer = "Yes");
-std::string ResetQuestion(const std::string& answer = "Yes");
-std::string Success();
-std::string Progress();  // the progress window
-// All that the copy shows when it removes everything but for these problems.
-Lines CopyShows(const Lines& problems = {}, const std::string& reset = "Yes");
+// A message box by all that follows its icon, which is a blank where it cannot be told.
+std::string Box(char icon, const std::string& asked);
+inline std::string Confirmation(const std::string& answer = "Yes") {
+    return Text("confirmation", {answer});
+}
+inline std::string InUse(const std::string& answer) {
+    return Text("in use", {answer});
+}
+inline std::string FolderNotEmpty(const std::string& folder, const std::string& answer = "Yes") {
+    return Text("folder", {answer, folder});
+}
+inline std::string ResetQuestion(const std::string& answer = "Yes") {
+    return Text("reset", {answer});
+}
+inline std::string Success() {
+    return Text("success");
+}
+inline std::string Progress() {
+    return Text("progress");
+}
+inline std::string UnknownArgument(const std::string& arguments) {
+    return Text("argument", {arguments});
+}
+// A line of the completion dialog.
+inline std::string NotDeleted(const std::string& what, const std::string& name) {
+    return what + " \"" + name + "\" konnte nicht gelöscht werden.";
+}
 // The completion dialog with these lines, closed that way.
 std::string Problems(const Lines& problems, const std::string& way = "click");
+// All that the copy shows when it removes everything but for these problems.
+Lines CopyShows(const Lines& problems = {}, const std::string& reset = "Yes");
 // The report of an unexpected failure: its message, with the part of the identifier that
 // tells the place, and the box that asks whether to copy it.
-std::string FatalMessage(const std::string& description, const std::string& place);
-std::string Fatal(const std::string& message, const std::string& answer);
+inline std::string FatalMessage(const std::string& description, const std::string& place) {
+    return Text("fatal", {description, place});
+}
+inline std::string Fatal(const std::string& message, const std::string& answer) {
+    return Text("fatal box", {answer, message});
+}
 // The message where the drive is not ready when the removal waits for that file.
-std::string UnreadyDrive(const std::string& file);
-// The short report, with the procedure and the place.
-std::string OutOfMemory(const std::string& place);
-std::string UnknownArgument(const std::string& arguments);
+inline std::string UnreadyDrive(const std::string& file) {
+    return FatalMessage(Text("unready drive", {file}), "6:1:71");
+}
 
-// Whether two lists hold the same lines in the same order, as what is shown must.
-testing::AssertionResult Same(const Lines& expected, const Lines& actual);
-// The same in any order, for differences.
-testing::AssertionResult SameChanges(Lines expected, Lines actual);
+// Two lists of differences hold the same lines in any order.
+void ExpectChanges(Lines expected, Lines actual);
 
 // Compares everything a run did: exit status 0, what was shown, the whole difference, and
 // nothing on stderr.

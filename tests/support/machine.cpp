@@ -30,18 +30,16 @@ Machine& Machine::Program(const std::string& path) {
 
 Outcome Machine::Run(const std::string& program, const std::string& arguments,
                      const std::vector<std::string>& answers) {
-    Begin(answers);
-    Start(program, arguments);
-    return Finish();
-}
-
-void Machine::Begin(const std::vector<std::string>& answers) {
     Answer(answers);
-    before_ = Look();
+    const State before = Look();
+    Outcome outcome = Execute(program, arguments);
+    outcome.shown = Shown();
+    outcome.difference = Difference(before, Look());
+    return outcome;
 }
 
 Outcome Machine::RunFirst(const std::vector<std::string>& answers) {
-    return Run(kProgramFolder + "\\UnInstall.exe", "", answers);
+    return Run(kOwnFile, "", answers);
 }
 
 Outcome Machine::RunCopy(const std::vector<std::string>& answers) {
@@ -49,8 +47,8 @@ Outcome Machine::RunCopy(const std::vector<std::string>& answers) {
 }
 
 Outcome Machine::RunCopy(const std::string& arguments, const std::vector<std::string>& answers) {
-    Program(kTempFolder + "\\UnInstall.exe");
-    return Run(kTempFolder + "\\UnInstall.exe", arguments, answers);
+    Program(kCopy);
+    return Run(kCopy, arguments, answers);
 }
 
 void Machine::HoldOpen(const std::string& path) {

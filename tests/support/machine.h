@@ -4,6 +4,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,18 +14,6 @@
 #include "tests/support/state.h"
 
 namespace support {
-
-// Paths of the staged machine.
-inline const std::string kProgramFolder = "C:\\Programme\\Büro Tessorin";
-inline const std::string kTempFolder = "C:\\windows\\Temp";
-inline const std::string kGroupFolder =
-    "C:\\Dokumente und Einstellungen\\All Users\\Startmenü\\Programme\\Tessorin";
-inline const std::string kHklm = "HKEY_LOCAL_MACHINE\\";
-inline const std::string kUser = "HKEY_USERS\\S-1-5-21-1454471165-823518204-1801674531-1000\\";
-inline const std::string kClasses = kHklm + "Software\\Classes\\";
-inline const std::string kSharedDlls =
-    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
-inline const std::string kMakerKey = "Software\\Verlonix";
 
 // What a run did.
 struct Outcome {
@@ -94,17 +83,10 @@ class Machine {
     // without one gets its default.
     Outcome Run(const std::string& program, const std::string& arguments,
                 const std::vector<std::string>& answers);
-    // The same in steps, for several processes at a time: the state to compare with and
-    // the answers, any number of starts, and the end of all.
-    void Begin(const std::vector<std::string>& answers);
-    void Start(const std::string& program, const std::string& arguments);
-    Outcome Finish();
-    // Between Start and Finish a process stops right before a call, named as in [faults] of
-    // machine.ini, until it may go on. Only the hosted machine can do that; elsewhere
-    // it stops at the next question.
-    Machine& StopAt(const std::string& call);
-    void WaitUntilStopped();
-    void GoOn();
+    // Right before a call of the next run, named as in [faults] of machine.ini, this happens
+    // while the process stands still. Only the hosted machine knows calls; elsewhere it
+    // happens at the first question.
+    Machine& Meanwhile(const std::string& call, std::function<void()> happens);
 
     // The whole hand-over, from the program folder.
     Outcome RunFirst(const std::vector<std::string>& answers);
@@ -140,9 +122,11 @@ class Machine {
     // Where a path of the machine lies for the test process.
     [[nodiscard]] std::filesystem::path Place(const std::string& path) const;
 
+    // Starts the program and waits for all that comes of it: its exit status and what they wrote.
+    Outcome Execute(const std::string& program, const std::string& arguments);
+
     struct Host;
     std::unique_ptr<Host> host_;
-    State before_;
     handles::File held_;
 };
 
@@ -151,11 +135,6 @@ std::string ToUtf8(std::string_view ansi);
 std::string FromUtf8(std::string_view utf8);
 // The uninstaller that was built.
 std::filesystem::path BuiltProgram();
-
-// The argument text of the relaunched copy.
-inline std::string CopyArguments() {
-    return "/u=" + kProgramFolder;
-}
 
 }  // namespace support
 

@@ -9,13 +9,7 @@
 
 namespace support {
 
-using machine::Digest;
-using machine::FileState;
-using machine::ReadBytes;
-using machine::ReadStagedFiles;
-using machine::StagedFile;
-using machine::State;
-using machine::WriteBytes;
+using namespace machine;  // NOLINT(google-build-using-namespace): tests live on one
 using regtext::Keys;
 using regtext::Values;
 

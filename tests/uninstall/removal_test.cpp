@@ -5,22 +5,10 @@
 namespace support {
 namespace {
 
-const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
-
-const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
-
 // All but one.
 Lines ShortcutsGone() {
     const std::string shortcut = "- file " + kGroupFolder + "\\Tessorin";
     return {shortcut + ".lnk", shortcut + "-Website.lnk", shortcut + " Website.lnk"};
-}
-
-Lines ShownWith(const Lines& problems) {
-    return CopyShows(problems);
-}
-
-std::string NotDeleted(const std::string& what, const std::string& path) {
-    return what + " \"" + path + "\" konnte nicht gelöscht werden.";
 }
 
 TEST(Removal, WithoutResetKeepsEveryShellSettingAndTheKeysOfOtherProducts) {
@@ -45,7 +33,7 @@ TEST(Removal, KeepsAFolderThatIsNotEmptyIfAskedTo) {
          Problems({NotDeleted("Das Verzeichnis", kProgramFolder),
                    NotDeleted("Das Verzeichnis", kGroupFolder)})},
         With(Without(Without(CompleteRemoval(), "- folder " + kProgramFolder), kGroupFolder),
-             With(ShortcutsGone(), {"- file " + kTessorin, "- file " + kOwnFile,
+             With(ShortcutsGone(), {"- file " + kEditor, "- file " + kOwnFile,
                                     "- file " + kGroupFolder + "\\Deinstallieren.lnk"})));
 }
 
@@ -58,7 +46,7 @@ TEST(Removal, KeepsAFolderThatCouldNotBeAskedAbout) {
         machine.RunCopy({}),
         {Progress(), ResetQuestion(), Problems({NotDeleted("Das Verzeichnis", kProgramFolder)})},
         With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
-             {"- file " + kTessorin, "- file " + kOwnFile}));
+             {"- file " + kEditor, "- file " + kOwnFile}));
 }
 
 // A key that disappears meanwhile is gone; one whose subkeys cannot all be named is not begun.
@@ -81,22 +69,21 @@ TEST(Removal, KeepsAFolderThatCannotBeReadToItsEnd) {
         Machine machine;
         machine.Setting("faults",
                         "copy FindNextFileA " + occurrence + " " + kProgramFolder + "\\*=21");
-        EXPECT_TRUE(Same({Progress(), ResetQuestion("No"),
-                          Problems({NotDeleted("Das Verzeichnis", kProgramFolder)})},
-                         machine.RunCopy({"no"}).shown));
+        EXPECT_EQ(machine.RunCopy({"no"}).shown,
+                  (Lines{Progress(), ResetQuestion("No"),
+                         Problems({NotDeleted("Das Verzeichnis", kProgramFolder)})}));
     }
 }
 
 TEST(Removal, DoesNotTryWhatIsReadOnly) {
     NEEDS(kKeepsReadOnly, "folders are never read-only here");
     Machine machine;
-    machine.Attributes(kProgramFolder, "R").Attributes(kTessorin, "RH");
+    machine.Attributes(kProgramFolder, "R").Attributes(kEditor, "RH");
     machine.Attributes(kGroupFolder + "\\Deinstallieren.lnk", "R");
     ExpectOutcome(
         machine.RunCopy({"no", "yes"}),
         {Progress(), FolderNotEmpty(kGroupFolder, "No"), ResetQuestion(),
-         Problems({NotDeleted("Die Datei", kTessorin),
-                   NotDeleted("Das Verzeichnis", kProgramFolder),
+         Problems({NotDeleted("Die Datei", kEditor), NotDeleted("Das Verzeichnis", kProgramFolder),
                    NotDeleted("Die Verknüpfung", kGroupFolder + "\\Deinstallieren.lnk"),
                    NotDeleted("Das Verzeichnis", kGroupFolder)})},
         With(Without(Without(CompleteRemoval(), "- folder " + kProgramFolder), kGroupFolder),
@@ -108,7 +95,7 @@ TEST(Removal, FindsHiddenRemainsAndEmptyFolders) {
     Machine machine;
     machine.Remove(kProgramFolder).File(kProgramFolder + "\\nur dies.txt", "x", "RHS");
     machine.Remove(kGroupFolder).Folder(kGroupFolder);
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 // Blanks at the end, too: the system passes over them.
@@ -121,7 +108,7 @@ TEST(Removal, FindsItsFolderUnderAnyNameOfIt) {
     for (const std::string& spelling :
          {ToUtf8(name), kProgramFolder + "   ", std::string("c:\\programme\\BÜRO tessorin\\")}) {
         Machine one;
-        ExpectOutcome(one.RunCopy("/u=" + spelling, {}), ShownWith({}), CompleteRemoval());
+        ExpectOutcome(one.RunCopy("/u=" + spelling, {}), CopyShows(), CompleteRemoval());
     }
 }
 
@@ -137,25 +124,20 @@ TEST(Removal, HasNothingToSayWhenEverythingIsGoneAlready) {
 TEST(Removal, WaitsForAFileThatIsHeld) {
     NEEDS_SETTINGS();
     Machine machine;
-    machine.Program(kTempFolder + "\\UnInstall.exe").HoldOpen(kTessorin);
-    machine.StopAt("copy SHFileOperationA 3 " + kTessorin).Begin({});
-    machine.Start(kTempFolder + "\\UnInstall.exe", CopyArguments());
-    machine.WaitUntilStopped();
-    machine.LetGo();
-    machine.GoOn();
-    ExpectOutcome(machine.Finish(), ShownWith({}), CompleteRemoval());
+    machine.HoldOpen(kEditor);
+    machine.Meanwhile("copy SHFileOperationA 3 " + kEditor, [&machine] { machine.LetGo(); });
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 TEST(Removal, GivesAHeldFileUpAfterHalfASecond) {
     Machine machine;
-    machine.HoldOpen(kTessorin);
+    machine.HoldOpen(kEditor);
     const Outcome outcome = machine.RunCopy({});
-    EXPECT_TRUE(Same(ShownWith({NotDeleted("Die Datei", kTessorin),
-                                NotDeleted("Das Verzeichnis", kProgramFolder)}),
-                     outcome.shown));
-    EXPECT_TRUE(machine.Look().files.contains(kTessorin));
-    EXPECT_TRUE(SameChanges(Without(CompleteRemoval(), "- folder " + kProgramFolder),
-                            Without(outcome.difference, kProgramFolder)));
+    EXPECT_EQ(outcome.shown, CopyShows({NotDeleted("Die Datei", kEditor),
+                                        NotDeleted("Das Verzeichnis", kProgramFolder)}));
+    EXPECT_TRUE(machine.Look().files.contains(kEditor));
+    ExpectChanges(Without(CompleteRemoval(), "- folder " + kProgramFolder),
+                  Without(outcome.difference, kProgramFolder));
 }
 
 // A deletion is tried once and then every 10 ms until more than 500 ms have passed, also
@@ -166,18 +148,18 @@ TEST(Removal, CountsHalfASecondAcrossTheWrapOfTheClock) {
         SCOPED_TRACE(start);
         Machine machine;
         machine.Setting("clock", start).Setting("trace", "calls=1");
-        machine.Setting("faults", "copy SHFileOperationA * " + kTessorin + "=32");
-        ExpectOutcome(machine.RunCopy({}), ShownWith({NotDeleted("Die Datei", kTessorin)}),
+        machine.Setting("faults", "copy SHFileOperationA * " + kEditor + "=32");
+        ExpectOutcome(machine.RunCopy({}), CopyShows({NotDeleted("Die Datei", kEditor)}),
                       CompleteRemoval());
-        EXPECT_EQ(machine.Calls("SHFileOperationA", kTessorin), 51U);
+        EXPECT_EQ(machine.Calls("SHFileOperationA", kEditor), 51U);
 
         Machine another;
         another.Setting("clock", start);
         for (int time = 1; time <= 50; ++time) {
-            another.Setting("faults", "copy SHFileOperationA " + std::to_string(time) + " " +
-                                          kTessorin + "=32");
+            another.Setting(
+                "faults", "copy SHFileOperationA " + std::to_string(time) + " " + kEditor + "=32");
         }
-        ExpectOutcome(another.RunCopy({}), ShownWith({}), CompleteRemoval());
+        ExpectOutcome(another.RunCopy({}), CopyShows(), CompleteRemoval());
     }
 }
 
@@ -190,10 +172,10 @@ TEST(Removal, KeepsAFolderWhoseLinksStay) {
         machine.Folder(kProgramFolder + folder);
         machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
         machine.Setting("faults", "copy RemoveDirectoryA * *=5");
-        ExpectOutcome(
-            machine.RunCopy({}), CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}),
-            With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
-                 {"- file " + kTessorin, "- file " + kProgramFolder + "\\UnInstall.exe"}));
+        ExpectOutcome(machine.RunCopy({}),
+                      CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}),
+                      With(Without(CompleteRemoval(), "- folder " + kProgramFolder),
+                           {"- file " + kEditor, "- file " + kOwnFile}));
     }
 }
 
@@ -205,7 +187,7 @@ TEST(Removal, KeepsAFolderThatOnlyTheShellCanLookInto) {
     machine.Link(kProgramFolder + "\\Ελλάδα\\Textwerk", "C:\\Programme\\Textwerk");
     machine.Setting("faults", "copy FindFirstFileA * " + kProgramFolder + "\\*=less");
     const Outcome outcome = machine.RunCopy({});
-    EXPECT_TRUE(Same(CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}), outcome.shown));
+    EXPECT_EQ(outcome.shown, CopyShows({NotDeleted("Das Verzeichnis", kProgramFolder)}));
     EXPECT_TRUE(machine.Look().files.contains(kProgramFolder + "\\Ελλάδα\\Textwerk"));
 }
 
@@ -219,7 +201,7 @@ TEST(Removal, TakesNamesThatTheCodePageLacks) {
         machine.Link(kProgramFolder + folder + "\\Textwerk", "C:\\Programme\\Textwerk");
     }
     machine.File(kProgramFolder + "\\Я.txt", "x");
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), CompleteRemoval());
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 TEST(Removal, FallsBackToTheUsersOwnMenu) {
@@ -229,13 +211,13 @@ TEST(Removal, FallsBackToTheUsersOwnMenu) {
     const Lines others = Without(CompleteRemoval(), kGroupFolder);
     Machine machine;
     machine.NoSetting("folders", "common-programs");
-    ExpectOutcome(machine.RunCopy({}), ShownWith({}), With(others, {"- folder " + own}));
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), With(others, {"- folder " + own}));
 
     // Without any menu nothing may happen relative to the current folder.
     Machine without;
     without.NoSetting("folders", "common-programs").NoSetting("folders", "programs");
     without.Folder("C:\\windows\\system32\\Tessorin");
-    ExpectOutcome(without.RunCopy({}), ShownWith({NotDeleted("Das Verzeichnis", "Tessorin")}),
+    ExpectOutcome(without.RunCopy({}), CopyShows({NotDeleted("Das Verzeichnis", "Tessorin")}),
                   others);
 }
 
@@ -254,7 +236,7 @@ TEST(Removal, NamesTheKeysThatItMayNotTouch) {
     ExpectOutcome(
         machine.RunCopy({}),
         // The user's own hive is met again among all hives.
-        ShownWith({NotDeleted(key, "HKEY_CURRENT_USER\\" + product),
+        CopyShows({NotDeleted(key, "HKEY_CURRENT_USER\\" + product),
                    NotDeleted(key, kUser + product), NotDeleted(key, neighbour),
                    NotDeleted(key, kHklm + uninstall)}),
         Without(Without(Without(CompleteRemoval(), "\\Uninstall\\"), "1000\\Software\\Verlonix"),

@@ -5,16 +5,14 @@
 namespace support {
 namespace {
 
-const std::string kTessorin = kProgramFolder + "\\Tessorin.exe";
-
 TEST(CompletionDialog, EndsHoweverItIsClosed) {
     for (const std::string& way : Split("ok|enter|escape|alt+o|close|alt+f4")) {
         SCOPED_TRACE(way);
         Machine machine;
-        machine.Attributes(kTessorin, "R");
+        machine.Attributes(kEditor, "R");
         ExpectOutcome(machine.RunCopy({"yes", "yes", way}),
                       {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(),
-                       Problems({"Die Datei \"" + kTessorin + "\" konnte nicht gelöscht werden."},
+                       Problems({NotDeleted("Die Datei", kEditor)},
                                 way == "close" || way == "alt+f4" ? "close" : "click")},
                       CompleteRemoval());
     }
@@ -23,7 +21,7 @@ TEST(CompletionDialog, EndsHoweverItIsClosed) {
 TEST(CompletionDialog, ComesWithTheSystemsSound) {
     NEEDS_SETTINGS();
     Machine machine;
-    machine.Setting("trace", "calls=1").Attributes(kTessorin, "R").RunCopy({});
+    machine.Setting("trace", "calls=1").Attributes(kEditor, "R").RunCopy({});
     EXPECT_EQ(machine.Calls("MessageBeep", ""), 1U);
 }
 
@@ -33,19 +31,19 @@ TEST(FatalReport, NamesThePlaceThatLacksMemory) {
     machine.Setting("faults", "copy HeapAlloc 200 *=8");
     const Outcome outcome = machine.RunCopy({});
     ASSERT_FALSE(outcome.shown.empty());
-    EXPECT_EQ(outcome.shown.back(), OutOfMemory("6:1"));
+    EXPECT_EQ(outcome.shown.back(), Text("memory", {"6:1"}));
 }
 
 // Where the drive fails in the middle of the sequence, nothing behind that step is done. The
 // program ends where it stands, with its window open.
 TEST(FatalReport, EndsTheSequence) {
     NEEDS_SETTINGS();
-    const std::string message = UnreadyDrive(kTessorin);
+    const std::string message = UnreadyDrive(kEditor);
     for (const bool copied : {true, false}) {
         SCOPED_TRACE(copied);
         Machine machine;
         // Both looks for the editor's file: in the wait, and the last one that decides.
-        machine.Setting("faults", "copy FindFirstFileA * " + kTessorin + "=21");
+        machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
         ExpectOutcome(machine.RunCopy({copied ? "yes" : "no"}),
                       {Progress(), Fatal(message, copied ? "Yes" : "No")}, {}, 1);
         EXPECT_EQ(Readable(machine.Clipboard()), copied ? message + "\\n" : "");
@@ -62,7 +60,7 @@ TEST(FatalReport, ReachesTheClipboardWithoutAWindow) {
         const bool refused = control == "txtErrLog";
         SCOPED_TRACE(control);
         Machine machine;
-        machine.Attributes(kTessorin, "R");
+        machine.Attributes(kEditor, "R");
         machine.Setting("faults", "copy SetWindowTextA * " + control + "=1450");
         if (refused) {
             machine.Setting("faults", "copy CreateWindowExA * owner=8");

@@ -7,6 +7,28 @@
 
 namespace machine {
 
+// Names on the staged machine.
+inline const std::string kProgramFolder = "C:\\Programme\\Büro Tessorin";
+inline const std::string kTempFolder = "C:\\windows\\Temp";
+inline const std::string kGroupFolder =
+    "C:\\Dokumente und Einstellungen\\All Users\\Startmenü\\Programme\\Tessorin";
+inline const std::string kOwnFile = kProgramFolder + "\\UnInstall.exe";
+inline const std::string kEditor = kProgramFolder + "\\Tessorin.exe";
+// What the first run makes.
+inline const std::string kScript = kTempFolder + "\\UnInstall.bat";
+inline const std::string kCopy = kTempFolder + "\\UnInstall.exe";
+inline const std::string kRecord = kTempFolder + "\\UnInstall.pif";
+inline const std::string kHklm = "HKEY_LOCAL_MACHINE\\";
+inline const std::string kUser = "HKEY_USERS\\S-1-5-21-1454471165-823518204-1801674531-1000\\";
+inline const std::string kClasses = kHklm + "Software\\Classes\\";
+inline const std::string kSharedDlls =
+    kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs";
+inline const std::string kMakerKey = "Software\\Verlonix";
+// The argument text of the relaunched copy.
+inline std::string CopyArguments() {
+    return "/u=" + kProgramFolder;
+}
+
 struct StagedFile {
     enum class Kind { Folder, Bytes, Program };
     Kind kind = Kind::Bytes;

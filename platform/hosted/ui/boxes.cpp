@@ -48,7 +48,7 @@ std::optional<std::size_t> Position(const Buttons& buttons, std::string_view wor
 Dialog DialogOf(LPCSTR text, LPCSTR caption, UINT style, const Buttons& buttons) {
     Dialog dialog;
     dialog.title = caption;
-    dialog.icon = (style >> 4) & 0xF;
+    dialog.icon = ((style >> 4) & 0xF) % 5;  // there are no others
     dialog.texts.push_back({text});
     for (const BoxButton& button : buttons) {
         dialog.buttons.emplace_back(button.label);
@@ -102,7 +102,7 @@ int WINAPI MessageBoxA(HWND, LPCSTR text, LPCSTR caption, UINT style) {
         return call.Fail(1438);  // ERROR_INVALID_MSGBOX_STYLE
     }
     hosted::Dialog dialog = hosted::DialogOf(text, caption, style, buttons);
-    std::string look{'[', " x?!i"[dialog.icon % 5], ']'};
+    std::string look{'[', " x?!i"[dialog.icon], ']'};
     for (const hosted::BoxButton& button : buttons) {
         look.append(&button == &buttons[dialog.focus] ? " *" : " ").append(button.word);
     }

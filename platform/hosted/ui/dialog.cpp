@@ -162,7 +162,7 @@ Lines Rows(const DialogText& text, std::size_t width) {
 }  // namespace
 
 Lines Draw(const Dialog& dialog, const Screen& screen) {
-    const Icon& icon = kIcons[std::min(dialog.icon, kIcons.size() - 1)];
+    const Icon& icon = kIcons[dialog.icon];
     const std::size_t width = WidthOf(dialog, screen, icon.symbol.size());
     Lines lines{Top(dialog, width, screen.attributes)};
     const auto add = [&lines](const std::string& row) { lines.push_back("│ " + row + " │"); };

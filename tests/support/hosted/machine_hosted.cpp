@@ -72,6 +72,21 @@ fs::path& Entered() {
     return folder;
 }
 
+pid_t StartProcess(const fs::path& file, const std::string& arguments, const fs::path& errors) {
+    const pid_t process = fork();
+    if (process == 0) {
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        const int log = open(errors.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+        if (dup2(nothing, STDIN_FILENO) >= 0 && dup2(nothing, STDOUT_FILENO) >= 0 &&
+            dup2(log, STDERR_FILENO) >= 0) {
+            execl(file.c_str(), file.c_str(), arguments.empty() ? nullptr : arguments.c_str(),
+                  nullptr);
+        }
+        _exit(127);
+    }
+    return process;
+}
+
 // What the command interpreter could not do and answers that do not fit are part of what a
 // test may want; a process that says anything else has a fault.
 bool IsExpected(const std::string& line) {
@@ -100,43 +115,14 @@ const bool Machine::kKeepsReadOnly = true;
 const bool Machine::kTellsIcons = true;
 
 struct Machine::Host {
-    enum class Event { Ended, Signalled, Idle };
-    // Waits until a process has ended, or until there is something to read in a pipe. The
-    // children of one that has ended are there before its end is seen.
-    Event Next(int pipe = -1);
-
     // What is there now, with what the test process has not saved yet.
     [[nodiscard]] State Look() const;
     // Changes the registry of a machine on which nothing runs.
     void Change(const std::function<void(Keys&)>& change) const;
 
     fs::path folder{FreshFolder()};
-    pid_t process = 0;
-    int status = -1;  // of that process
-    bool overdue = false;
-    Descriptor go;
+    std::function<void()> meanwhile;
 };
-
-Machine::Host::Event Machine::Host::Next(int pipe) {
-    const std::vector<pid_t> children = Children();
-    if (children.empty()) {
-        return Event::Idle;
-    }
-    const Descriptor ending(static_cast<int>(syscall(SYS_pidfd_open, children.front(), 0)));
-    std::array<pollfd, 2> waits{{{ending.Get(), POLLIN, 0}, {pipe, POLLIN, 0}}};
-    if (poll(waits.data(), waits.size(), kTimeLimit) == 0) {
-        overdue = true;
-        kill(children.front(), SIGKILL);
-    } else if ((waits[1].revents & POLLIN) != 0) {
-        return Event::Signalled;
-    }
-    int ended = 0;
-    waitpid(children.front(), &ended, 0);
-    if (children.front() == process) {
-        status = WIFEXITED(ended) ? WEXITSTATUS(ended) : 128 + WTERMSIG(ended);
-    }
-    return Event::Ended;
-}
 
 State Machine::Host::Look() const {
     if (Entered() == folder) {
@@ -160,11 +146,6 @@ Machine::Machine() : host_(std::make_unique<Host>()) {
 }
 
 Machine::~Machine() {
-    // A test that has broken off may have left one that waits to go on.
-    for (auto children = Children(); !children.empty(); children = Children()) {
-        kill(children.front(), SIGKILL);
-        waitpid(children.front(), nullptr, 0);
-    }
     LetGo();
     if (Entered() == host_->folder) {
         hosted::Machine::Leave();
@@ -268,61 +249,46 @@ std::vector<std::string> Machine::Shown() const {
     return shown;
 }
 
-void Machine::Start(const std::string& program, const std::string& arguments) {
-    const std::string file = Place(program).string();
-    const std::string errors = (host_->folder / "errors.txt").string();
-    host_->process = fork();
-    if (host_->process == 0) {
-        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-        const int log = open(errors.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-        if (dup2(nothing, STDIN_FILENO) >= 0 && dup2(nothing, STDOUT_FILENO) >= 0 &&
-            dup2(log, STDERR_FILENO) >= 0) {
-            execl(file.c_str(), file.c_str(), arguments.empty() ? nullptr : arguments.c_str(),
-                  nullptr);
-        }
-        _exit(127);
-    }
-}
-
-Machine& Machine::StopAt(const std::string& call) {
+Machine& Machine::Meanwhile(const std::string& call, std::function<void()> happens) {
     for (const char* pipe : {"stopped", "go"}) {
         mkfifo((host_->folder / pipe).c_str(), 0666);
     }
+    host_->meanwhile = std::move(happens);
     return Setting("faults", call + "=stop");
 }
 
-void Machine::WaitUntilStopped() {
-    const fs::path pipe = host_->folder / "stopped";
-    const Descriptor stopped(open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    Host::Event event = Host::Event::Ended;
-    while (event == Host::Event::Ended) {
-        event = host_->Next(stopped.Get());
-    }
-    ASSERT_EQ(event, Host::Event::Signalled) << "nothing stops";
-    std::array<char, 1000> line{};
-    ASSERT_GT(read(stopped.Get(), line.data(), line.size()), 0);
-}
-
-void Machine::GoOn() {
-    // Open until the process has read it, and at once, whether it is there or not.
-    host_->go = Descriptor(open((host_->folder / "go").c_str(), O_RDWR | O_CLOEXEC));
-    ASSERT_EQ(write(host_->go.Get(), "go\n", 3), 3);
-}
-
-Outcome Machine::Finish() {
+Outcome Machine::Execute(const std::string& program, const std::string& arguments) {
     const fs::path& folder = host_->folder;
-    while (host_->Next() != Host::Event::Idle) {
-    }
+    // Both open before anybody waits for the other end of them.
+    Descriptor stopped(open((folder / "stopped").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor go(open((folder / "go").c_str(), O_RDWR | O_CLOEXEC));
+    const pid_t process = StartProcess(Place(program), arguments, folder / "errors.txt");
     Outcome outcome;
-    outcome.status = host_->status;
-    outcome.shown = Shown();
-    outcome.difference = Difference(before_, Look());
+    for (auto children = Children(); !children.empty(); children = Children()) {
+        // The children of one that has ended are there before its end is seen.
+        const Descriptor ending(static_cast<int>(syscall(SYS_pidfd_open, children.front(), 0)));
+        std::array<pollfd, 2> waits{{{ending.Get(), POLLIN, 0}, {stopped.Get(), POLLIN, 0}}};
+        if (poll(waits.data(), waits.size(), kTimeLimit) == 0) {
+            ADD_FAILURE() << "has no end:\n" << ReadIfThere(folder / "transcript.txt");
+            kill(children.front(), SIGKILL);
+        } else if ((waits[1].revents & POLLIN) != 0) {
+            stopped.Close();
+            std::exchange(host_->meanwhile, nullptr)();
+            EXPECT_EQ(write(go.Get(), "go\n", 3), 3);
+            continue;
+        }
+        int status = 0;
+        waitpid(children.front(), &status, 0);
+        if (children.front() == process) {
+            outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+    }
+    EXPECT_FALSE(host_->meanwhile) << "nothing has stopped";
     outcome.errors = ReadIfThere(folder / "errors.txt") + ReadIfThere(folder / "log.txt");
     std::istringstream lines(outcome.errors);
     for (std::string line; std::getline(lines, line);) {
         EXPECT_TRUE(IsExpected(line)) << line;
     }
-    EXPECT_FALSE(host_->overdue) << ReadIfThere(folder / "transcript.txt");
     return outcome;
 }
 

@@ -1,12 +1,11 @@
 // The part of the machine that sits in front of the screen: watches for the program's windows
 // and message boxes, in whatever process, writes down what they show, and answers them.
-#include <atomic>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
 
 #include "tests/support/flow.h"
-#include "tests/support/windows/real.h"
 
 namespace support {
 namespace {
@@ -28,8 +27,7 @@ std::mutex guard;
 Lines answers;
 std::size_t asked = 0;
 Lines shown;
-std::atomic<bool> holding = false;  // questions wait for their answers
-std::atomic<bool> held = false;     // one does
+std::function<void()> meanwhile;  // what happens at the next question
 
 // Asks no thread: one that shows nothing any more would never answer. What an edit control
 // holds only the control knows.
@@ -41,7 +39,8 @@ std::string Text(HWND window, bool isEdit) {
         SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
                             SMTO_ABORTIFHUNG, 10000, &length);
     }
-    return ToUtf8(text.substr(0, length));
+    const std::u8string utf8 = std::filesystem::path(text.substr(0, length)).u8string();
+    return {utf8.begin(), utf8.end()};
 }
 
 bool HasType(HWND window, unsigned type, unsigned mask) {
@@ -105,10 +104,10 @@ void AnswerQuestion(HWND window, const Parts& parts) {
         names += (names.empty() ? "" : " ") + (button == parts.standard ? "*" + name : name);
         pressed = lstrcmpiA(name.c_str(), answer.c_str()) == 0 ? button : pressed;
     }
-    shown.push_back(parts.isBox
-                        ? Box(' ', names, kButtonNames.at(GetDlgCtrlID(pressed)), parts.texts)
-                        : (closes ? "frmUnInstDone -> close: " : "frmUnInstDone -> click: ") +
-                              parts.texts);
+    shown.push_back(
+        parts.isBox
+            ? "[ ] " + names + " -> " + kButtonNames.at(GetDlgCtrlID(pressed)) + ": " + parts.texts
+            : (closes ? "frmUnInstDone -> close: " : "frmUnInstDone -> click: ") + parts.texts);
     if (const auto keys = kKeys.find(answer); keys != kKeys.end()) {
         for (const DWORD flags : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
             for (const BYTE key : keys->second) {
@@ -129,15 +128,17 @@ bool Answer(HWND window) {
         (parts.isDone && !HasKeyboard(window))) {
         return false;  // still being made
     }
-    const std::lock_guard lock(guard);
+    std::unique_lock lock(guard);
     if (!parts.isBox && !parts.isDone) {
         shown.push_back("frmUnInstProc: " + parts.texts);
-    } else if (holding) {
-        held = true;
-        return false;
-    } else {
-        AnswerQuestion(window, parts);
+        return true;
     }
+    if (const auto happens = std::exchange(meanwhile, nullptr)) {
+        lock.unlock();
+        happens();
+        lock.lock();
+    }
+    AnswerQuestion(window, parts);
     return true;
 }
 
@@ -169,18 +170,10 @@ Lines Machine::Shown() const {
     return shown;
 }
 
-Machine& Machine::StopAt(const std::string& /*call*/) {
-    held = false;
-    holding = true;
+Machine& Machine::Meanwhile(const std::string& /*call*/, std::function<void()> happens) {
+    const std::lock_guard lock(guard);
+    meanwhile = std::move(happens);
     return *this;
-}
-
-void Machine::WaitUntilStopped() {
-    ASSERT_TRUE(WaitUntil([] { return held.load(); })) << "nothing is asked";
-}
-
-void Machine::GoOn() {
-    holding = false;
 }
 
 }  // namespace support

@@ -4,15 +4,14 @@
 
 #include <set>
 
-#include "tests/support/windows/real.h"
+#include "tests/support/machine.h"
+#include "tools/machine/real.h"
 
 namespace support {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-const std::string kExplorer = kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\";
 
 std::set<fs::path> EntriesOf(const fs::path& folder) {
     return {fs::directory_iterator(folder), {}};
@@ -21,7 +20,7 @@ std::set<fs::path> EntriesOf(const fs::path& folder) {
 // What was there before the first test.
 struct System {
     std::set<fs::path> files = EntriesOf("C:\\");
-    State state{{}, ReadRealRegistry(), {}};
+    State state{{}, real::ReadRegistry(), {}};
 };
 
 const System& TheSystem() {
@@ -42,20 +41,28 @@ std::set<fs::path> Territory() {
 
 void Clear() {
     for (const fs::path& place : Territory()) {
-        RemoveTree(place);
+        real::RemoveTree(place);
     }
     fs::create_directories(kTempFolder);  // the system may have spelt it otherwise
     for (const machine::Item& item :
-         machine::Compare(TheSystem().state, {{}, ReadRealRegistry(), {}})) {
-        if (item.kind == machine::Item::Kind::Value && !item.same) {
-            SetRealValue(item.place, item.name, item.before.value_or(""));
-        } else if (!item.before) {
-            DeleteKeyTree(item.place);
+         machine::Compare(TheSystem().state, {{}, real::ReadRegistry(), {}})) {
+        if (item.kind == machine::Item::Kind::Key && !item.before) {
+            real::RemoveKey(item.place);
+        } else if (!item.same && (item.before || !item.withKey)) {
+            real::SetValue(item.place, item.name, item.before.value_or(""));
         }
     }
 }
 
 }  // namespace
+
+std::string ToUtf8(std::string_view ansi) {
+    return real::ToUtf8(ansi);
+}
+
+std::string FromUtf8(std::string_view utf8) {
+    return real::FromUtf8(utf8);
+}
 
 // Named by who starts the tests.
 fs::path BuiltProgram() {
@@ -70,72 +77,47 @@ const bool Machine::kKeepsReadOnly = false;
 const bool Machine::kTellsIcons = false;
 
 struct Machine::Host {
-    // Of the program and of the script.
-    handles::Process job{CreateJobObjectA(nullptr, nullptr)};
-    handles::Process process;
+    handles::Process job{CreateJobObjectA(nullptr, nullptr)};  // of the program and the script
 };
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
-    const fs::path stage = TESTS_STAGE;
     Clear();
     Answer({});
     Setting("folders", "temp=" + kTempFolder);
-    const std::string menu = kGroupFolder.substr(0, kGroupFolder.rfind('\\'));
-    for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
-        SetRealValue(kExplorer + folders, "Common Programs",
-                     regtext::FormatValue({1, menu + '\0'}));
-    }
-    for (const auto& [key, values] : regtext::Parse(ReadBytes(stage / "registry.reg"))) {
-        MakeKey(key);
-        for (const auto& [name, value] : values) {
-            SetRealValue(key, name, value);
-        }
-    }
-    for (const StagedFile& file : ReadStagedFiles(stage / "files.txt")) {
-        if (file.kind == StagedFile::Kind::Folder) {
-            Folder(file.path);
-        } else if (file.kind == StagedFile::Kind::Program) {
-            Program(file.path);
-        } else if (!file.path.starts_with("C:\\windows\\system32") &&
-                   !file.path.ends_with("Notepad.exe")) {
-            File(file.path, file.content, file.attributes);  // the system has its own
-        }
-    }
+    real::Stage(TESTS_STAGE, BuiltProgram());
 }
 
 Machine::~Machine() {
-    // A test that has broken off may have left one that waits for an answer.
-    TerminateJobObject(host_->job.Get(), 1);
     LetGo();
     SetCurrentDirectoryA("C:\\windows");
 }
 
 fs::path Machine::Place(const std::string& path) const {
-    return RealPath(path);
+    return real::Path(path);
 }
 
 Machine& Machine::Remove(const std::string& path) {
-    RemoveTree(Place(path));
+    real::RemoveTree(Place(path));
     return *this;
 }
 
 Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
-    SetRealAttributes(Place(path), attributes);
+    real::SetAttributes(Place(path), attributes);
     return *this;
 }
 
 Machine& Machine::Key(const std::string& key) {
-    MakeKey(key);
+    real::AddKey(key);
     return *this;
 }
 
 Machine& Machine::RemoveKey(const std::string& key) {
-    DeleteKeyTree(key);
+    real::RemoveKey(key);
     return *this;
 }
 
 Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
-    SetRealValue(key, name, value);
+    real::SetValue(key, name, value);
     return *this;
 }
 
@@ -154,36 +136,38 @@ Machine& Machine::Link(const std::string& /*path*/, const std::string& /*target*
 
 void Machine::Enter() {}
 
-void Machine::Start(const std::string& program, const std::string& arguments) {
+Outcome Machine::Execute(const std::string& program, const std::string& arguments) {
     const std::string path = FromUtf8(program);
     std::string command = "\"" + path + "\"";
     command += arguments.empty() ? "" : " " + FromUtf8(arguments);
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    ASSERT_TRUE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE,
-                               CREATE_SUSPENDED, nullptr, "C:\\windows", &startup, &process))
+    PROCESS_INFORMATION started{};
+    EXPECT_TRUE(CreateProcessA(path.c_str(), command.data(), nullptr, nullptr, FALSE,
+                               CREATE_SUSPENDED, nullptr, "C:\\windows", &startup, &started))
         << program << ": " << GetLastError();
-    host_->process = handles::Process(process.hProcess);
-    const handles::Process thread(process.hThread);
-    ASSERT_NE(AssignProcessToJobObject(host_->job.Get(), process.hProcess), FALSE);
+    const handles::Process process(started.hProcess);
+    const handles::Process thread(started.hThread);
+    const HANDLE job = host_->job.Get();
+    EXPECT_TRUE(AssignProcessToJobObject(job, process.Get()));
     ResumeThread(thread.Get());
-}
-
-Outcome Machine::Finish() {
-    // A child is in the job from its first moment; lists of processes show it only later.
+    // A child is in the job from its first moment; lists of processes show it only later. No test
+    // waits for time to pass: the limit ends only what would never end.
     JOBOBJECT_BASIC_ACCOUNTING_INFORMATION count{};
-    EXPECT_TRUE(WaitUntil([&] {
-        return QueryInformationJobObject(host_->job.Get(), JobObjectBasicAccountingInformation,
-                                         &count, sizeof count, nullptr) != FALSE &&
-               count.ActiveProcesses == 0;
-    })) << "still running after the time limit";
+    const DWORD start = GetTickCount();
+    do {
+        Sleep(5);
+        EXPECT_TRUE(QueryInformationJobObject(job, JobObjectBasicAccountingInformation, &count,
+                                              sizeof count, nullptr));
+    } while (count.ActiveProcesses != 0 && GetTickCount() - start < 300'000);
+    if (count.ActiveProcesses != 0) {
+        ADD_FAILURE() << "has no end";
+        TerminateJobObject(job, 1);
+    }
     Outcome outcome;
     DWORD status = 0;
-    EXPECT_TRUE(GetExitCodeProcess(host_->process.Get(), &status));
+    EXPECT_TRUE(GetExitCodeProcess(process.Get(), &status));
     outcome.status = static_cast<int>(status);
-    outcome.shown = Shown();
-    outcome.difference = Difference(before_, Look());
     return outcome;
 }
 
@@ -194,11 +178,9 @@ std::string Machine::HostFolder() const {
 State Machine::Look() const {
     State state;
     for (const fs::path& place : Territory()) {
-        for (const fs::path& path : TreeAt(place)) {
-            state.files[ToUtf8(path.native())] = LookAt(path);
-        }
+        real::LookAt(place, state);
     }
-    state.keys = ReadRealRegistry();
+    state.keys = real::ReadRegistry();
     return state;
 }
 

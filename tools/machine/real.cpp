@@ -1,4 +1,6 @@
-#include "tests/support/windows/real.h"
+#include "tools/machine/real.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <array>
@@ -6,11 +8,14 @@
 // Builds on the types of windows.h.
 #include <shlwapi.h>
 
-namespace support {
+#include "platform/handles.h"
+#include "tools/machine/stage.h"
 
-namespace fs = std::filesystem;
-
+namespace real {
 namespace {
+
+using machine::kHklm;
+using machine::kUser;
 
 constexpr std::pair<DWORD, char> kAttributes[] = {{FILE_ATTRIBUTE_READONLY, 'R'},
                                                   {FILE_ATTRIBUTE_HIDDEN, 'H'},
@@ -40,13 +45,13 @@ std::pair<HKEY, std::string> PlaceOf(const std::string& key) {
     return {root->second, FromUtf8(key.substr(std::min(key.size(), root->first.size())))};
 }
 
-void ReadTree(const std::string& name, Keys& keys) {
+void ReadTree(const std::string& name, regtext::Keys& keys) {
     if (std::ranges::any_of(kLeftOut, [&](auto* end) { return name.ends_with(end); })) {
         return;
     }
     static std::array<char, std::size_t{1} << 20> data;
     std::array<char, 16384> part{};
-    Values& values = keys[name];
+    regtext::Values& values = keys[name];
     handles::Key key;
     const auto [root, path] = PlaceOf(name);
     RegOpenKeyA(root, path.c_str(), key.Receive());
@@ -64,40 +69,6 @@ void ReadTree(const std::string& name, Keys& keys) {
     }
 }
 
-}  // namespace
-
-std::string ToUtf8(std::wstring_view wide) {
-    const std::u8string utf8 = fs::path(wide).u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
-std::string ToUtf8(std::string_view ansi) {
-    const auto length = static_cast<int>(ansi.size());
-    std::wstring wide(ansi.size(), L'\0');
-    MultiByteToWideChar(1252, 0, ansi.data(), length, wide.data(), length);
-    return ToUtf8(wide);
-}
-
-fs::path RealPath(std::string_view path) {
-    return std::u8string(path.begin(), path.end());
-}
-
-std::string FromUtf8(std::string_view utf8) {
-    const std::wstring wide = RealPath(utf8).native();
-    const auto length = static_cast<int>(wide.size());
-    std::string ansi(wide.size(), '\0');
-    WideCharToMultiByte(1252, 0, wide.data(), length, ansi.data(), length, nullptr, nullptr);
-    return ansi;
-}
-
-void SetRealAttributes(const fs::path& path, const std::string& letters) {
-    DWORD attributes = 0;
-    for (const auto& [bit, letter] : kAttributes) {
-        attributes |= letters.find(letter) != std::string::npos ? bit : 0;
-    }
-    SetFileAttributesW(path.c_str(), attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL);
-}
-
 std::vector<fs::path> TreeAt(const fs::path& path) {
     std::error_code none;
     const fs::recursive_directory_iterator below(path, none);
@@ -106,54 +77,116 @@ std::vector<fs::path> TreeAt(const fs::path& path) {
     return all;
 }
 
+std::string ToUtf8(const fs::path& path) {
+    const std::u8string utf8 = path.u8string();
+    return {utf8.begin(), utf8.end()};
+}
+
+}  // namespace
+
+std::string ToUtf8(std::string_view ansi) {
+    const auto length = static_cast<int>(ansi.size());
+    std::wstring wide(ansi.size(), L'\0');
+    MultiByteToWideChar(1252, 0, ansi.data(), length, wide.data(), length);
+    return ToUtf8(fs::path(wide));
+}
+
+std::string FromUtf8(std::string_view utf8) {
+    const std::wstring wide = Path(utf8).native();
+    const auto length = static_cast<int>(wide.size());
+    std::string ansi(wide.size(), '\0');
+    WideCharToMultiByte(1252, 0, wide.data(), length, ansi.data(), length, nullptr, nullptr);
+    return ansi;
+}
+
+fs::path Path(std::string_view path) {
+    return std::u8string(path.begin(), path.end());
+}
+
+void Stage(const fs::path& stage, const fs::path& program) {
+    const std::string menu = machine::kGroupFolder.substr(0, machine::kGroupFolder.rfind('\\'));
+    for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
+        SetValue(kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\" + folders,
+                 "Common Programs", regtext::FormatValue({1, menu + '\0'}));
+    }
+    for (const auto& [key, values] : regtext::Parse(machine::ReadBytes(stage / "registry.reg"))) {
+        AddKey(key);
+        for (const auto& [name, value] : values) {
+            SetValue(key, name, value);
+        }
+    }
+    for (const machine::StagedFile& file : machine::ReadStagedFiles(stage / "files.txt")) {
+        using Kind = machine::StagedFile::Kind;
+        const fs::path path = Path(file.path);
+        if (file.path.starts_with("C:\\windows\\system32") || file.path.ends_with("Notepad.exe")) {
+            continue;  // the system has its own
+        }
+        fs::create_directories(file.kind == Kind::Folder ? path : path.parent_path());
+        if (file.kind == Kind::Program) {
+            fs::copy_file(program, path, fs::copy_options::overwrite_existing);
+        } else if (file.kind == Kind::Bytes) {
+            machine::WriteBytes(path, file.content);
+        }
+        SetAttributes(path, file.attributes);
+    }
+}
+
+void SetAttributes(const fs::path& path, const std::string& letters) {
+    DWORD attributes = 0;
+    for (const auto& [bit, letter] : kAttributes) {
+        attributes |= letters.find(letter) != std::string::npos ? bit : 0;
+    }
+    SetFileAttributesW(path.c_str(), attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL);
+}
+
 void RemoveTree(const fs::path& path) {
     for (const fs::path& one : TreeAt(path)) {
-        SetRealAttributes(one, "");
+        SetAttributes(one, "");
     }
     std::error_code none;
     fs::remove_all(path, none);
 }
 
-FileState LookAt(const fs::path& path) {
-    std::string letters;
-    for (const auto& [bit, letter] : kAttributes) {
-        letters.append((GetFileAttributesW(path.c_str()) & bit) != 0 ? 1 : 0, letter);
-    }
-    const std::string content = letters.ends_with('D') ? "" : ReadBytes(path);
-    return {letters, content.size(), Digest(content)};
+void AddKey(const std::string& key) {
+    const auto [root, path] = PlaceOf(key);
+    handles::Key made;
+    RegCreateKeyA(root, path.c_str(), made.Receive());
 }
 
-Keys ReadRealRegistry() {
-    Keys keys;
+void RemoveKey(const std::string& key) {
+    const auto [root, path] = PlaceOf(key);
+    SHDeleteKeyA(root, path.c_str());
+}
+
+void SetValue(const std::string& key, const std::string& name, const std::string& value) {
+    const auto [root, path] = PlaceOf(key);
+    const std::string ansi = FromUtf8(name);
+    if (value.empty()) {
+        SHDeleteValueA(root, path.c_str(), ansi.c_str());
+        return;
+    }
+    const regtext::TypedValue typed = regtext::ParseValue(value, FromUtf8);
+    SHSetValueA(root, path.c_str(), ansi.c_str(), typed.type, typed.data.data(),
+                static_cast<DWORD>(typed.data.size()));
+}
+
+void LookAt(const fs::path& path, machine::State& state) {
+    for (const fs::path& one : TreeAt(path)) {
+        std::string letters;
+        for (const auto& [bit, letter] : kAttributes) {
+            letters.append((GetFileAttributesW(one.c_str()) & bit) != 0 ? 1 : 0, letter);
+        }
+        const std::string content = letters.ends_with('D') ? "" : machine::ReadBytes(one);
+        state.files[ToUtf8(one)] = {letters, content.size(), machine::Digest(content)};
+    }
+}
+
+regtext::Keys ReadRegistry() {
+    regtext::Keys keys;
     for (const std::string& key : kRead) {
         ReadTree(key, keys);
     }
     return keys;
 }
 
-handles::Key MakeKey(const std::string& key) {
-    handles::Key made;
-    const auto [root, path] = PlaceOf(key);
-    RegCreateKeyA(root, path.c_str(), made.Receive());
-    return made;
-}
-
-void DeleteKeyTree(const std::string& key) {
-    const auto [root, path] = PlaceOf(key);
-    SHDeleteKeyA(root, path.c_str());
-}
-
-void SetRealValue(const std::string& key, const std::string& name, const std::string& value) {
-    const handles::Key made = MakeKey(key);
-    const std::string ansi = FromUtf8(name);
-    if (value.empty()) {
-        RegDeleteValueA(made.Get(), ansi.c_str());
-        return;
-    }
-    const regtext::TypedValue typed = regtext::ParseValue(value, FromUtf8);
-    RegSetValueExA(made.Get(), ansi.c_str(), 0, typed.type,
-                   reinterpret_cast<const BYTE*>(typed.data.data()),
-                   static_cast<DWORD>(typed.data.size()));
-}
-
-}  // namespace support
+}  // namespace real
