@@ -1,5 +1,6 @@
 #include "common/modGeneral.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstring>
@@ -16,11 +17,12 @@ constexpr std::string_view kVersion = ":2:0:33";
 constexpr std::string_view kContactPage = "https://www.verlonix.example/Kontakt";
 constexpr std::size_t kDescriptionLimit = 480;
 
-// A short text in memory of its own: the box for want of memory must not ask for any.
+// A text in memory of its own, long enough for each one here: a report must not ask for any.
 class FixedText {
  public:
     FixedText& operator<<(std::string_view text) {
         length_ += text.copy(&text_[length_], text_.size() - 1 - length_);
+        text_[length_] = '\0';
         return *this;
     }
     FixedText& operator<<(std::int32_t number) {
@@ -31,9 +33,12 @@ class FixedText {
                                          static_cast<std::size_t>(end - digits.data()));
     }
     [[nodiscard]] const char* Get() const { return text_.data(); }  // ends in a NUL
+    [[nodiscard]] std::size_t Length() const { return length_; }
+    // Keeps no more than that, until the next text is appended.
+    void Cut(std::size_t length) { length_ = std::min(length_, length); }
 
  private:
-    std::array<char, 256> text_{};
+    std::array<char, 2048> text_{};
     std::size_t length_ = 0;
 };
 
@@ -44,49 +49,50 @@ FixedText ErrorIdentifier(std::uint8_t procedure, std::uint8_t place, std::int32
 }
 
 // The description with its further lines indented like the first one.
-std::string Indented(std::string_view description) {
-    std::string text;
-    for (const char character : description) {
-        text += character;
-        if (character == '\n') {
-            text += '\t';
-        }
+void AppendIndented(FixedText& text, std::string_view description) {
+    const std::size_t limit = text.Length() + kDescriptionLimit;
+    for (const char& character : description) {
+        text << std::string_view(&character, 1) << (character == '\n' ? "\t" : "");
     }
-    return text.substr(0, kDescriptionLimit);
+    text.Cut(limit);
 }
 
-std::string Opening(const RuntimeError& error, std::int32_t number) {
+FixedText Message(const RuntimeError& error, std::int32_t number, Fatal fatal,
+                  const FixedText& identifier) {
+    FixedText text;
     if (error.number != number || error.description.empty()) {
-        return Joined({"Ein Fehler ist aufgetreten.", kEmptyLine});
+        text << "Ein Fehler ist aufgetreten.";
+    } else {
+        text << "Der folgende Fehler ist aufgetreten:\r\n\t";
+        AppendIndented(text, error.description);
     }
-    return Joined(
-        {"Der folgende Fehler ist aufgetreten:\r\n\t", Indented(error.description), kEmptyLine});
+    text << kEmptyLine;
+    if (fatal == Fatal::Yes) {
+        text << "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n";
+    }
+    text
+        << "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi
+        << AppTitle
+        << " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf "
+        << kContactPage << ") und geben Sie unbedingt die Fehlerkennung \"" << identifier.Get()
+        << "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi;
+    return text;
 }
 
-std::string LongForm(const RuntimeError& error, std::int32_t number, Fatal fatal,
-                     std::string_view identifier) {
-    return Joined(
-        {Opening(error, number),
-         fatal == Fatal::Yes ? "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n"
-                             : "",
-         "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi, AppTitle,
-         " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf ",
-         kContactPage, ") und geben Sie unbedingt die Fehlerkennung ", Quoted(identifier),
-         " und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi});
-}
-
-// SetClipboardData takes the memory over when it succeeds; until then it stays ours.
-void CopyToClipboard(const std::string& text) {
+// SetClipboardData takes the memory over when it succeeds; until then it stays ours. What
+// cannot be emptied may still be written to.
+void CopyToClipboard(const FixedText& text) {
     const handles::Clipboard clipboard(forms::OwnerWindow());
-    if (!clipboard.IsOpen() || EmptyClipboard() == FALSE) {
+    if (!clipboard.IsOpen()) {
         return;
     }
-    handles::GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, text.size() + 1));
+    EmptyClipboard();
+    handles::GlobalMemory memory(GlobalAlloc(GMEM_MOVEABLE, text.Length() + 1));
     void* const bytes = memory ? GlobalLock(memory.Get()) : nullptr;
     if (bytes == nullptr) {
         return;
     }
-    std::memcpy(bytes, text.c_str(), text.size() + 1);
+    std::memcpy(bytes, text.Get(), text.Length() + 1);
     GlobalUnlock(memory.Get());
     if (SetClipboardData(CF_TEXT, memory.Get()) != nullptr) {
         static_cast<void>(memory.Release());
@@ -104,14 +110,13 @@ void ShowShortForm(const FixedText& identifier) {
     ShowBox(text.Get(), MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
 }
 
-void ShowLongForm(const RuntimeError& error, std::int32_t number, Fatal fatal,
-                  const FixedText& identifier) {
-    const std::string message = LongForm(error, number, fatal, identifier.Get());
-    const std::string question = Joined(
-        {message, kEmptyLine, "Möchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi});
+void ShowLongForm(FixedText message, Fatal fatal) {
+    const std::size_t end = message.Length();
+    message << kEmptyLine << "Möchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi;
     const UINT icon = fatal == Fatal::Yes ? MB_ICONHAND : MB_ICONEXCLAMATION;
-    if (ShowMessage(question, MB_YESNO | icon) == IDYES) {
-        CopyToClipboard(Joined({message, kLineBreak}));
+    if (ShowBox(message.Get(), MB_YESNO | icon) == IDYES) {
+        message.Cut(end);
+        CopyToClipboard(message << kLineBreak);
     }
 }
 
@@ -147,7 +152,7 @@ void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number
     if (number == ErrorNumber::OutOfMemory && shortForm == ShortForm::Yes) {
         ShowShortForm(identifier);
     } else {
-        ShowLongForm(CurrentError(), number, fatal, identifier);
+        ShowLongForm(Message(CurrentError(), number, fatal, identifier), fatal);
     }
     if (fatal == Fatal::Yes) {
         EndProgram();

@@ -169,14 +169,13 @@ void FirstRun(const std::string& TempFolder) {
     CheckPoint();
 }
 
-// The script beside the running copy; whoever starts the copy by hand has none.
+// The script beside the running copy; whoever starts the copy by hand has none. One that
+// somebody else holds for longer than a moment is left: the interpreter goes on reading it
+// whether the copy runs or not.
 void HoldOwnScript() {
     const Result<OwnLocation> own = OwnFile();
     if (!own.error) {
-        const std::string script = AddBackslash(own.value.folder) + Product::Script;
-        HeldScript() =
-            handles::File(CreateFileA(script.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        HeldScript() = HoldFile(AddBackslash(own.value.folder) + Product::Script).value;
     }
 }
 

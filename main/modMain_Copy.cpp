@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <optional>
 
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
@@ -35,10 +36,11 @@ bool IsLink(const std::string& path) {
            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-// Copies and gives the system's code, 0 for success. An older file gives way to a new one, so
+// Copies, or gives the system's code for the failure. An older file gives way to a new one, so
 // that the copy is never written through a link that somebody has put in its place, or puts
 // there meanwhile. A file that stays is left to the system to refuse.
-DWORD CopyReplacing(const std::string& source, const std::string& target, Target existing) {
+std::optional<DWORD> CopyReplacing(const std::string& source, const std::string& target,
+                                   Target existing) {
     const DWORD left = existing == Target::Overwrite ? DeleteOlder(target) : DWORD{ERROR_SUCCESS};
     if (left != ERROR_SUCCESS && IsLink(target)) {
         return left;
@@ -50,7 +52,7 @@ DWORD CopyReplacing(const std::string& source, const std::string& target, Target
     // The copy of a read-only file is read-only, and the script could not delete it. Where
     // the attribute cannot be taken away the copy is still one.
     SetFileAttributesA(target.c_str(), FILE_ATTRIBUTE_NORMAL);
-    return ERROR_SUCCESS;
+    return std::nullopt;
 }
 
 // Holds the copy once it is seen to be one. A file that somebody else holds is a copy all the
@@ -95,8 +97,8 @@ bool CanOpenForWriting(const std::string& path) {
 
 Result<bool> CopyFileWithRetry(const std::string& source, const std::string& target,
                                Target existing, handles::File& held) {
-    while (const DWORD code = CopyReplacing(source, target, existing)) {
-        const int answer = AskAboutFailedCopy(source, target, code);
+    while (const std::optional<DWORD> code = CopyReplacing(source, target, existing)) {
+        const int answer = AskAboutFailedCopy(source, target, *code);
         switch (answer) {
             case IDABORT:
                 return false;

@@ -69,6 +69,15 @@ std::string WithoutLastBlanks(std::string text) {
     return text;
 }
 
+// In quotes, too, the interpreter takes a percent sign for the start of a variable.
+std::string WithPercentSignsDoubled(std::string_view folder) {
+    std::string result;
+    for (const char character : folder) {
+        result.append(character == '%' ? 2 : 1, character);
+    }
+    return result;
+}
+
 RuntimeError SetInterpreter(const std::string& systemFolder) {
     // The system takes the interpreter for a script from this variable or looks for it
     // along the search path, the program's current folder included. Both lead to the
@@ -84,12 +93,13 @@ RuntimeError SetInterpreter(const std::string& systemFolder) {
 
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder) {
-    return Joined({"del \"", TempFolder, Product::ScriptRecord, "\"\r\n",  //
+    const std::string temp = WithPercentSignsDoubled(TempFolder);
+    return Joined({"del \"", temp, Product::ScriptRecord, "\"\r\n",  //
                    "start /wait ", shortTempFolder, Product::Copy, " ",
-                   Product::UninstallOption,                       //
-                   WinTextToDOSText(ownFolder), "\r\n",            //
-                   "del \"", TempFolder, Product::Copy, "\"\r\n",  //
-                   "del \"", TempFolder, Product::Script, "\""});
+                   Product::UninstallOption,                 //
+                   WinTextToDOSText(ownFolder), "\r\n",      //
+                   "del \"", temp, Product::Copy, "\"\r\n",  //
+                   "del \"", temp, Product::Script, "\""});
 }
 
 RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder) {

@@ -98,39 +98,44 @@ enum class Attempt { First, Another };
 
 // A folder that cannot be listed may hold a link, so it keeps the shell from being called at
 // first; one that still cannot be listed is left to the shell, which cannot walk into it
-// either.
-void DeleteFolderOnce(const std::string& folder, Attempt attempt) {
+// either. False if nothing was tried.
+bool DeleteFolderOnce(const std::string& folder, Attempt attempt) {
     const Result<bool> isLink = IsFolderLink(folder);
     if (isLink.error) {
-        return;  // not known now: the next attempt asks again
+        return false;  // not known now: the next attempt asks again
     }
     if (isLink.value) {
         RemoveLink(folder);
-        return;
+        return true;
     }
     const LinkWalk walk = RemoveLinksIn(folder);
-    if (!walk.linkLeft && (!walk.unlistedLeft || attempt == Attempt::Another)) {
-        ShellDeleteItem(folder);
+    if (walk.linkLeft || (walk.unlistedLeft && attempt == Attempt::First)) {
+        return false;
     }
+    ShellDeleteItem(folder);
+    return true;
 }
 
-void DeleteFileOnce(const std::string& path, Attempt /*attempt*/) {
+bool DeleteFileOnce(const std::string& path, Attempt /*attempt*/) {
     ShellDeleteItem(path);
+    return true;
 }
 
 // Somebody may still hold the item for a moment: a process that is just ending, a virus
 // scanner. The difference of the tick counts survives the wrap of the counter. What the look
 // cannot tell here the last one will.
 void DeleteUntilGone(const std::string& path, DWORD mask,
-                     void (*deleteOnce)(const std::string&, Attempt)) {
-    const DWORD start = GetTickCount();
+                     bool (*deleteOnce)(const std::string&, Attempt)) {
+    DWORD start = GetTickCount();
     for (Attempt attempt = Attempt::First;; attempt = Attempt::Another) {
         const DWORD now = GetTickCount();
         const Result<bool> gone = IsGone(path, mask);
         if (gone.error || gone.value || now - start > kWaitLimit) {
             return;
         }
-        deleteOnce(path, attempt);
+        if (!deleteOnce(path, attempt) && attempt == Attempt::First) {
+            start = GetTickCount();  // however long a look took, an attempt follows it
+        }
         forms::ProcessMessages();
         Sleep(kWaitStep);
     }

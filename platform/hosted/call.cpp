@@ -33,8 +33,7 @@ void WaitUntilLetGo(const std::string& line) {
     const fs::path& folder = Machine::Current().Folder();
     SaveRegistry();  // for those who look meanwhile
     std::ofstream(folder / "stopped") << line << '\n' << std::flush;
-    std::string word;
-    std::ifstream(folder / "go") >> word;
+    std::ifstream(folder / "go").get();
 }
 
 void Vanish(std::string_view function, const std::string& argument) {
@@ -94,6 +93,7 @@ void Call::Obey(const Fault& fault) {
         Vanish(function_, argument_);
     } else if (fault.kind == Kind::Stop) {
         WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
+        Pass(1000);
     } else if (fault.kind == Kind::KillBefore) {
         Kill();
     }

@@ -157,6 +157,18 @@ struct Run {
         })) << "nothing went wrong";
     }
 
+    // That a copy broke down would show nowhere else: only the script waits for it.
+    void EveryProcessEnds() const {
+        std::map<std::string, std::string> last;
+        for (const Call& call : calls) {
+            last[call.role] = call.function;
+        }
+        last.erase("script");
+        for (const auto& [role, function] : last) {
+            EXPECT_TRUE(function.ends_with("Process")) << role << " broke down after " << function;
+        }
+    }
+
     void OneEnd() const {
         const int ends = int{told.success} + int{told.problems} + int{told.ended};
         // Who cannot be asked whether to begin has not begun; the end that cannot be told is one.
@@ -224,24 +236,10 @@ void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
     const Run run{fault, baseline, ThingsOf(machine.Look()), WhatWasTold(outcome),
                   machine.CallsMade()};
     run.ItHappened();
+    run.EveryProcessEnds();
     run.OneEnd();
     run.NothingForeign();
     run.NothingWithoutAWord();
-}
-
-Things ThingsOf(const State& state) {
-    Things things;
-    for (const auto& [path, file] : state.files) {
-        things[path] =
-            file.attributes + std::to_string(file.size) + " " + std::to_string(file.digest);
-    }
-    for (const auto& [key, values] : state.keys) {
-        things[key] = "a key";
-        for (const auto& [name, value] : values) {
-            things[key + "|" + name] = value;
-        }
-    }
-    return things;
 }
 
 Lines Foreign(const Baseline& baseline, const Things& after) {

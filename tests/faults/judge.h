@@ -5,17 +5,12 @@
 // although it should be gone is left over, and somebody must have been told.
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
 
 #include "tests/support/flow.h"
 
 namespace support {
-
-// A state as one map: paths with what lies there, keys, and "KEY|name" with the value.
-using Things = std::map<std::string, std::string>;
-Things ThingsOf(const State& state);
 
 // What the first run makes in the temporary folder.
 inline const Lines kHandOverFiles{kScript, kCopy, kRecord};

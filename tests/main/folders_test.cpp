@@ -39,6 +39,24 @@ TEST(Folders, MayHaveLettersThatAPathMayNotHave) {
                   With(TheRest(), {"- folder " + folder}));
 }
 
+// What cannot be named, or is named only in part, is no folder of ours.
+TEST(Folders, MustBeNamedInFull) {
+    NEEDS_SETTINGS();
+    const std::string other = "C:\\Büro Tessorin";
+    Machine machine;
+    machine.Folder("C:\\Programme\\Ελλάδα").File(other + "\\Tessorin.exe", "x");
+    machine.Setting("faults", "copy FindFirstFileA 2 C:\\Programme=2");
+    for (const std::string& arguments : Lines{"/u=C:\\Programme\\~1", CopyArguments()}) {
+        SCOPED_TRACE(arguments);
+        const Outcome outcome = machine.RunCopy(arguments, {});
+        EXPECT_EQ(outcome.status, 1);
+        ExpectChanges({}, outcome.difference);
+        ASSERT_EQ(outcome.shown.size(), 1U);
+        EXPECT_NE(outcome.shown[0].find(":1:4:76\""), std::string::npos) << outcome.shown[0];
+        machine.Setting("faults", "copy FindFirstFileA 1 C:\\Programme=2");
+    }
+}
+
 // An older record below such a temporary folder goes like any other. (The script names the
 // folder in letters that the interpreter reads as others: its files stay.)
 TEST(Folders, AnOlderRecordIsReplacedWhereverItLies) {
@@ -99,8 +117,20 @@ TEST(Folders, ThoseThatCannotBeListedCostOneAttempt) {
     ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
     EXPECT_EQ(machine.Calls("SHFileOperationA", kProgramFolder), 1U);
     EXPECT_EQ(machine.Calls("FindFirstFileA", kProgramFolder + "\\zu 7\\*"), 2U);
+    EXPECT_GE(machine.Calls("ProcessMessages", ""), 2 * 60U);  // in each of them
     // One wait for each deletion, and the one of the first attempt.
     EXPECT_LE(machine.Calls("Sleep", ""), 10U);
+}
+
+// The half second is for attempts: a look for links that takes longer is followed by one.
+TEST(Folders, MayTakeLongToLookInto) {
+    NEEDS_SETTINGS();
+    const std::string folder = kProgramFolder + "\\zu";
+    Machine machine;
+    machine.File(folder + "\\x", "x");
+    machine.Setting("faults", "copy FindFirstFileA * " + folder + "\\*=5");
+    machine.Meanwhile("copy FindFirstFileA 1 " + kProgramFolder + "\\Hilfe\\*", [] {});
+    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
 }
 
 }  // namespace

@@ -93,7 +93,8 @@ TEST(HandOver, RunsFromADriveRoot) {
 // The script names the temporary folder in the characters of Windows: the interpreter finds
 // the copy by its short name, but not the files that it should delete.
 TEST(HandOver, WorksThroughOtherTemporaryFolders) {
-    for (const std::string& folder : Lines{"C:\\Temp von Clara", "C:\\Müll"}) {
+    for (const std::string& folder :
+         Lines{"C:\\Temp von Clara", "C:\\Temp 100% %windir%", "C:\\Müll"}) {
         SCOPED_TRACE(folder);
         const std::string file = "+ file " + folder + "\\UnInstall.";
         const Lines left{file + "bat", file + "exe", file + "pif"};
@@ -189,6 +190,13 @@ TEST(HandOver, WritesThroughNoLink) {
     Machine machine;
     machine.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
     ExpectOutcome(machine.RunFirst({}), kShown, With(CompleteRemoval(), {"- file " + kCopy}));
+    // Nor through one that cannot go.
+    Machine kept;
+    kept.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
+    kept.Setting("faults", "first DeleteFileA * " + kCopy + "=5");
+    ExpectOutcome(kept.RunFirst({"yes", "abort"}),
+                  {Confirmation(), CopyFailed("Abort", "\\n\\nZugriff verweigert (Fehlercode 5)")},
+                  {});
 }
 
 // Whatever a variable says, and wherever a process is started: the interpreter is the system's,
@@ -223,7 +231,7 @@ TEST(HandOver, LeavesTheFirstRunTimeToEnd) {
 }
 
 struct Failure {
-    const char* fault;
+    std::string fault;
     const char* description;
     const char* place;
     Lines left;  // in the temporary folder
@@ -237,6 +245,7 @@ TEST(HandOver, ReportsWhereItFailed) {
          "kann den angegebenen Pfad nicht finden. (Error code 3)",
          "1:2:5",
          {"+ file " + kScript, "+ file " + kCopy}},
+        {"first FindFirstFileA * " + kEditor + "=21", "", "1:2:71", {}},  // before anything is made
         {"first FindResourceA 1 *=1814", "", "1:3:326", {"+ file " + kScript, "+ file " + kCopy}},
         {"first CreateProcessA * *=2",
          "",

@@ -36,7 +36,8 @@ void ExpectHeld(Machine& machine, const std::string& path) {
 // that its last lines run as they were written.
 TEST(HeldFiles, StayAsTheyWereWritten) {
     NEEDS_SETTINGS();
-    for (const std::string& call : Lines{"first CloseHandle 1 " + kCopy, "copy MessageBoxA 1 *"}) {
+    for (const std::string& call :
+         Lines{"first CloseHandle 1 " + kCopy, "copy MessageBoxA 1 *", "copy MessageBoxA 3 *"}) {
         SCOPED_TRACE(call);
         Machine machine;
         machine.Meanwhile(call, [&] {
@@ -59,6 +60,15 @@ TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
         EXPECT_EQ(machine.Content(kScript), "del x");
         EXPECT_EQ(CodeOfOpening(kScript, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
     }
+}
+
+// A scanner that looks at the script when the copy starts is waited for.
+TEST(HeldFiles, AScriptThatIsLookedAtIsHeldAllTheSame) {
+    NEEDS_SETTINGS();
+    Machine machine;
+    machine.Setting("faults", "copy CreateFileA 1 " + kScript + "=32");
+    machine.Meanwhile("copy MessageBoxA 1 *", [&] { ExpectHeld(machine, kScript); });
+    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
 }
 
 // A scanner may look at the new file for as long as it likes: it is a copy all the same. One

@@ -1,6 +1,7 @@
 // What the tests compare: the differences of machines as lines.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,5 +18,9 @@ using regtext::Values;
 // "- key HKLM\x", "+ value HKLM\x\@: \"a\"", "~ value HKU\x\n: dword:00000005 -> \"b\"".
 // What lies below a folder or key that is gone is gone with it and has no line of its own.
 std::vector<std::string> Difference(const State& before, const State& after);
+
+// A state as one map: paths with what lies there, keys, and "KEY|name" with the value.
+using Things = std::map<std::string, std::string>;
+Things ThingsOf(const State& state);
 
 }  // namespace support

@@ -34,6 +34,44 @@ TEST(FatalReport, NamesThePlaceThatLacksMemory) {
     EXPECT_EQ(outcome.shown.back(), Text("memory", {"6:1"}));
 }
 
+// Nor is there any for the report itself, which needs none.
+TEST(FatalReport, IsGivenAlsoWhereMemoryEndsInIt) {
+    NEEDS_SETTINGS();
+    const std::string failure = "copy FindFirstFileA * " + kEditor + "=21";
+    Machine whole;
+    whole.Setting("trace", "calls=1").Setting("faults", failure).RunCopy({});
+    // The failure is met and described twice; the first time another look follows, which needs
+    // one piece of memory, the second time the report.
+    std::vector<unsigned> pieces;
+    bool described = false;
+    for (const Call& call : whole.CallsMade()) {
+        if (call.function == "FormatMessageA") {
+            described = true;
+            pieces.push_back(0);
+        } else if (call.function == "FindFirstFileA") {
+            described = false;
+        } else if (described && call.function == "HeapAlloc") {
+            ++pieces.back();
+        }
+    }
+    ASSERT_GT(pieces.size(), 1U);
+    EXPECT_LT(pieces.back(), pieces[pieces.size() - 2]);
+    const unsigned all = whole.Calls("HeapAlloc", "");
+    ASSERT_GT(all, 20U);
+    for (unsigned last = all; last > all - 20; --last) {
+        SCOPED_TRACE(last);
+        Machine machine;
+        machine.Setting("faults", failure);
+        for (const unsigned refused : {last, last + 1}) {
+            machine.Setting("faults", "copy HeapAlloc " + std::to_string(refused) + " *=8");
+        }
+        const Outcome outcome = machine.RunCopy({});
+        EXPECT_EQ(outcome.status, 1);
+        ExpectChanges({}, outcome.difference);
+        EXPECT_TRUE(!outcome.shown.empty() && outcome.shown.back().starts_with("[x] "));
+    }
+}
+
 // Where the drive fails in the middle of the sequence, nothing behind that step is done. The
 // program ends where it stands, with its window open.
 TEST(FatalReport, EndsTheSequence) {
@@ -50,6 +88,11 @@ TEST(FatalReport, EndsTheSequence) {
         EXPECT_EQ(ReadBytes(machine.HostFolder() + "/transcript.txt").find("unload"),
                   std::string::npos);
     }
+    // Also where nobody can be told.
+    Machine mute;
+    mute.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
+    mute.Setting("faults", "copy MessageBoxA 1 *=8");
+    ExpectOutcome(mute.RunCopy({}), {Progress()}, {}, 1);
 }
 
 // It may come when the progress window is gone: the clipboard belongs to the hidden window,
