@@ -11,7 +11,7 @@ inline constexpr char Uninstaller[] = "UnInstall.exe";
 inline constexpr std::string_view GroupSuffix = "Tessorin\\";  // below the Programs folder
 
 // In the temporary folder; the copy has the uninstaller's own name.
-inline constexpr char Copy[] = "UnInstall.exe";
+inline constexpr auto& Copy = Uninstaller;
 inline constexpr char Script[] = "UnInstall.bat";
 inline constexpr char ScriptRecord[] = "UnInstall.pif";
 

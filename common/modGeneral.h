@@ -10,6 +10,11 @@
 
 inline constexpr char AppTitle[] = "UnInstaller";
 
+// How long something is tried that somebody else may keep from being done for a moment, and
+// how often. Milliseconds.
+inline constexpr DWORD kWaitLimit = 500;
+inline constexpr DWORD kWaitStep = 10;
+
 // Shows a modal message box with the application's title, in front of what else is on the
 // screen. style and result are those of MessageBoxA; 0 when the box could not be shown.
 int ShowMessage(const std::string& text, UINT style);
@@ -26,7 +31,7 @@ enum class ShortForm { No, Yes };  // whether number 7 gets the short box
 // Reports an unexpected failure: a message with the description of the current error (if
 // it is the one with that number), the error identifier made of procedure, place and
 // number, and the offer to copy it to the clipboard. Number 7 with ShortForm::Yes gets a
-// short box instead, because the long way needs memory. A fatal report ends the program and
+// short box instead, which asks for less of the system. A fatal report ends the program and
 // does not return; otherwise the current error is cleared. A box or a clipboard that fails
 // changes nothing of that.
 void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, Fatal fatal,

@@ -13,7 +13,7 @@ std::string SystemText(DWORD code, DWORD limit) {
     return text;
 }
 
-std::string GetErrString(std::int32_t code, bool showCode, std::string_view label) {
+std::string GetErrString(std::int32_t code, ShowCode showCode, std::string_view label) {
     constexpr DWORD kLimit = 4096;
     if (code == 0) {
         return {};
@@ -22,7 +22,7 @@ std::string GetErrString(std::int32_t code, bool showCode, std::string_view labe
     if (!text.empty()) {
         text.insert(0, kEmptyLine);
     }
-    if (showCode) {
+    if (showCode == ShowCode::Yes) {
         text += Joined({" (", label, " ", Decimal(code), ")"});
     }
     return text;

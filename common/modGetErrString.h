@@ -13,8 +13,10 @@
 // that nobody gave.
 std::string SystemText(DWORD code, DWORD limit);
 
+enum class ShowCode { No, Yes };
+
 // What a message appends for a system error code: an empty line and the system's text,
-// then, with showCode, the code in parentheses behind its label. Code 0 gives an empty
+// then, with ShowCode::Yes, the code in parentheses behind its label. Code 0 gives an empty
 // text; a code that the system does not know gives the parentheses alone. Raises nothing
 // of its own.
-std::string GetErrString(std::int32_t code, bool showCode, std::string_view label);
+std::string GetErrString(std::int32_t code, ShowCode showCode, std::string_view label);

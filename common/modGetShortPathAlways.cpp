@@ -11,7 +11,7 @@ Result<std::string> GetShortPathAlways(const std::string& longPath) {
         return RuntimeError{
             ErrorNumber::InvalidCall,
             Joined({"GetShortPathName failed for long path ", Quoted(longPath), ".",
-                    GetErrString(static_cast<std::int32_t>(code), true, "Error code")})};
+                    GetErrString(static_cast<std::int32_t>(code), ShowCode::Yes, "Error code")})};
     }
     std::string path(size, '\0');
     const DWORD length = GetShortPathNameA(longPath.c_str(), path.data(), size);

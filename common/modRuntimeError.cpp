@@ -52,7 +52,7 @@ RuntimeError SystemError(DWORD code, std::string_view object) {
     const Meaning& meaning = MeaningOf(code);
     return {meaning.number,
             Joined({meaning.text, ": ", Quoted(object),
-                    GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")})};
+                    GetErrString(static_cast<std::int32_t>(code), ShowCode::Yes, "Fehlercode")})};
 }
 
 RuntimeError& CurrentError() {

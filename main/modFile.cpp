@@ -2,21 +2,16 @@
 
 #include <array>
 
-namespace {
+#include "common/modGeneral.h"
 
-constexpr DWORD kWaitLimit = 500;  // milliseconds
-constexpr DWORD kWaitStep = 10;
-
-}  // namespace
+DWORD CodeOfDeleting(const std::string& path) {
+    const DWORD code = DeleteFileA(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
+    return code == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : code;
+}
 
 RuntimeError DeleteFileIfThere(const std::string& path) {
-    if (DeleteFileA(path.c_str()) == FALSE) {
-        const DWORD code = GetLastError();
-        if (code != ERROR_FILE_NOT_FOUND) {
-            return SystemError(code, path);
-        }
-    }
-    return {};
+    const DWORD code = CodeOfDeleting(path);
+    return code == ERROR_SUCCESS ? RuntimeError{} : SystemError(code, path);
 }
 
 RuntimeError WriteNewFile(const std::string& path, std::string_view bytes) {

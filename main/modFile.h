@@ -7,7 +7,9 @@
 #include "common/modRuntimeError.h"
 #include "platform/handles.h"
 
-// Deletes a file. One that is not there is no failure.
+// Deletes a file and gives the system's code. One that is not there is no failure: 0.
+DWORD CodeOfDeleting(const std::string& path);
+// The same with the code as an error.
 RuntimeError DeleteFileIfThere(const std::string& path);
 
 // Creates a file that does not exist yet and writes the bytes, through to the disk. Never

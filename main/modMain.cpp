@@ -91,7 +91,7 @@ bool EditorIsFree() {
 struct HandOver {
     std::string TempFolder;
     OwnLocation own;
-    std::string script = {};
+    std::string shortTempFolder = {}, script = {};
     handles::File heldCopy = {}, heldScript = {};  // nobody may exchange them
 
     [[nodiscard]] std::string InTemp(std::string_view file) const {
@@ -110,6 +110,7 @@ struct HandOver {
             CheckPoint();  // before anything is copied for a script that would not work
         }
         script = BuildScript(TempFolder, shortFolder.value, own.folder);
+        shortTempFolder = std::move(shortFolder.value);
         return {};
     }
     Result<bool> Copy() {
@@ -139,7 +140,7 @@ struct HandOver {
         // may reach its end before this process does.
         heldCopy.Close();
         heldScript.Close();
-        return StartScript(TempFolder, InTemp(Product::Script));
+        return StartScript(TempFolder, Joined({shortTempFolder, Product::Script}));
     }
 };
 

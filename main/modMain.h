@@ -14,7 +14,7 @@ void Main();
 
 // In the relaunched copy the script that has started it, held from its start to its end:
 // the interpreter goes on reading it afterwards, and nobody may change it meanwhile. Empty
-// in the first run and where there is no script.
+// in the first run, and where there is no script or somebody else holds it.
 [[nodiscard]] handles::File& HeldScript();
 
 // The argument text of a command line: everything behind the program's name (in quotes or
@@ -44,7 +44,8 @@ Result<bool> CopyFileWithRetry(const std::string& source, const std::string& tar
 
 // The four lines of the self-removal script: texts in, bytes out. TempFolder and
 // shortTempFolder end in a backslash; ownFolder is as the system reports it. The folder
-// behind "/u=" goes to the command interpreter's code page, everything else stays.
+// behind "/u=" goes to the command interpreter's code page, percent signs of TempFolder are
+// doubled, and everything else stays.
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder);
 
@@ -52,6 +53,7 @@ std::string BuildScript(std::string_view TempFolder, std::string_view shortTempF
 // the interpreter would start another program, or hand over another existing folder.
 RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder);
 
-// Starts the script with a hidden window and the temporary folder as its current folder.
+// Starts the script, given by its short path, with a hidden window and the temporary folder
+// as its current folder.
 // Does not wait.
 RuntimeError StartScript(const std::string& TempFolder, const std::string& scriptPath);

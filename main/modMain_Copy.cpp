@@ -16,18 +16,14 @@ int AskAboutFailedCopy(const std::string& source, const std::string& target, DWO
     const std::string text =
         Joined({"Beim Kopieren der Datei ", Quoted(source), " nach ", Quoted(target),
                 " ist der folgende Fehler aufgetreten:",
-                GetErrString(static_cast<std::int32_t>(code), true, "Fehlercode")});
+                GetErrString(static_cast<std::int32_t>(code), ShowCode::Yes, "Fehlercode")});
     return ShowMessage(text, MB_ABORTRETRYIGNORE | MB_ICONEXCLAMATION);
 }
 
 // Deletes an older file, read-only or not; 0 when nothing is there any more.
 DWORD DeleteOlder(const std::string& target) {
     SetFileAttributesA(target.c_str(), FILE_ATTRIBUTE_NORMAL);  // the deletion tells
-    if (DeleteFileA(target.c_str()) != FALSE) {
-        return ERROR_SUCCESS;
-    }
-    const DWORD code = GetLastError();
-    return code == ERROR_FILE_NOT_FOUND ? DWORD{ERROR_SUCCESS} : code;
+    return CodeOfDeleting(target);
 }
 
 bool IsLink(const std::string& path) {

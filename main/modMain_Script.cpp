@@ -131,9 +131,10 @@ RuntimeError StartScript(const std::string& TempFolder, const std::string& scrip
     PROCESS_INFORMATION process{};
     // The copy is started by a process without a window: its questions come to the front.
     AllowSetForegroundWindow(ASFW_ANY);
-    // Named as the program as well, and in quotes, so that blanks in the path make neither the
-    // system nor the interpreter look for another one. The script must not stand in the folder
-    // that is to be removed.
+    // Named as the program as well, and in quotes, so that neither the system nor the
+    // interpreter looks for another one; by its short path, which has nothing in it that the
+    // interpreter would take for a variable or a bracket. The script must not stand in the
+    // folder that is to be removed.
     std::string command = Quoted(scriptPath);
     if (CreateProcessA(scriptPath.c_str(), command.data(), nullptr, nullptr, FALSE, 0, nullptr,
                        TempFolder.c_str(), &startup, &process) == FALSE) {

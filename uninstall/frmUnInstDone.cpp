@@ -14,7 +14,13 @@ constexpr std::array<forms::Control, 3> kControls{{
     {"txtErrLog", forms::ControlKind::TextBox, {120, 660, 4695, 2115}, ""},
 }};
 
-constexpr forms::Layout kLayout{"frmUnInstDone", AppTitle, 4935, 3435, true, 0, kControls};
+constexpr forms::Layout kLayout{.name = "frmUnInstDone",
+                                .title = AppTitle,
+                                .width = 4935,
+                                .height = 3435,
+                                .closeBox = true,
+                                .timerInterval = 0,
+                                .controls = kControls};
 
 }  // namespace
 

@@ -22,8 +22,13 @@ constexpr std::array<forms::Control, 1> kControls{{
 
 // No close box: nothing may suggest that closing the window stops the removal.
 constexpr unsigned tmrInitiateUnInst = 1;  // milliseconds
-constexpr forms::Layout kLayout{"frmUnInstProc", AppTitle,          4095,     735,
-                                false,           tmrInitiateUnInst, kControls};
+constexpr forms::Layout kLayout{.name = "frmUnInstProc",
+                                .title = AppTitle,
+                                .width = 4095,
+                                .height = 735,
+                                .closeBox = false,
+                                .timerInterval = tmrInitiateUnInst,
+                                .controls = kControls};
 
 constexpr std::uint8_t kProcedure = 6;
 constexpr std::uint8_t kPlace = 1;

@@ -11,9 +11,6 @@ using modRegistry::Silent;
 
 namespace {
 
-constexpr DWORD kWaitLimit = 500;  // milliseconds
-constexpr DWORD kWaitStep = 10;
-
 std::string_view NotDeleted() {
     return " konnte nicht gelöscht werden."_ansi;
 }
@@ -98,8 +95,9 @@ enum class Attempt { First, Another };
 
 // A folder that cannot be listed may hold a link, so it keeps the shell from being called at
 // first; one that still cannot be listed is left to the shell, which cannot walk into it
-// either. False if nothing was tried.
-bool DeleteFolderOnce(const std::string& folder, Attempt attempt) {
+// either. False if nothing was tried. The first look takes as long as it does: the time for
+// attempts starts behind it.
+bool DeleteFolderOnce(const std::string& folder, Attempt attempt, DWORD& start) {
     const Result<bool> isLink = IsFolderLink(folder);
     if (isLink.error) {
         return false;  // not known now: the next attempt asks again
@@ -109,6 +107,7 @@ bool DeleteFolderOnce(const std::string& folder, Attempt attempt) {
         return true;
     }
     const LinkWalk walk = RemoveLinksIn(folder);
+    start = attempt == Attempt::First ? GetTickCount() : start;
     if (walk.linkLeft || (walk.unlistedLeft && attempt == Attempt::First)) {
         return false;
     }
@@ -116,7 +115,7 @@ bool DeleteFolderOnce(const std::string& folder, Attempt attempt) {
     return true;
 }
 
-bool DeleteFileOnce(const std::string& path, Attempt /*attempt*/) {
+bool DeleteFileOnce(const std::string& path, Attempt /*attempt*/, DWORD& /*start*/) {
     ShellDeleteItem(path);
     return true;
 }
@@ -125,17 +124,16 @@ bool DeleteFileOnce(const std::string& path, Attempt /*attempt*/) {
 // scanner. The difference of the tick counts survives the wrap of the counter. What the look
 // cannot tell here the last one will.
 void DeleteUntilGone(const std::string& path, DWORD mask,
-                     bool (*deleteOnce)(const std::string&, Attempt)) {
+                     bool (*deleteOnce)(const std::string&, Attempt, DWORD&)) {
     DWORD start = GetTickCount();
+    bool tried = false;
     for (Attempt attempt = Attempt::First;; attempt = Attempt::Another) {
         const DWORD now = GetTickCount();
         const Result<bool> gone = IsGone(path, mask);
-        if (gone.error || gone.value || now - start > kWaitLimit) {
+        if (gone.error || gone.value || (tried && now - start > kWaitLimit)) {
             return;
         }
-        if (!deleteOnce(path, attempt) && attempt == Attempt::First) {
-            start = GetTickCount();  // however long a look took, an attempt follows it
-        }
+        tried = deleteOnce(path, attempt, start) || attempt == Attempt::Another;
         forms::ProcessMessages();
         Sleep(kWaitStep);
     }

@@ -181,7 +181,7 @@ struct LayerScope : Scope {
 // with that argument, result, "changes" or "looks", argument, with tabs between them.
 //
 // A process that is to stop writes a line to the named pipe "stopped" of the machine's
-// folder and goes on when it has read one from the pipe "go"; who stops it makes both. A second
+// folder and goes on when something comes from the pipe "go"; who stops it makes both. A second
 // has passed then.
 //
 // What is made before it, arguments of its own included, is made in the program's name: it

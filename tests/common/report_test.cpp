@@ -31,16 +31,16 @@ class Reports : public testing::Test {
 };
 
 TEST_F(Reports, SystemTextsComeWithTheirCode) {
-    EXPECT_EQ(GetErrString(0, true, "Fehlercode"), "");
-    const std::string text = GetErrString(5, false, "x");
+    EXPECT_EQ(GetErrString(0, ShowCode::Yes, "Fehlercode"), "");
+    const std::string text = GetErrString(5, ShowCode::No, "x");
     EXPECT_TRUE(text.starts_with("\r\n\r\n")) << text;
     EXPECT_GT(text.size(), 10U);
     EXPECT_NE(text.back(), '\n');
-    EXPECT_EQ(GetErrString(5, true, "Fehlercode"), text + " (Fehlercode 5)");
-    EXPECT_EQ(GetErrString(-7, true, "Error code"), " (Error code -7)");
-    EXPECT_EQ(GetErrString(-7, false, "Error code"), "");
+    EXPECT_EQ(GetErrString(5, ShowCode::Yes, "Fehlercode"), text + " (Fehlercode 5)");
+    EXPECT_EQ(GetErrString(-7, ShowCode::Yes, "Error code"), " (Error code -7)");
+    EXPECT_EQ(GetErrString(-7, ShowCode::No, "Error code"), "");
     // Insert sequences stay as they are.
-    EXPECT_NE(GetErrString(193, false, "x").find("%1"), std::string::npos);
+    EXPECT_NE(GetErrString(193, ShowCode::No, "x").find("%1"), std::string::npos);
 }
 
 TEST_F(Reports, OpenWithWhatIsKnown) {

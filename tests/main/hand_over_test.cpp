@@ -94,7 +94,7 @@ TEST(HandOver, RunsFromADriveRoot) {
 // the copy by its short name, but not the files that it should delete.
 TEST(HandOver, WorksThroughOtherTemporaryFolders) {
     for (const std::string& folder :
-         Lines{"C:\\Temp von Clara", "C:\\Temp 100% %windir%", "C:\\Müll"}) {
+         Lines{"C:\\Temp von Clara", "C:\\Temp von %windir%", "C:\\Müll"}) {
         SCOPED_TRACE(folder);
         const std::string file = "+ file " + folder + "\\UnInstall.";
         const Lines left{file + "bat", file + "exe", file + "pif"};
@@ -177,7 +177,7 @@ TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {
 TEST(HandOver, IsRefusedWhileTheCopyIsInUse) {
     Machine machine;
     machine.Program(kCopy).Enter();
-    const std::string inUse = Readable(ToUtf8(GetErrString(32, true, "Fehlercode")));
+    const std::string inUse = Readable(ToUtf8(GetErrString(32, ShowCode::Yes, "Fehlercode")));
     ExpectOutcome(machine.Run(kCopy, "", {"yes", "abort"}),
                   {Confirmation(), CopyFailed("Abort", inUse, kCopy)}, {});
     machine.HoldOpen(kCopy);  // as another uninstaller does

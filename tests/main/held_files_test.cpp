@@ -56,7 +56,10 @@ TEST(HeldFiles, TheScriptBesideACopyIsHeldFromItsStart) {
         Machine machine;
         machine.File(kScript, "del x");
         machine.Meanwhile("copy MessageBoxA 1 *", [&] { ExpectHeld(machine, kScript); });
-        machine.RunCopy(arguments, {});
+        const bool removes = arguments == CopyArguments();
+        ExpectOutcome(machine.RunCopy(arguments, {}),
+                      removes ? CopyShows() : Lines{UnknownArgument(arguments)},
+                      removes ? CompleteRemoval() : Lines{});
         EXPECT_EQ(machine.Content(kScript), "del x");
         EXPECT_EQ(CodeOfOpening(kScript, GENERIC_WRITE), DWORD{ERROR_SUCCESS});
     }

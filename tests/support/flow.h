@@ -91,7 +91,7 @@ inline std::string UnreadyDrive(const std::string& file) {
 // Two lists of differences hold the same lines in any order.
 void ExpectChanges(Lines expected, Lines actual);
 
-// Compares everything a run did: exit status 0, what was shown, the whole difference, and
+// Compares everything a run did: its exit status, what was shown, the whole difference, and
 // nothing on stderr.
 void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
                    int status = 0);

@@ -33,6 +33,7 @@ Outcome Machine::Run(const std::string& program, const std::string& arguments,
     Answer(answers);
     const State before = Look();
     Outcome outcome = Execute(program, arguments);
+    EXPECT_TRUE(HasHappened()) << "nothing has stopped";
     outcome.shown = Shown();
     outcome.difference = Difference(before, Look());
     return outcome;

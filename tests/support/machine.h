@@ -125,6 +125,9 @@ class Machine {
     // Starts the program and waits for all that comes of it: its exit status and what they wrote.
     Outcome Execute(const std::string& program, const std::string& arguments);
 
+    // What Meanwhile has announced and has not happened is forgotten. False if there was some.
+    bool HasHappened();
+
     struct Host;
     std::unique_ptr<Host> host_;
     handles::File held_;

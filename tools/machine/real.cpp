@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 // Builds on the types of windows.h.
 #include <shlwapi.h>
@@ -38,11 +39,18 @@ const char* const kLeftOut[] = {
 
 // Where a key lies: its root and the path from there.
 std::pair<HKEY, std::string> PlaceOf(const std::string& key) {
-    const auto* root = kRoots;
-    while (!(key + '\\').starts_with(root->first)) {
-        ++root;
+    for (const auto& [name, root] : kRoots) {
+        if ((key + '\\').starts_with(name)) {
+            return {root, FromUtf8(key.substr(std::min(key.size(), name.size())))};
+        }
     }
-    return {root->second, FromUtf8(key.substr(std::min(key.size(), root->first.size())))};
+    throw std::runtime_error("unknown root: " + key);
+}
+
+void Require(LONG code, LONG harmless, const std::string& key) {
+    if (code != ERROR_SUCCESS && code != harmless) {
+        throw std::runtime_error("error " + std::to_string(code) + " at " + key);
+    }
 }
 
 void ReadTree(const std::string& name, regtext::Keys& keys) {
@@ -54,16 +62,22 @@ void ReadTree(const std::string& name, regtext::Keys& keys) {
     regtext::Values& values = keys[name];
     handles::Key key;
     const auto [root, path] = PlaceOf(name);
-    RegOpenKeyA(root, path.c_str(), key.Receive());
-    DWORD type = 0;
-    DWORD length = part.size();
-    DWORD size = data.size();
-    for (DWORD i = 0; RegEnumValueA(key.Get(), i, part.data(), &length, nullptr, &type,
-                                    reinterpret_cast<BYTE*>(data.data()), &size) == ERROR_SUCCESS;
-         ++i, length = part.size(), size = data.size()) {
-        values[ToUtf8({part.data(), length})] =
-            regtext::FormatValue({type, std::string(data.data(), size)}, ToUtf8);
+    LONG code = RegOpenKeyA(root, path.c_str(), key.Receive());
+    if (code == ERROR_FILE_NOT_FOUND) {
+        return;  // a name of the system's that the code page lacks
     }
+    for (DWORD i = 0; code == ERROR_SUCCESS; ++i) {
+        DWORD type = 0;
+        DWORD length = part.size();
+        DWORD size = data.size();
+        code = RegEnumValueA(key.Get(), i, part.data(), &length, nullptr, &type,
+                             reinterpret_cast<BYTE*>(data.data()), &size);
+        if (code == ERROR_SUCCESS) {
+            values[ToUtf8({part.data(), length})] =
+                regtext::FormatValue({type, std::string(data.data(), size)}, ToUtf8);
+        }
+    }
+    Require(code, ERROR_NO_MORE_ITEMS, name);
     for (DWORD i = 0; RegEnumKeyA(key.Get(), i, part.data(), part.size()) == ERROR_SUCCESS; ++i) {
         ReadTree(name + "\\" + ToUtf8(part.data()), keys);
     }
@@ -150,24 +164,25 @@ void RemoveTree(const fs::path& path) {
 void AddKey(const std::string& key) {
     const auto [root, path] = PlaceOf(key);
     handles::Key made;
-    RegCreateKeyA(root, path.c_str(), made.Receive());
+    Require(RegCreateKeyA(root, path.c_str(), made.Receive()), ERROR_SUCCESS, key);
 }
 
 void RemoveKey(const std::string& key) {
     const auto [root, path] = PlaceOf(key);
-    SHDeleteKeyA(root, path.c_str());
+    Require(SHDeleteKeyA(root, path.c_str()), ERROR_FILE_NOT_FOUND, key);
 }
 
 void SetValue(const std::string& key, const std::string& name, const std::string& value) {
     const auto [root, path] = PlaceOf(key);
     const std::string ansi = FromUtf8(name);
     if (value.empty()) {
-        SHDeleteValueA(root, path.c_str(), ansi.c_str());
+        Require(SHDeleteValueA(root, path.c_str(), ansi.c_str()), ERROR_FILE_NOT_FOUND, key);
         return;
     }
     const regtext::TypedValue typed = regtext::ParseValue(value, FromUtf8);
-    SHSetValueA(root, path.c_str(), ansi.c_str(), typed.type, typed.data.data(),
-                static_cast<DWORD>(typed.data.size()));
+    Require(SHSetValueA(root, path.c_str(), ansi.c_str(), typed.type, typed.data.data(),
+                        static_cast<DWORD>(typed.data.size())),
+            ERROR_SUCCESS, key);
 }
 
 void LookAt(const fs::path& path, machine::State& state) {

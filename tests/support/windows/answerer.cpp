@@ -176,4 +176,9 @@ Machine& Machine::Meanwhile(const std::string& /*call*/, std::function<void()> h
     return *this;
 }
 
+bool Machine::HasHappened() {
+    const std::lock_guard lock(guard);
+    return !std::exchange(meanwhile, nullptr);
+}
+
 }  // namespace support
