@@ -47,7 +47,7 @@ std::pair<HKEY, std::string> PlaceOf(const std::string& key) {
     throw std::runtime_error("unknown root: " + key);
 }
 
-void Require(LONG code, LONG harmless, const std::string& key) {
+void Require(std::int64_t code, std::int64_t harmless, const std::string& key) {
     if (code != ERROR_SUCCESS && code != harmless) {
         throw std::runtime_error("error " + std::to_string(code) + " at " + key);
     }
