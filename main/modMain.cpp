@@ -104,13 +104,13 @@ struct HandOver {
         if (shortFolder.error) {
             return std::move(shortFolder.error);
         }
-        RuntimeError refusal = CheckScriptFolders(shortFolder.value, own.folder);
+        shortTempFolder = std::move(shortFolder.value);
+        RuntimeError refusal = CheckScriptFolders(shortTempFolder, own.folder);
         if (refusal) {
             RunStep(std::move(refusal));
             CheckPoint();  // before anything is copied for a script that would not work
         }
-        script = BuildScript(TempFolder, shortFolder.value, own.folder);
-        shortTempFolder = std::move(shortFolder.value);
+        script = BuildScript(TempFolder, shortTempFolder, own.folder);
         return {};
     }
     Result<bool> Copy() {

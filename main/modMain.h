@@ -54,6 +54,5 @@ std::string BuildScript(std::string_view TempFolder, std::string_view shortTempF
 RuntimeError CheckScriptFolders(const std::string& shortTempFolder, const std::string& ownFolder);
 
 // Starts the script, given by its short path, with a hidden window and the temporary folder
-// as its current folder.
-// Does not wait.
+// as its current folder. Does not wait.
 RuntimeError StartScript(const std::string& TempFolder, const std::string& scriptPath);

@@ -26,22 +26,19 @@ const std::vector<Scenario>& Scenarios() {
     for (const std::string& path : kHandOverFiles) {
         secondRemoval.push_back("- file " + path);
     }
-    const Lines questions{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
     static const std::vector<Scenario> scenarios{
-        {"smooth", [](Machine&) {}, With(With({first}, questions), {Success()}), CompleteRemoval()},
+        {"smooth", [](Machine&) {}, RunShows(), CompleteRemoval()},
         {"link and problem",
          StageLinkAndProblem,
          {first, Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
           ResetQuestion(), Problems({NotDeleted("Die Verknüpfung", kShortcut)})},
          CompleteRemoval()},
         {"fatal report",
-         [](Machine& machine) {
-             machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
-         },
-         {first, Progress(), Fatal(UnreadyDrive(kEditor), "Yes")},
+         [](Machine& machine) { machine.Setting("faults", kUnreadyDrive); },
+         {first, Progress(), Fatal(UnreadyDrive(), "Yes")},
          {}},
-        {"second start", StageSecondStart,
-         With(With({first, InUse("Retry")}, questions), {Success()}), secondRemoval},
+        {"second start", StageSecondStart, With({first, InUse("Retry")}, CopyShows()),
+         secondRemoval},
     };
     return scenarios;
 }

@@ -5,11 +5,9 @@
 namespace support {
 namespace {
 
-const Lines kShown = With({Confirmation()}, CopyShows());
-
 // A whole run in which more is shown before the progress window.
 Lines ShownWith(const Lines& more) {
-    Lines shown = kShown;
+    Lines shown = RunShows();
     shown.insert(shown.begin() + 1, more.begin(), more.end());
     return shown;
 }
@@ -27,7 +25,7 @@ TEST(HandOver, RemovesTheProductAndItsOwnTraces) {
     machine.File(kScript, "del \"C:\\*.*\"\r\n" + std::string(5000, 'x'));
     machine.File(kRecord, std::string(5000, 'x')).File(kCopy, "not a program");
     ExpectOutcome(
-        machine.RunFirst({}), kShown,
+        machine.RunFirst({}), RunShows(),
         With(CompleteRemoval(), {"- file " + kScript, "- file " + kRecord, "- file " + kCopy}));
 }
 
@@ -100,7 +98,7 @@ TEST(HandOver, WorksThroughOtherTemporaryFolders) {
         const Lines left{file + "bat", file + "exe", file + "pif"};
         Machine machine;
         machine.Setting("folders", "temp=" + folder).Folder(folder);
-        ExpectOutcome(machine.RunFirst({}), kShown,
+        ExpectOutcome(machine.RunFirst({}), RunShows(),
                       With(CompleteRemoval(), folder == "C:\\Müll" ? left : Lines{}));
     }
 }
@@ -108,7 +106,8 @@ TEST(HandOver, WorksThroughOtherTemporaryFolders) {
 TEST(HandOver, NamesTheCopyAlwaysTheSame) {
     Machine machine;
     machine.Remove(kOwnFile).Program(kProgramFolder + "\\Remove.exe");
-    ExpectOutcome(machine.Run(kProgramFolder + "\\Remove.exe", "", {}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.Run(kProgramFolder + "\\Remove.exe", "", {}), RunShows(),
+                  CompleteRemoval());
 }
 
 // Who cannot be asked what to do about a failed copy is told that the run ends.
@@ -135,7 +134,7 @@ TEST(HandOver, StopsAtAnEditorThatIsNotFree) {
         }
     }
     machine.Remove(kEditor);
-    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
 }
 
 TEST(HandOver, WaitsForTheEditor) {
@@ -189,7 +188,7 @@ TEST(HandOver, WritesThroughNoLink) {
     NEEDS_SETTINGS();
     Machine machine;
     machine.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
-    ExpectOutcome(machine.RunFirst({}), kShown, With(CompleteRemoval(), {"- file " + kCopy}));
+    ExpectOutcome(machine.RunFirst({}), RunShows(), With(CompleteRemoval(), {"- file " + kCopy}));
     // Nor through one that cannot go.
     Machine kept;
     kept.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
@@ -206,7 +205,7 @@ TEST(HandOver, StartsTheSystemsInterpreter) {
     machine.Enter();
     SetEnvironmentVariableA("ComSpec", "C:\\nirgends\\cmd.exe");
     machine.Setting("trace", "calls=1");
-    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
     if (Machine::kObeysSettings) {
         EXPECT_EQ(machine.Calls("SetEnvironmentVariableA", "ComSpec"), 1U);
         EXPECT_EQ(machine.Calls("SetCurrentDirectoryA", "C:\\windows\\system32\\"), 2U);
@@ -225,7 +224,7 @@ TEST(HandOver, LeavesTheFirstRunTimeToEnd) {
                "1 " + kProgramFolder + "=32"}) {
         machine.Setting("faults", "copy SHFileOperationA " + refusal);
     }
-    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
     EXPECT_EQ(machine.Calls("SHFileOperationA", kOwnFile), 4U);
     EXPECT_EQ(machine.Calls("SHFileOperationA", kProgramFolder), 2U);
 }

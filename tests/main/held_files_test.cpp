@@ -6,8 +6,6 @@
 namespace support {
 namespace {
 
-const Lines kShown = With({Confirmation()}, CopyShows());
-
 bool IsHandOver(const std::string& line) {
     return line.starts_with("+ file " + kTempFolder + "\\UnInstall.");
 }
@@ -46,7 +44,7 @@ TEST(HeldFiles, StayAsTheyWereWritten) {
                 ExpectHeld(machine, kCopy);
             }
         });
-        ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+        ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
     }
 }
 
@@ -71,7 +69,7 @@ TEST(HeldFiles, AScriptThatIsLookedAtIsHeldAllTheSame) {
     Machine machine;
     machine.Setting("faults", "copy CreateFileA 1 " + kScript + "=32");
     machine.Meanwhile("copy MessageBoxA 1 *", [&] { ExpectHeld(machine, kScript); });
-    ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
 }
 
 // A scanner may look at the new file for as long as it likes: it is a copy all the same. One
@@ -83,7 +81,7 @@ TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
         SCOPED_TRACE(refusal);
         Machine machine;
         machine.Setting("faults", "first CreateFileA " + refusal);
-        ExpectOutcome(machine.RunFirst({}), kShown, CompleteRemoval());
+        ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
     }
     // A script that is looked at is waited for.
     Machine looked;
@@ -91,7 +89,7 @@ TEST(HeldFiles, ACopyThatSomebodyElseHoldsIsACopy) {
         looked.Setting("faults",
                        std::string("first CreateFileA ") + occurrence + " " + kScript + "=32");
     }
-    ExpectOutcome(looked.RunFirst({}), kShown, CompleteRemoval());
+    ExpectOutcome(looked.RunFirst({}), RunShows(), CompleteRemoval());
     Machine gone;
     gone.Setting("faults", "first CreateFileA 1 " + kCopy + "=gone");
     ExpectEnd(gone.RunFirst({"yes", "no"}), "UnInstaller:2:0:33:", {"+ file " + kScript});
@@ -102,9 +100,8 @@ TEST(HeldFiles, AReadOnlyUninstallerLeavesNothingBehind) {
     NEEDS(kKeepsReadOnly, "needs a system that keeps read-only files");
     Machine machine;
     machine.Attributes(kOwnFile, "R").File(kCopy, "older", "R");
-    Lines shown = kShown;
-    shown.back() = Problems({NotDeleted("Die Datei", kOwnFile)});
-    ExpectOutcome(machine.RunFirst({}), shown, With(CompleteRemoval(), {"- file " + kCopy}));
+    ExpectOutcome(machine.RunFirst({}), RunShows({NotDeleted("Die Datei", kOwnFile)}),
+                  With(CompleteRemoval(), {"- file " + kCopy}));
 }
 
 TEST(HeldFiles, AnOlderOneThatCannotGoEndsTheRun) {

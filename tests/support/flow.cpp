@@ -137,12 +137,12 @@ void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& diff
     EXPECT_EQ(outcome.errors, "");
 }
 
-void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference,
-               int status) {
+void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference, int status,
+               std::size_t windows) {
     EXPECT_EQ(outcome.status, status);
     ExpectChanges(difference, outcome.difference);
-    ASSERT_EQ(outcome.shown.size(), 2U);
-    EXPECT_NE(outcome.shown[1].find(text), std::string::npos) << outcome.shown[1];
+    ASSERT_EQ(outcome.shown.size(), windows);
+    EXPECT_NE(outcome.shown.back().find(text), std::string::npos) << outcome.shown.back();
 }
 
 }  // namespace support

@@ -75,6 +75,10 @@ inline std::string NotDeleted(const std::string& what, const std::string& name) 
 std::string Problems(const Lines& problems, const std::string& way = "click");
 // All that the copy shows when it removes everything but for these problems.
 Lines CopyShows(const Lines& problems = {}, const std::string& reset = "Yes");
+// The same of the whole hand-over.
+inline Lines RunShows(const Lines& problems = {}) {
+    return With({Confirmation()}, CopyShows(problems));
+}
 // The report of an unexpected failure: its message, with the part of the identifier that
 // tells the place, and the box that asks whether to copy it.
 inline std::string FatalMessage(const std::string& description, const std::string& place) {
@@ -83,9 +87,11 @@ inline std::string FatalMessage(const std::string& description, const std::strin
 inline std::string Fatal(const std::string& message, const std::string& answer) {
     return Text("fatal box", {answer, message});
 }
-// The message where the drive is not ready when the removal waits for that file.
-inline std::string UnreadyDrive(const std::string& file) {
-    return FatalMessage(Text("unready drive", {file}), "6:1:71");
+// A fault: the drive is not ready when the removal looks for the editor's file, in the wait and
+// at last; and the message of it.
+inline const std::string kUnreadyDrive = "copy FindFirstFileA * " + kEditor + "=21";
+inline std::string UnreadyDrive() {
+    return FatalMessage(Text("unready drive", {kEditor}), "6:1:71");
 }
 
 // Two lists of differences hold the same lines in any order.
@@ -95,8 +101,8 @@ void ExpectChanges(Lines expected, Lines actual);
 // nothing on stderr.
 void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
                    int status = 0);
-// A run that ended with a text in its second window.
+// A run that ended with a text in the last of so many windows.
 void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference = {},
-               int status = 1);
+               int status = 1, std::size_t windows = 2);
 
 }  // namespace support

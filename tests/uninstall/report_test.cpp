@@ -37,9 +37,8 @@ TEST(FatalReport, NamesThePlaceThatLacksMemory) {
 // Nor is there any for the report itself, which needs none.
 TEST(FatalReport, IsGivenAlsoWhereMemoryEndsInIt) {
     NEEDS_SETTINGS();
-    const std::string failure = "copy FindFirstFileA * " + kEditor + "=21";
     Machine whole;
-    whole.Setting("trace", "calls=1").Setting("faults", failure).RunCopy({});
+    whole.Setting("trace", "calls=1").Setting("faults", kUnreadyDrive).RunCopy({});
     // The failure is met and described twice; the first time another look follows, which needs
     // one piece of memory, the second time the report.
     std::vector<unsigned> pieces;
@@ -61,7 +60,7 @@ TEST(FatalReport, IsGivenAlsoWhereMemoryEndsInIt) {
     for (unsigned last = all; last > all - 20; --last) {
         SCOPED_TRACE(last);
         Machine machine;
-        machine.Setting("faults", failure);
+        machine.Setting("faults", kUnreadyDrive);
         for (const unsigned refused : {last, last + 1}) {
             machine.Setting("faults", "copy HeapAlloc " + std::to_string(refused) + " *=8");
         }
@@ -76,12 +75,11 @@ TEST(FatalReport, IsGivenAlsoWhereMemoryEndsInIt) {
 // program ends where it stands, with its window open.
 TEST(FatalReport, EndsTheSequence) {
     NEEDS_SETTINGS();
-    const std::string message = UnreadyDrive(kEditor);
+    const std::string message = UnreadyDrive();
     for (const bool copied : {true, false}) {
         SCOPED_TRACE(copied);
         Machine machine;
-        // Both looks for the editor's file: in the wait, and the last one that decides.
-        machine.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
+        machine.Setting("faults", kUnreadyDrive);
         ExpectOutcome(machine.RunCopy({copied ? "yes" : "no"}),
                       {Progress(), Fatal(message, copied ? "Yes" : "No")}, {}, 1);
         EXPECT_EQ(Readable(machine.Clipboard()), copied ? message + "\\n" : "");
@@ -90,7 +88,7 @@ TEST(FatalReport, EndsTheSequence) {
     }
     // Also where nobody can be told.
     Machine mute;
-    mute.Setting("faults", "copy FindFirstFileA * " + kEditor + "=21");
+    mute.Setting("faults", kUnreadyDrive);
     mute.Setting("faults", "copy MessageBoxA 1 *=8");
     ExpectOutcome(mute.RunCopy({}), {Progress()}, {}, 1);
 }

@@ -78,9 +78,11 @@ void ReadTree(const std::string& name, regtext::Keys& keys) {
         }
     }
     Require(code, ERROR_NO_MORE_ITEMS, name);
-    for (DWORD i = 0; RegEnumKeyA(key.Get(), i, part.data(), part.size()) == ERROR_SUCCESS; ++i) {
+    DWORD i = 0;
+    for (; (code = RegEnumKeyA(key.Get(), i, part.data(), part.size())) == ERROR_SUCCESS; ++i) {
         ReadTree(name + "\\" + ToUtf8(part.data()), keys);
     }
+    Require(code, ERROR_NO_MORE_ITEMS, name);
 }
 
 std::vector<fs::path> TreeAt(const fs::path& path) {
@@ -91,18 +93,13 @@ std::vector<fs::path> TreeAt(const fs::path& path) {
     return all;
 }
 
-std::string ToUtf8(const fs::path& path) {
-    const std::u8string utf8 = path.u8string();
-    return {utf8.begin(), utf8.end()};
-}
-
 }  // namespace
 
 std::string ToUtf8(std::string_view ansi) {
     const auto length = static_cast<int>(ansi.size());
     std::wstring wide(ansi.size(), L'\0');
     MultiByteToWideChar(1252, 0, ansi.data(), length, wide.data(), length);
-    return ToUtf8(fs::path(wide));
+    return Name(wide);
 }
 
 std::string FromUtf8(std::string_view utf8) {
@@ -115,6 +112,11 @@ std::string FromUtf8(std::string_view utf8) {
 
 fs::path Path(std::string_view path) {
     return std::u8string(path.begin(), path.end());
+}
+
+std::string Name(const fs::path& path) {
+    const std::u8string utf8 = path.u8string();
+    return {utf8.begin(), utf8.end()};
 }
 
 void Stage(const fs::path& stage, const fs::path& program) {
@@ -130,17 +132,11 @@ void Stage(const fs::path& stage, const fs::path& program) {
         }
     }
     for (const machine::StagedFile& file : machine::ReadStagedFiles(stage / "files.txt")) {
-        using Kind = machine::StagedFile::Kind;
-        const fs::path path = Path(file.path);
         if (file.path.starts_with("C:\\windows\\system32") || file.path.ends_with("Notepad.exe")) {
             continue;  // the system has its own
         }
-        fs::create_directories(file.kind == Kind::Folder ? path : path.parent_path());
-        if (file.kind == Kind::Program) {
-            fs::copy_file(program, path, fs::copy_options::overwrite_existing);
-        } else if (file.kind == Kind::Bytes) {
-            machine::WriteBytes(path, file.content);
-        }
+        const fs::path path = Path(file.path);
+        machine::Put(file, path, program);
         SetAttributes(path, file.attributes);
     }
 }
@@ -192,7 +188,7 @@ void LookAt(const fs::path& path, machine::State& state) {
             letters.append((GetFileAttributesW(one.c_str()) & bit) != 0 ? 1 : 0, letter);
         }
         const std::string content = letters.ends_with('D') ? "" : machine::ReadBytes(one);
-        state.files[ToUtf8(one)] = {letters, content.size(), machine::Digest(content)};
+        state.files[Name(one)] = {letters, content.size(), machine::Digest(content)};
     }
 }
 

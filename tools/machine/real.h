@@ -16,7 +16,9 @@ namespace fs = std::filesystem;
 // Windows-1252 to UTF-8 and back.
 std::string ToUtf8(std::string_view ansi);
 std::string FromUtf8(std::string_view utf8);
+// A path of the machine as one of the disk, and the way back; Name takes any wide text.
 fs::path Path(std::string_view path);
+std::string Name(const fs::path& path);
 
 // The files and keys that stage describes, but for what each system has itself; program is the
 // uninstaller that was built. Throws std::runtime_error or std::filesystem::filesystem_error.

@@ -57,19 +57,22 @@ std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file) {
     return files;
 }
 
+void Put(const StagedFile& file, const fs::path& place, const fs::path& program) {
+    fs::create_directories(file.kind == StagedFile::Kind::Folder ? place : place.parent_path());
+    if (file.kind == StagedFile::Kind::Program) {
+        fs::copy_file(program, place, fs::copy_options::overwrite_existing);
+    } else if (file.kind == StagedFile::Kind::Bytes) {
+        WriteBytes(place, file.content);
+    }
+}
+
 void Stage(const fs::path& folder, const fs::path& stage, const fs::path& program) {
     fs::create_directories(folder / "drives" / "C");
     fs::copy_file(stage / "machine.ini", folder / "machine.ini");
     fs::copy_file(stage / "registry.reg", folder / "registry.reg");
     Attributes attributes;
     for (const StagedFile& file : ReadStagedFiles(stage / "files.txt")) {
-        const fs::path host = HostPath(folder, file.path);
-        fs::create_directories(file.kind == StagedFile::Kind::Folder ? host : host.parent_path());
-        if (file.kind == StagedFile::Kind::Program) {
-            fs::copy_file(program, host);
-        } else if (file.kind == StagedFile::Kind::Bytes) {
-            WriteBytes(host, file.content);
-        }
+        Put(file, HostPath(folder, file.path), program);
         attributes[file.path] = file.attributes;
     }
     WriteAttributes(folder, attributes);

@@ -40,8 +40,12 @@ struct StagedFile {
 // Reads files.txt. Throws std::runtime_error for a line that is none.
 std::vector<StagedFile> ReadStagedFiles(const std::filesystem::path& file);
 
-// Fills the folder, which must be new or empty, from the data in stage; program is the
-// uninstaller that was built.
+// Makes the folder or the file at that place, but for its attributes; program is the uninstaller
+// that was built.
+void Put(const StagedFile& file, const std::filesystem::path& place,
+         const std::filesystem::path& program);
+
+// Fills the folder, which must be new or empty, from the data in stage.
 void Stage(const std::filesystem::path& folder, const std::filesystem::path& stage,
            const std::filesystem::path& program);
 

@@ -203,7 +203,7 @@ bool Form::SetText(std::size_t control, std::string_view text) {
 }
 
 void ProcessMessages() {
-    const hosted::Call call("ProcessMessages", "");
+    const hosted::Call call("ProcessMessages");
     hosted::HandleMessage();
 }
 

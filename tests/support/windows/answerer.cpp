@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tests/support/flow.h"
+#include "tools/machine/real.h"
 
 namespace support {
 namespace {
@@ -39,8 +40,7 @@ std::string Text(HWND window, bool isEdit) {
         SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
                             SMTO_ABORTIFHUNG, 10000, &length);
     }
-    const std::u8string utf8 = std::filesystem::path(text.substr(0, length)).u8string();
-    return {utf8.begin(), utf8.end()};
+    return real::Name(text.substr(0, length));
 }
 
 bool HasType(HWND window, unsigned type, unsigned mask) {
