@@ -44,13 +44,13 @@ TEST(PathText, IsValidOnlyAsALocalAbsolutePath) {
 class Paths : public testing::Test {
  protected:
     Paths() {
-        machine_.Folder("C:\\Größe 1\\Ein langer Name\\Leer")
+        fixture_.Folder("C:\\Größe 1\\Ein langer Name\\Leer")
             .File("C:\\Größe 1\\Versteckt.txt", "x", "HS")
             .File("C:\\Größe 1\\Ein langer Name\\Offen.txt", "x", "R");
-        machine_.Enter();
+        fixture_.Enter();
     }
     const std::string kFolder{"C:\\Größe 1"_ansi};
-    Machine machine_;
+    Fixture fixture_;
 };
 
 TEST_F(Paths, GetTheNamesThatAreStored) {

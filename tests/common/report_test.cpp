@@ -14,20 +14,20 @@ using ::Fatal;
 
 class Reports : public testing::Test {
  protected:
-    Reports() { machine_.Enter(); }
+    Reports() { fixture_.Enter(); }
     // Shows a report that does not end the program.
     std::string Show(std::uint8_t place, std::int32_t number, ShortForm shortForm,
                      const std::string& answer) {
-        machine_.Answer({answer});
+        fixture_.Answer({answer});
         ReportError(8, place, number, Fatal::No, shortForm);
         EXPECT_EQ(CurrentError().number, 0);
-        EXPECT_EQ(machine_.Shown().size(), 1U);
-        return machine_.Shown().empty() ? "" : machine_.Shown()[0];
+        EXPECT_EQ(fixture_.Shown().size(), 1U);
+        return fixture_.Shown().empty() ? "" : fixture_.Shown()[0];
     }
     static void Pend(std::int32_t number, std::string_view description) {
         CurrentError() = {number, std::string(description)};
     }
-    Machine machine_;
+    Fixture fixture_;
 };
 
 TEST_F(Reports, SystemTextsComeWithTheirCode) {
@@ -61,7 +61,7 @@ TEST_F(Reports, OpenWithWhatIsKnown) {
               box(described + "eins\\n\\tzwei\\l\\tfür drei", "8:0:53"));
     Pend(7, "Speicher");
     EXPECT_EQ(Show(1, 7, ShortForm::No, "no"), box(described + "Speicher", "8:1:7"));
-    EXPECT_EQ(machine_.Clipboard(), "");
+    EXPECT_EQ(fixture_.Clipboard(), "");
 }
 
 TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
@@ -69,7 +69,7 @@ TEST_F(Reports, CutALongDescriptionAndCopyTheMessage) {
     const std::string shown = Show(1, 53, ShortForm::Yes, "yes");
     EXPECT_NE(shown.find("\\t" + std::string(478, 'x') + "\\n\\nFalls"), std::string::npos)
         << shown;
-    const std::string copied = machine_.Clipboard();
+    const std::string copied = fixture_.Clipboard();
     EXPECT_TRUE(copied.ends_with("aufgetreten ist.\r\n")) << copied;
     EXPECT_EQ(copied.find("Zwischenablage"), std::string::npos);
 }

@@ -1,55 +1,13 @@
 #include "tests/faults/judge.h"
 
+#include <fnmatch.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <cstring>
-#include <regex>
-#include <set>
 
 namespace support {
 namespace {
-
-// What may keep the first run from asking whether to begin.
-constexpr const char* kAsks = "first (MessageBoxA|HeapAlloc) .*";
-
-// What may stay, or happen, without a word, and which fault ("ADDRESS=WAY") may do that.
-struct Silence {
-    const char* fault;
-    const char* thing;
-};
-const Silence kSilences[] = {
-    // The maker's key, empty: it goes only when it can be seen to be empty.
-    {R"(copy Reg(OpenKeyEx|EnumKey)A .*\\Software\\Verlonix[:=].*)", R"(.*\\Software\\Verlonix)"},
-    // All other users' settings: without the list of hives nobody knows whose there are.
-    {R"(copy Reg(OpenKeyEx|EnumKey)A HKEY_USERS(:enumerate|\\)?=.*)",
-     R"(HKEY_USERS\\(?!.*-1000\\).*\\Software\\Verlonix.*)"},
-    // A verb's command: most file types are not ours, and those that cannot be read none of our
-    // business.
-    {R"(copy Reg(OpenKeyEx|EnumKey|QueryValueEx)A HKEY_CLASSES_ROOT.*)", R"(.*\\command\|)"},
-    // Whose a browser's editor was, when the command that told it is gone.
-    {R"(copy .* HKEY_CURRENT_USER\\.*Default.* Editor\\shell\\edit\\command.*=gone)",
-     R"(.*Default.* Editor(\\shell.*|\|Description))"},
-    // The group of all users: without their menu the group is the one in the user's own.
-    {"copy SHGet.*", R"(C:\\Dokumente und Einstellungen\\.*\\Programme\\Tessorin(\\.*)?)"},
-    // A report that cannot be shown ends the program; a question counts as No.
-    {"copy MessageBoxA Der folgende Fehler .*", ".*"},
-    {"copy MessageBoxA Sollen die Windows-.*", R"(HKEY_.*\\(Classes|Internet Explorer|HTML)\\.*)"},
-    {kAsks, ".*"},
-    // The interpreter that cannot delete the files of the hand-over has no window.
-    {"script DeleteFileA .*", R"(C:\\windows\\Temp\\UnInstall\..*)"},
-};
-
-// What may go wrong in the first run without being the end of it.
-constexpr const char* kHarmless =
-    // A copy that cannot be held is a copy all the same; a script is tried again.
-    "first ((AllowSetForegroundWindow|CloseHandle|DeleteFileA|FindClose|OpenFile|"
-    "SetFileAttributesA|CreateWindowExA) .*|CreateFileA .*\\\\UnInstall\\.(exe|bat)=.*|"
-    "(GetShortPathNameA|ReadFile) .*=less|.*=gone)";
-
-bool Matches(const std::string& text, const char* pattern) {
-    return std::regex_match(text, std::regex(pattern));
-}
 
 // Without regard to the case of ASCII letters: the program's lines need not have the cases in
 // which keys are stored.
@@ -60,43 +18,6 @@ bool Contains(const std::string& text, const std::string& part) {
 std::string At(const Things& things, const std::string& thing) {
     const auto found = things.find(thing);
     return found == things.end() ? "nothing" : found->second;
-}
-
-// ---- what was told ---------------------------------------------------------------------
-
-struct Told {
-    bool success = false;   // that everything is gone
-    bool problems = false;  // the completion dialog was shown
-    bool ended = false;     // that the run ends here, by itself or as the user wished
-    std::string lines;      // the dialog's, and reports that were passed over
-};
-
-bool SaysTheEnd(const std::string& line) {
-    return Contains(line, "das Programm wird beendet.") || line == InUse("Cancel") ||
-           Contains(line, "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar.") ||
-           Contains(line, "Unbekanntes Befehlszeilenargument") || Contains(line, " -> Abort: ");
-}
-
-Told WhatWasTold(const Outcome& outcome) {
-    const std::set<std::string> usual{Progress(), Confirmation(), ResetQuestion(),
-                                      FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder)};
-    Told told;
-    told.ended = Contains(outcome.errors, "start \"");  // says the interpreter
-    for (const std::string& line : outcome.shown) {
-        if (line == Success()) {
-            told.success = true;
-        } else if (line.starts_with("frmUnInstDone -> ") || Contains(line, " -> Ignore: ")) {
-            told.problems = told.problems || line.starts_with("frm");
-            told.lines += line + "\n";
-        } else if (SaysTheEnd(line)) {
-            told.ended = true;
-        } else {
-            EXPECT_TRUE(usual.contains(line) || Contains(line, " -> Retry: ") ||
-                        line.starts_with("an answer that does not fit"))
-                << "shown: " << line;
-        }
-    }
-    return told;
 }
 
 // The names under which the program may know a key or value.
@@ -112,28 +33,44 @@ Lines NamesOf(const std::string& thing) {
     return names;
 }
 
-// Whether a line names a thing: one of its own if it has a step of its own, else one for
-// something above it, or a report about a value in a key or below it.
+// ---- what was told ---------------------------------------------------------------------
+
+struct Told {
+    bool success = false;   // that everything is gone
+    bool problems = false;  // the completion dialog was shown
+    bool ended = false;     // that the run ends here, by itself or as the user wished
+    std::string lines;      // the dialog's, and reports that were passed over
+};
+
+Told WhatWasTold(const Outcome& outcome) {
+    Told told;
+    told.ended = Contains(outcome.errors, "start \"");  // says the interpreter
+    for (const std::string& line : outcome.shown) {
+        if (line == Success()) {
+            told.success = true;
+        } else if (line.starts_with("frmUnInstDone -> ") || Contains(line, " -> Ignore: ")) {
+            told.problems = told.problems || line.starts_with("frm");
+            told.lines += line + "\n";
+        } else if (Contains(line, "das Programm wird beendet.") || line == InUse("Cancel") ||
+                   Contains(line, "Nicht genügend Arbeitsspeicher oder Systemressourcen") ||
+                   Contains(line, "Unbekanntes Befehlszeilenargument") ||
+                   Contains(line, " -> Abort: ")) {
+            told.ended = true;
+        }
+    }
+    return told;
+}
+
+// Whether a line names a thing, or something above it.
 bool IsNamed(const std::string& thing, const std::string& lines) {
-    const auto says = [&lines](const std::string& kind, const std::string& name) {
-        return Contains(lines, kind + " \"" + name + "\"");
-    };
     if (thing.starts_with(kSharedDlls)) {
-        return says("Datei", thing.substr(kSharedDlls.size() + 1)) ||
+        return Contains(lines, "\"" + thing.substr(kSharedDlls.size() + 1) + "\"") ||
                Contains(lines, "gemeinsam genutzten Dateien konnten");
     }
-    if (thing.starts_with(kGroupFolder)) {  // where no menu can be found, it has no path
-        return says("Verknüpfung", thing) || says("Verzeichnis", thing) ||
-               says("Verzeichnis", "Tessorin");
-    }
-    if (thing == kEditor || thing == kOwnFile) {
-        return says("Datei", thing);
-    }
-    bool isNamed = !thing.starts_with("HKEY_") && says("Verzeichnis", kProgramFolder);
+    bool isNamed = false;
     for (std::string name : NamesOf(thing.substr(0, thing.find('|')))) {
-        isNamed = isNamed || Contains(lines, "im Schlüssel \"" + name);
         for (; Contains(name, "\\"); name.resize(name.rfind('\\'))) {
-            isNamed = isNamed || says("Registrierungsschlüssel", name);
+            isNamed = isNamed || Contains(lines, "\"" + name + "\"");
         }
     }
     return isNamed;
@@ -148,12 +85,10 @@ struct Run {
     Told told;
     std::vector<Call> calls;
 
-    [[nodiscard]] std::string Text() const { return fault.call.Address() + "=" + fault.what; }
-
     void ItHappened() const {
         EXPECT_TRUE(std::any_of(calls.begin(), calls.end(), [this](const Call& call) {
             return call.Address() == fault.call.Address() &&
-                   (fault.what == "gone" || fault.what == "less" || fault.what == call.result);
+                   (fault.way == "gone" || fault.way == "less" || fault.way == call.result);
         })) << "nothing went wrong";
     }
 
@@ -169,15 +104,10 @@ struct Run {
         }
     }
 
-    void OneEnd() const {
+    void OneEndIsTold() const {
         const int ends = int{told.success} + int{told.problems} + int{told.ended};
-        // Who cannot be asked whether to begin has not begun; the end that cannot be told is one.
-        const bool maySayNothing = Matches(Text(), "copy MessageBoxA .*") ||
-                                   (Matches(Text(), kAsks) && after == baseline.before);
-        EXPECT_TRUE(ends == 1 || (ends == 0 && maySayNothing)) << ends << " endings were told";
-        // The first run hands over nothing that it could not make, or make safe.
-        EXPECT_TRUE(fault.call.role != "first" || !told.success || Matches(Text(), kHarmless))
-            << "went on as if nothing had happened";
+        EXPECT_TRUE(ends == 1 || (ends == 0 && fault.mute)) << ends << " endings were told";
+        EXPECT_FALSE(fault.ends && told.success) << "went on as if nothing had happened";
     }
 
     void NothingForeign() const {
@@ -187,17 +117,16 @@ struct Run {
     }
 
     void NothingWithoutAWord() const {
-        Lines left = LeftOver(baseline, after);
-        std::erase_if(left, [this](const std::string& thing) {
-            return told.ended || IsNamed(thing, told.lines) || IsMakerKeyInUse(thing);
-        });
+        Lines left = told.ended ? Lines{} : LeftOver(baseline, after);
         // Where the script has run, nothing is left in the temporary folder.
         const bool scriptRan = std::any_of(calls.begin(), calls.end(),
                                            [](const Call& call) { return call.role == "script"; });
         for (const std::string& path : kHandOverFiles) {
             left.resize(left.size() + (after.contains(path) && (scriptRan || !told.ended)), path);
         }
-        std::erase_if(left, [this](const std::string& thing) { return IsExcused(thing); });
+        std::erase_if(left, [this](const std::string& thing) {
+            return IsNamed(thing, told.lines) || IsMakerKeyInUse(thing) || IsExcused(thing);
+        });
         EXPECT_EQ(left, Lines{}) << "is left without a word";
     }
 
@@ -209,10 +138,7 @@ struct Run {
     }
 
     [[nodiscard]] bool IsExcused(const std::string& thing) const {
-        return (fault.what == "gone" && HasVanished(thing)) ||
-               std::any_of(std::begin(kSilences), std::end(kSilences), [&](const Silence& silence) {
-                   return Matches(Text(), silence.fault) && Matches(thing, silence.thing);
-               });
+        return Matches(thing, fault.mayChange) || (fault.way == "gone" && HasVanished(thing));
     }
 
     // Whether the fault itself has taken it away, with what the call is about.
@@ -230,14 +156,21 @@ struct Run {
 
 }  // namespace
 
+bool Matches(const std::string& text, const std::string& patterns) {
+    const Lines all = Split(patterns);
+    return std::any_of(all.begin(), all.end(), [&text](const std::string& pattern) {
+        return fnmatch(pattern.c_str(), text.c_str(), FNM_NOESCAPE) == 0;
+    });
+}
+
 void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-           const Machine& machine) {
+           const Fixture& fixture) {
     EXPECT_TRUE(outcome.status == 0 || outcome.status == 1) << "exit status " << outcome.status;
-    const Run run{fault, baseline, ThingsOf(machine.Look()), WhatWasTold(outcome),
-                  machine.CallsMade()};
+    const Run run{fault, baseline, ThingsOf(fixture.Look()), WhatWasTold(outcome),
+                  fixture.CallsMade()};
     run.ItHappened();
     run.EveryProcessEnds();
-    run.OneEnd();
+    run.OneEndIsTold();
     run.NothingForeign();
     run.NothingWithoutAWord();
 }

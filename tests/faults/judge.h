@@ -2,7 +2,7 @@
 //
 // Three states are compared: before, after a removal in which nothing went wrong, and after
 // the run in question. Everything must be as in one of the first two; what is still as before
-// although it should be gone is left over, and somebody must have been told.
+// although it should be gone is left over, and the user must have been told.
 #pragma once
 
 #include <string>
@@ -26,7 +26,7 @@ Lines LeftOver(const Baseline& baseline, const Things& after);
 // A run on which faults are built.
 struct Scenario {
     const char* name;
-    void (*stage)(Machine& machine);
+    void (*stage)(Fixture& fixture);
     Lines shown;       // when nothing else goes wrong
     Lines difference;  // likewise
 };
@@ -40,15 +40,18 @@ struct BaseRun {
 // Runs a scenario with its calls recorded; that it does what it should is expected here.
 BaseRun RunScenario(const Scenario& scenario);
 
-// Fails the test unless the rules hold for a run with that fault.
+// What goes wrong, and what it excuses. Texts are compared with patterns, in which "*" stands for
+// anything; several have "|" between them.
 struct Fault {
     Call call;
-    std::string what;
+    std::string way;        // an error code, "less" or "gone"
+    bool ends;              // the run must not go on after it
+    bool mute;              // it is the message itself that cannot be shown
+    std::string mayChange;  // what may stay or become another without a word
 };
+bool Matches(const std::string& text, const std::string& patterns);
+// Fails the test unless the rules hold for a run with that fault.
 void Judge(const Fault& fault, const Baseline& baseline, const Outcome& outcome,
-           const Machine& machine);
-
-// Cases are shared out among parts, tests of their own, so that CTest can use all processors.
-constexpr unsigned kParts = 8;
+           const Fixture& fixture);
 
 }  // namespace support

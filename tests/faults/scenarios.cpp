@@ -1,3 +1,4 @@
+// The runs into which faults are put: together they make every platform call of the program.
 #include "tests/faults/judge.h"
 
 namespace support {
@@ -5,52 +6,48 @@ namespace {
 
 const std::string kShortcut = kGroupFolder + "\\Tessorin.lnk";
 
-void StageLinkAndProblem(Machine& machine) {
-    machine.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
-    machine.Attributes(kShortcut, "R");
+void StageLinkAndProblem(Fixture& fixture) {
+    fixture.Link(kProgramFolder + "\\Hilfe\\Textwerk", "C:\\Programme\\Textwerk");
+    fixture.Attributes(kShortcut, "R");
 }
 
 // An earlier run was interrupted, and the editor is in use at first.
-void StageSecondStart(Machine& machine) {
-    machine.Setting("faults", "first OpenFile 1 " + kEditor + "=32");
+void StageSecondStart(Fixture& fixture) {
+    fixture.Fault("first OpenFile 1 " + kEditor + "=32");
     for (const std::string& path : kHandOverFiles) {
-        machine.File(path, "x");
+        fixture.File(path, "x", path == kCopy ? "R" : "");
     }
 }
 
 }  // namespace
 
 const std::vector<Scenario>& Scenarios() {
-    const std::string first = Confirmation();
-    Lines secondRemoval = CompleteRemoval();
-    for (const std::string& path : kHandOverFiles) {
-        secondRemoval.push_back("- file " + path);
-    }
     static const std::vector<Scenario> scenarios{
-        {"smooth", [](Machine&) {}, RunShows(), CompleteRemoval()},
+        {"smooth", [](Fixture&) {}, RunShows(Success()), Removal()},
         {"link and problem",
          StageLinkAndProblem,
-         {first, Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
+         {Confirmation(), Progress(), FolderNotEmpty(kProgramFolder), FolderNotEmpty(kGroupFolder),
           ResetQuestion(), Problems({NotDeleted("Die Verknüpfung", kShortcut)})},
-         CompleteRemoval()},
+         Removal()},
         {"fatal report",
-         [](Machine& machine) { machine.Setting("faults", kUnreadyDrive); },
-         {first, Progress(), Fatal(UnreadyDrive(), "Yes")},
+         [](Fixture& fixture) { fixture.Fault(kUnreadyDrive); },
+         {Confirmation(), Progress(), UnreadyDrive("Yes")},
          {}},
-        {"second start", StageSecondStart, With({first, InUse("Retry")}, CopyShows()),
-         secondRemoval},
+        {"second start", StageSecondStart,
+         Lines{Confirmation(), InUse("Retry")} + CopyShows(Success()),
+         Removal().Also(Lines{"- file " + kScript, "- file " + kCopy, "- file " + kRecord})},
     };
     return scenarios;
 }
 
 BaseRun RunScenario(const Scenario& scenario) {
     SCOPED_TRACE(scenario.name);
-    Machine machine;
-    machine.Setting("trace", "calls=1");
-    scenario.stage(machine);
-    const Things before = ThingsOf(machine.Look());
-    ExpectOutcome(machine.RunFirst({}), scenario.shown, scenario.difference);
-    return {&scenario, {before, ThingsOf(machine.Look())}, machine.CallsMade()};
+    Fixture fixture;
+    fixture.RecordCalls();
+    scenario.stage(fixture);
+    const Things before = ThingsOf(fixture.Look());
+    ExpectFinished(fixture.RunFirst({}), scenario.shown, scenario.difference);
+    return {&scenario, {before, ThingsOf(fixture.Look())}, fixture.CallsMade()};
 }
 
 }  // namespace support

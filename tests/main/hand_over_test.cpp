@@ -1,39 +1,37 @@
 // From the program folder to the end: the first run, the script, the copy.
-#include "common/modGetErrString.h"
 #include "tests/support/flow.h"
 
 namespace support {
 namespace {
 
-// A whole run in which more is shown before the progress window.
-Lines ShownWith(const Lines& more) {
-    Lines shown = RunShows();
-    shown.insert(shown.begin() + 1, more.begin(), more.end());
-    return shown;
+// The product in another folder; the staged settings keep naming the old one.
+Outcome RunFrom(Fixture& fixture, const std::string& folder, const Lines& answers) {
+    fixture.Program(folder + "\\UnInstall.exe").File(folder + "\\Tessorin.exe", "x");
+    return fixture.Run(folder + "\\UnInstall.exe", "", answers);
 }
 
-// The product in another folder; the staged settings keep naming the old one.
-Outcome RunFrom(Machine& machine, const std::string& folder, const Lines& answers) {
-    machine.Program(folder + "\\UnInstall.exe").File(folder + "\\Tessorin.exe", "x");
-    return machine.Run(folder + "\\UnInstall.exe", "", answers);
+std::string RefusedFolder(const std::string& folder) {
+    return "Das Skript würde einen anderen Ordner übergeben: \"" + folder + "\"";
+}
+std::string RefusedTemp(const std::string& folder) {
+    return "Temporärer Ordner nicht verwendbar: \"" + folder + "\"";
 }
 
 TEST(HandOver, RemovesTheProductAndItsOwnTraces) {
-    Machine machine;
-    ExpectOutcome(machine.RunFirst({"no"}), {Confirmation("No")}, {});
+    Fixture fixture;
+    ExpectFinished(fixture.RunFirst({"no"}), {Confirmation("No")}, {});
     // Whatever earlier runs have left.
-    machine.File(kScript, "del \"C:\\*.*\"\r\n" + std::string(5000, 'x'));
-    machine.File(kRecord, std::string(5000, 'x')).File(kCopy, "not a program");
-    ExpectOutcome(
-        machine.RunFirst({}), RunShows(),
-        With(CompleteRemoval(), {"- file " + kScript, "- file " + kRecord, "- file " + kCopy}));
+    fixture.File(kScript, "del \"C:\\*.*\"\r\n" + std::string(5000, 'x'));
+    fixture.File(kRecord, std::string(5000, 'x')).File(kCopy, "not a program");
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()),
+                   Removal().Also({"- file " + kScript, "- file " + kRecord, "- file " + kCopy}));
 }
 
 TEST(HandOver, CarriesEveryKindOfFolderName) {
     for (const std::string& folder : Lines{
              "C:\\Tessorin",
              // Wine's "start" puts one blank between the words again.
-             Machine::kObeysSettings ? "C:\\Mein  Programm mit Blanks" : "C:\\Mein Programm",
+             Fixture::kHasFaults ? "C:\\Mein  Programm mit Blanks" : "C:\\Mein Programm",
              "C:\\Programme\\ÄÖÜ äöüß é ñ",
              "C:\\a=b;c,d(e)f!g'h+i~j#k$l@m[n]{o}`p",
              "C:\\" +
@@ -41,174 +39,233 @@ TEST(HandOver, CarriesEveryKindOfFolderName) {
              "C:\\" + std::string(100, 'x') + "\\" + std::string(100, 'y'),
          }) {
         SCOPED_TRACE(folder);
-        Machine machine;
-        ExpectOutcome(RunFrom(machine, folder, {"yes", "no"}),
-                      {Confirmation(), Progress(), ResetQuestion("No"), Success()},
-                      With(TheRest(), {"- folder " + folder}));
+        Fixture fixture;
+        ExpectFinished(RunFrom(fixture, folder, {"yes", "no"}),
+                       {Confirmation(), Progress(), ResetQuestion("No"), Success()},
+                       Removal().From(folder));
     }
 }
 
-// What the four unquoted words cannot carry: the folder stays, and so does all else.
-TEST(HandOver, HarmsNothingWhenTheFolderDoesNotArrive) {
-    for (const auto& [name, arrives] :
-         std::vector<std::pair<std::string, std::string>>{{"C:\\Text & Bild", "C:\\Text "},
-                                                          {"C:\\100% Bild", "C:\\100 Bild"},
-                                                          {"C:\\Text^Bild", "C:\\TextBild"},
-                                                          {"C:\\Euro €", ""}}) {
-        SCOPED_TRACE(name);
-        Machine machine;
-        const Outcome outcome = RunFrom(machine, name, {});
-        ExpectChanges({}, outcome.difference);
-        ASSERT_EQ(outcome.shown.size(), 2U);
-        EXPECT_EQ(outcome.shown[0], Confirmation());
-        if (!arrives.empty() && Machine::kObeysSettings) {  // Wine drops the blank at the end
-            EXPECT_EQ(outcome.shown[1], UnknownArgument("/u=" + arrives));
-        }
+// The interpreter would take these characters away, or begin another command with them.
+TEST(HandOver, IsRefusedWhereTheInterpreterWouldChangeTheFolder) {
+    for (const std::string folder :
+         {"C:\\Text & Bild", "C:\\Text&Bild", "C:\\100% Bild", "C:\\%TEMP%", "C:\\Text^Bild"}) {
+        SCOPED_TRACE(folder);
+        Fixture fixture;
+        fixture.Folder("C:\\Text");
+        ExpectBrokenOff(RunFrom(fixture, folder, {"yes", "no"}),
+                        {Confirmation(), Fatal(RefusedFolder(folder), "1:2:5", "No")}, {});
     }
 }
 
-// Another folder that exists would arrive, or it cannot be told what arrives.
-TEST(HandOver, IsRefusedWhenAnotherFolderMightArrive) {
-    for (const std::string name : {"C:\\Text&Bild", "C:\\Text & Bild", "C:\\T^ext", "C:\\Text%",
-                                   "C:\\Te%%xt%TEMP%", "C:\\%1Bild", "C:\\%~dp0Bild"}) {
-        SCOPED_TRACE(name);
-        Machine machine;
-        machine.Folder("C:\\Text");
-        ExpectEnd(RunFrom(machine, name, {"yes", "no"}), "\"UnInstaller:2:0:33:1:2:5\"");
+// A letter that its code page lacks arrives as another one: there is no such folder.
+TEST(HandOver, HarmsNothingWhereALetterDoesNotArrive) {
+    Fixture fixture;
+    const Outcome outcome = RunFrom(fixture, "C:\\Euro €", {});
+    EXPECT_EQ(outcome.status, 0);
+    ExpectChanges({}, outcome.difference);
+    ASSERT_EQ(outcome.shown.size(), 2U);
+    EXPECT_NE(outcome.shown[1].find("Unbekanntes Befehlszeilenargument (\"/u=C:\\Euro "),
+              std::string::npos);
+}
+
+// The temporary folder's short form stands in the script without quotes, and must lead to the
+// same place wherever the interpreter stands.
+TEST(HandOver, IsRefusedWhereTheTemporaryFolderIsNoWord) {
+    NEEDS_FAULTS();
+    for (const std::string folder : {"C:\\a&b", "C:\\100%", "C:\\a^b", "C:\\a;b", "C:\\a=b",
+                                     "C:\\a,b", "C:\\Temp ž", "Temp"}) {
+        SCOPED_TRACE(folder);
+        Fixture fixture;
+        fixture.Folder(folder).Setting("folders", "temp=" + folder);
+        fixture.Fault("first GetShortPathNameA * *=less");
+        ExpectBrokenOff(fixture.RunFirst({"yes", "no"}),
+                        {Confirmation(), Fatal(RefusedTemp(folder + "\\"), "1:2:5", "No")}, {});
     }
 }
 
-TEST(HandOver, RunsFromADriveRoot) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Program("D:\\UnInstall.exe").File("D:\\Brief.txt", "x");
-    ExpectOutcome(machine.Run("D:\\UnInstall.exe", "", {"yes", "no", "no"}),
-                  {Confirmation(), Progress(), FolderNotEmpty("D:\\", "No"), ResetQuestion("No"),
-                   Problems({NotDeleted("Das Verzeichnis", "D:\\")})},
-                  With(TheRest(), {"- file D:\\UnInstall.exe"}));
-}
-
-// The script names the temporary folder in the characters of Windows: the interpreter finds
-// the copy by its short name, but not the files that it should delete.
+// The script names the temporary folder in the characters of Windows, and in quotes: the
+// interpreter finds the copy by its short name, but not the files that it should delete where it
+// reads the name as another one.
 TEST(HandOver, WorksThroughOtherTemporaryFolders) {
     for (const std::string& folder :
          Lines{"C:\\Temp von Clara", "C:\\Temp von %windir%", "C:\\Müll"}) {
         SCOPED_TRACE(folder);
         const std::string file = "+ file " + folder + "\\UnInstall.";
-        const Lines left{file + "bat", file + "exe", file + "pif"};
-        Machine machine;
-        machine.Setting("folders", "temp=" + folder).Folder(folder);
-        ExpectOutcome(machine.RunFirst({}), RunShows(),
-                      With(CompleteRemoval(), folder == "C:\\Müll" ? left : Lines{}));
+        const bool isFound = folder.ends_with("Clara");
+        Fixture fixture;
+        fixture.Setting("folders", "temp=" + folder).Folder(folder);
+        ExpectFinished(
+            fixture.RunFirst({}), RunShows(Success()),
+            Removal().Also(isFound ? Lines{} : Lines{file + "bat", file + "exe", file + "pif"}));
     }
 }
 
 TEST(HandOver, NamesTheCopyAlwaysTheSame) {
-    Machine machine;
-    machine.Remove(kOwnFile).Program(kProgramFolder + "\\Remove.exe");
-    ExpectOutcome(machine.Run(kProgramFolder + "\\Remove.exe", "", {}), RunShows(),
-                  CompleteRemoval());
-}
-
-// Who cannot be asked what to do about a failed copy is told that the run ends.
-TEST(HandOver, ReportsAQuestionThatCannotBeShown) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("faults", "first CopyFileA * *=112");
-    machine.Setting("faults", "first MessageBoxA 2 *=8");
-    ExpectEnd(machine.RunFirst({}), "UnInstaller:2:0:33:");
+    Fixture fixture;
+    fixture.Remove(kOwnFile).Program(kProgramFolder + "\\Remove.exe");
+    ExpectFinished(fixture.Run(kProgramFolder + "\\Remove.exe", "", {}), RunShows(Success()),
+                   Removal());
 }
 
 TEST(HandOver, StopsAtAnEditorThatIsNotFree) {
     const Lines answers{"yes", "retry", "cancel"};
     const Lines shown{Confirmation(), InUse("Retry"), InUse("Cancel")};
-    Machine machine;
-    machine.HoldOpen(kEditor);
-    ExpectOutcome(machine.RunFirst(answers), shown, {});
-    machine.LetGo();
-    if (Machine::kKeepsReadOnly) {
+    Fixture fixture;
+    fixture.HoldOpen(kEditor);
+    ExpectFinished(fixture.RunFirst(answers), shown, {});
+    fixture.LetGo();
+    if (Fixture::kKeepsReadOnly) {
         // Hidden, it is still there.
         for (const char* attributes : {"R", "RHS"}) {
-            machine.Attributes(kEditor, attributes);
-            ExpectOutcome(machine.RunFirst(answers), shown, {});
+            fixture.Attributes(kEditor, attributes);
+            ExpectFinished(fixture.RunFirst(answers), shown, {});
         }
     }
-    machine.Remove(kEditor);
-    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
+    fixture.Remove(kEditor);
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()), Removal());
+}
+
+// A path of 128 characters and more is opened in another way, for the same access.
+TEST(HandOver, StopsAtAnEditorInALongFolderThatIsNotFree) {
+    const std::string folder = "C:\\" + std::string(112, 'z');
+    Fixture fixture;
+    fixture.File(folder + "\\Tessorin.exe", "x").HoldOpen(folder + "\\Tessorin.exe");
+    fixture.Program(folder + "\\UnInstall.exe");
+    ExpectFinished(fixture.Run(folder + "\\UnInstall.exe", "", {"yes", "cancel"}),
+                   {Confirmation(), InUse("Cancel")}, {});
 }
 
 TEST(HandOver, WaitsForTheEditor) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("faults", "first OpenFile 1 *=32").Setting("faults", "first OpenFile 2 *=5");
-    ExpectOutcome(machine.RunFirst({"yes", "retry"}), ShownWith({InUse("Retry"), InUse("Retry")}),
-                  CompleteRemoval());
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.Fault("first OpenFile 1 *=32").Fault("first OpenFile 2 *=5");
+    ExpectFinished(fixture.RunFirst({"yes", "retry"}),
+                   Lines{Confirmation(), InUse("Retry"), InUse("Retry")} + CopyShows(Success()),
+                   Removal());
 }
 
-std::string CopyFailed(const std::string& answer, const std::string& reason,
+std::string CopyFailed(const std::string& answer, DWORD code,
                        const std::string& source = kOwnFile) {
-    return Text("copy failed", {answer, source, kCopy, reason});
+    return Text("copy failed", {answer, source, kCopy, SystemText(code)});
 }
 
 TEST(HandOver, AsksWhatToDoWhenTheCopyFails) {
-    NEEDS_SETTINGS();
-    const std::string full =
-        "\\n\\nEs steht nicht genug Speicherplatz auf dem Datenträger zur Verfügung. (Fehlercode "
-        "112)";
-    Machine retried;
-    retried.Setting("faults", "first CopyFileA 1 *=112");
-    ExpectOutcome(retried.RunFirst({"yes", "abort"}), {Confirmation(), CopyFailed("Abort", full)},
-                  {});
-    retried.Setting("faults", "first CopyFileA 2 *=99999");
-    ExpectOutcome(
-        retried.RunFirst({"yes", "retry", "retry"}),
-        ShownWith({CopyFailed("Retry", full), CopyFailed("Retry", " (Fehlercode 99999)")}),
-        CompleteRemoval());
-    // Ignored, with no older copy there: the script finds nothing to start and tidies up.
-    Machine ignored;
-    ignored.Setting("faults", "first CopyFileA * *=112");
-    Outcome outcome = ignored.RunFirst({"yes", "ignore"});
-    EXPECT_EQ(outcome.errors, "start \"" + kCopy + "\": error 2\n");  // the machine's log
-    outcome.errors.clear();
-    ExpectOutcome(outcome, {Confirmation(), CopyFailed("Ignore", full)}, {});
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.Fault("first CopyFileA 1 *=112");
+    ExpectFinished(
+        fixture.RunFirst({"yes", "abort"}),
+        {Confirmation(), Text("copy failed", {"Abort", kOwnFile, kCopy,
+                                              "\\n\\nEs steht nicht genug Speicherplatz auf dem "
+                                              "Datenträger zur Verfügung. (Fehlercode 112)"})},
+        {});
+    fixture.Fault("first CopyFileA 2 *=99999");
+    const Outcome retried = fixture.RunFirst({"yes", "retry", "retry"});
+    fixture.Enter();
+    ExpectFinished(retried,
+                   Lines{Confirmation(), CopyFailed("Retry", 112),
+                         Text("copy failed", {"Retry", kOwnFile, kCopy, " (Fehlercode 99999)"})} +
+                       CopyShows(Success()),
+                   Removal());
 }
 
+// Whatever lies there from earlier, no other copy is started: the script finds nothing to start
+// and tidies up.
+TEST(HandOver, StartsNothingAfterACopyThatFailed) {
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.Program(kCopy).Fault("first CopyFileA * *=112");
+    Outcome outcome = fixture.RunFirst({"yes", "ignore"});
+    EXPECT_EQ(outcome.errors, "start \"" + kCopy + "\": error 2\n");  // the sandbox's log
+    outcome.errors.clear();
+    fixture.Enter();
+    ExpectFinished(outcome, {Confirmation(), CopyFailed("Ignore", 112)}, {"- file " + kCopy});
+}
+
+// Who cannot be asked what to do about a failed copy is told that the run ends.
+TEST(HandOver, ReportsAQuestionThatCannotBeShown) {
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.Fault("first CopyFileA * *=112").Fault("first MessageBoxA 2 *=8");
+    ExpectBrokenOff(fixture.RunFirst({}), {Confirmation(), Fatal("", "8:1:0", "Yes")}, {});
+}
+
+// Neither does it touch the attributes of what it cannot replace: its own file, or a copy that
+// another uninstaller has open.
 TEST(HandOver, IsRefusedWhileTheCopyIsInUse) {
-    Machine machine;
-    machine.Program(kCopy).Enter();
-    const std::string inUse = Readable(ToUtf8(GetErrString(32, ShowCode::Yes, "Fehlercode")));
-    ExpectOutcome(machine.Run(kCopy, "", {"yes", "abort"}),
-                  {Confirmation(), CopyFailed("Abort", inUse, kCopy)}, {});
-    machine.HoldOpen(kCopy);  // as another uninstaller does
-    ExpectOutcome(machine.RunFirst({"yes", "abort"}), {Confirmation(), CopyFailed("Abort", inUse)},
-                  {});
+    for (const char* attributes : {"", "H", "R"}) {
+        SCOPED_TRACE(attributes);
+        Fixture fixture;
+        fixture.Program(kCopy).Attributes(kCopy, attributes);
+        const Outcome own = fixture.Run(kCopy, "", {"yes", "abort"});
+        fixture.Enter();
+        ExpectFinished(own, {Confirmation(), CopyFailed("Abort", 32, kCopy)}, {});
+        fixture.HoldOpen(kCopy);
+        ExpectFinished(fixture.RunFirst({"yes", "abort"}),
+                       {Confirmation(), CopyFailed("Abort", 32)}, {});
+    }
+}
+
+// The copy of a read-only file is not read-only, and neither does an older one stay for that.
+TEST(HandOver, LeavesNothingBehindThatIsReadOnly) {
+    NEEDS(kKeepsReadOnly, "needs a system that keeps read-only files");
+    Fixture fixture;
+    fixture.Attributes(kOwnFile, "R").File(kCopy, "older", "R");
+    ExpectFinished(fixture.RunFirst({}), RunShows(Problems({NotDeleted("Die Datei", kOwnFile)})),
+                   Removal().Also("- file " + kCopy));
+}
+
+TEST(HandOver, EndsAtAnOlderFileThatCannotGo) {
+    for (const auto& [path, place] : {std::pair(kScript, "1:2:70"), {kRecord, "1:3:70"}}) {
+        Fixture fixture;
+        fixture.File(path, "older").HoldOpen(path);
+        Outcome outcome = fixture.RunFirst({"yes", "no"});
+        std::erase_if(outcome.difference, [](const std::string& line) {
+            return line.starts_with("+ file " + kTempFolder + "\\UnInstall.");
+        });
+        const std::string reason = Description("Zugriff verweigert", path, ERROR_SHARING_VIOLATION);
+        ExpectBrokenOff(outcome, {Confirmation(), Fatal(reason, place, "No")}, {});
+    }
 }
 
 TEST(HandOver, WritesThroughNoLink) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
-    ExpectOutcome(machine.RunFirst({}), RunShows(), With(CompleteRemoval(), {"- file " + kCopy}));
+    NEEDS_FAULTS();
+    const std::string letter = "C:\\Brief.txt";
+    Fixture fixture;
+    fixture.File(letter, "x").Link(kCopy, letter);
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()), Removal().Also("- file " + kCopy));
     // Nor through one that cannot go.
-    Machine kept;
-    kept.File("C:\\Brief.txt", "x").Link(kCopy, "C:\\Brief.txt");
-    kept.Setting("faults", "first DeleteFileA * " + kCopy + "=5");
-    ExpectOutcome(kept.RunFirst({"yes", "abort"}),
-                  {Confirmation(), CopyFailed("Abort", "\\n\\nZugriff verweigert (Fehlercode 5)")},
-                  {});
+    Fixture kept;
+    kept.File(letter, "x").Link(kCopy, letter).Fault("first DeleteFileA * " + kCopy + "=5");
+    const Outcome outcome = kept.RunFirst({"yes", "abort"});
+    kept.Enter();
+    ExpectFinished(outcome, {Confirmation(), CopyFailed("Abort", 5)}, {});
+    // Nor through one that somebody makes between the deletion of the older file and the new one.
+    for (const auto& [call, path] : {std::pair("CopyFileA 1 ", kCopy),
+                                     {"CreateFileA 1 ", kScript},
+                                     {"CreateFileA 1 ", kRecord}}) {
+        SCOPED_TRACE(call + path);
+        Fixture planted;
+        planted.File(letter, "Inhalt");
+        planted.Meanwhile("first " + (call + path),
+                          [&, path = path] { planted.Remove(path).Link(path, letter); });
+        planted.RunFirst({"yes", "abort"});
+        EXPECT_EQ(planted.Content(letter), "Inhalt");
+    }
 }
 
 // Whatever a variable says, and wherever a process is started: the interpreter is the system's,
 // and nobody stands in the folder that is to be removed.
 TEST(HandOver, StartsTheSystemsInterpreter) {
-    Machine machine;
-    machine.Enter();
+    Fixture fixture;
+    fixture.Enter();
     SetEnvironmentVariableA("ComSpec", "C:\\nirgends\\cmd.exe");
-    machine.Setting("trace", "calls=1");
-    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
-    if (Machine::kObeysSettings) {
-        EXPECT_EQ(machine.Calls("SetEnvironmentVariableA", "ComSpec"), 1U);
-        EXPECT_EQ(machine.Calls("SetCurrentDirectoryA", "C:\\windows\\system32\\"), 2U);
+    fixture.RecordCalls();
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()), Removal());
+    if (Fixture::kHasFaults) {
+        EXPECT_EQ(fixture.Calls("SetEnvironmentVariableA", "ComSpec"), 1U);
+        EXPECT_EQ(fixture.Calls("SetCurrentDirectoryA", "C:\\windows\\system32\\"), 2U);
     }
     SetEnvironmentVariableA("ComSpec", nullptr);
 }
@@ -216,53 +273,89 @@ TEST(HandOver, StartsTheSystemsInterpreter) {
 // Nothing says that the first run has ended when the copy begins: as long as it runs, its
 // file is in use, and for a moment afterwards somebody may still look at it.
 TEST(HandOver, LeavesTheFirstRunTimeToEnd) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("trace", "calls=1");
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.RecordCalls();
     for (const std::string& refusal :
          Lines{"1 " + kOwnFile + "=32", "2 " + kOwnFile + "=32", "3 " + kOwnFile + "=5",
                "1 " + kProgramFolder + "=32"}) {
-        machine.Setting("faults", "copy SHFileOperationA " + refusal);
+        fixture.Fault("copy SHFileOperationA " + refusal);
     }
-    ExpectOutcome(machine.RunFirst({}), RunShows(), CompleteRemoval());
-    EXPECT_EQ(machine.Calls("SHFileOperationA", kOwnFile), 4U);
-    EXPECT_EQ(machine.Calls("SHFileOperationA", kProgramFolder), 2U);
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()), Removal());
+    EXPECT_EQ(fixture.Calls("SHFileOperationA", kOwnFile), 4U);
+    EXPECT_EQ(fixture.Calls("SHFileOperationA", kProgramFolder), 2U);
+}
+
+// The copy holds the script from which it was started, so that its last lines run as they were
+// written: it can be read, and neither written nor deleted nor replaced.
+TEST(HandOver, HoldsTheScriptBesideTheCopy) {
+    for (const std::string& arguments : Lines{CopyArguments(), "/u=C:\\fehlt"}) {
+        Fixture fixture;
+        fixture.File(kScript, "del x");
+        const auto open = [&fixture](DWORD access) {
+            fixture.Enter();
+            const handles::File file(CreateFileA(
+                kScript.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+            return file ? DWORD{ERROR_SUCCESS} : GetLastError();
+        };
+        fixture.Meanwhile("copy MessageBoxA 1 *", [&] {
+            EXPECT_EQ(open(GENERIC_READ), DWORD{ERROR_SUCCESS});
+            EXPECT_EQ(open(GENERIC_WRITE), DWORD{ERROR_SHARING_VIOLATION});
+            EXPECT_EQ(DeleteFileA(kScript.c_str()), FALSE);
+        });
+        const bool removes = arguments == CopyArguments();
+        ExpectFinished(fixture.RunCopy(arguments, {}),
+                       removes ? CopyShows(Success()) : Lines{UnknownArgument(arguments)},
+                       removes ? Removal() : Lines{});
+        EXPECT_EQ(fixture.Content(kScript), "del x");
+        EXPECT_EQ(open(GENERIC_WRITE), DWORD{ERROR_SUCCESS});
+    }
+}
+
+TEST(HandOver, GoesOnWhereTheScriptCannotBeHeld) {
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.RecordCalls().Fault("copy CreateFileA * " + kScript + "=32");
+    ExpectFinished(fixture.RunFirst({}), RunShows(Success()), Removal());
 }
 
 struct Failure {
-    std::string fault;
-    const char* description;
+    const char* fault;
+    std::string description;
     const char* place;
     Lines left;  // in the temporary folder
 };
 
 TEST(HandOver, ReportsWhereItFailed) {
-    NEEDS_SETTINGS();
+    NEEDS_FAULTS();
+    Fixture texts;
+    texts.Enter();
+    const std::string none = "Das System kann den angegebenen Pfad nicht finden.";
     const std::vector<Failure> failures{
         {"first GetShortPathNameA * *=3",
-         "GetShortPathName failed for long path \"C:\\windows\\Temp\\\".\\n\\t\\n\\tDas System "
-         "kann den angegebenen Pfad nicht finden. (Error code 3)",
+         "GetShortPathName failed for long path \"C:\\windows\\Temp\\\".\\n\\t\\n\\t" + none +
+             " (Error code 3)",
          "1:2:5",
          {"+ file " + kScript, "+ file " + kCopy}},
-        {"first FindFirstFileA * " + kEditor + "=21", "", "1:2:71", {}},  // before anything is made
-        {"first FindResourceA 1 *=1814", "", "1:3:326", {"+ file " + kScript, "+ file " + kCopy}},
+        {"first FindResourceA 1 *=1814",
+         Description("Ressource nicht gefunden", "Custom", 1814),
+         "1:3:326",
+         {"+ file " + kScript, "+ file " + kCopy}},
         {"first CreateProcessA * *=2",
-         "",
+         Description("Datei nicht gefunden", kScript, 2),
          "1:4:53",
          {"+ file " + kScript, "+ file " + kCopy, "+ file " + kRecord}},
     };
     for (const Failure& failure : failures) {
         SCOPED_TRACE(failure.fault);
-        Machine machine;
-        machine.Setting("faults", failure.fault);
-        const Outcome outcome = machine.RunFirst({"yes", "no"});
-        ExpectEnd(outcome, "\"UnInstaller:2:0:33:" + std::string(failure.place) + "\"",
-                  failure.left);
-        if (*failure.description != '\0') {
-            EXPECT_EQ(outcome.shown[1],
-                      Fatal(FatalMessage(failure.description, failure.place), "No"));
-            EXPECT_EQ(machine.Content(kScript), "");
-        }
+        Fixture fixture;
+        fixture.Fault(failure.fault);
+        ExpectBrokenOff(fixture.RunFirst({"yes", "no"}),
+                        {Confirmation(), Fatal(failure.description, failure.place, "No")},
+                        failure.left);
+        // A script that could not be built is empty.
+        EXPECT_EQ(fixture.Content(kScript).empty(), failure.place == std::string("1:2:5"));
     }
 }
 

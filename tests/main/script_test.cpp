@@ -5,7 +5,7 @@
 #include "main/modMain.h"
 #include "main/modResToFile.h"
 #include "platform/ansi.h"
-#include "tests/support/machine.h"
+#include "tests/support/fixture.h"
 
 namespace support {
 namespace {
@@ -58,12 +58,12 @@ TEST(CommandLine, GivesTheArgumentsAsTheyStand) {
 
 class Record : public testing::Test {
  protected:
-    Record() { machine_.Enter(); }
+    Record() { fixture_.Enter(); }
     std::string Write() {
         EXPECT_FALSE(ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", Existing::Replace));
-        return machine_.Content(kTempFolder + "\\x.pif");
+        return fixture_.Content(kTempFolder + "\\x.pif");
     }
-    Machine machine_;
+    Fixture fixture_;
 };
 
 TEST_F(Record, HoldsTheBytesThatTheSystemReads) {
@@ -78,13 +78,13 @@ TEST_F(Record, HoldsTheBytesThatTheSystemReads) {
 }
 
 TEST_F(Record, ReplacesAnOlderFileOnlyIfAsked) {
-    machine_.File(kTempFolder + "\\x.pif", std::string(3000, 'x'));
+    fixture_.File(kTempFolder + "\\x.pif", std::string(3000, 'x'));
     EXPECT_EQ(Write().size(), 967U);
-    machine_.File(kTempFolder + "\\x.pif", "older");
+    fixture_.File(kTempFolder + "\\x.pif", "older");
     EXPECT_EQ(ResToFile("C:\\windows\\Temp\\x.pif", 101, "CUSTOM", Existing::Keep).number, 58);
-    EXPECT_EQ(machine_.Content(kTempFolder + "\\x.pif"), "older");
+    EXPECT_EQ(fixture_.Content(kTempFolder + "\\x.pif"), "older");
     EXPECT_EQ(ResToFile("C:\\windows\\Temp\\y.pif", 102, "CUSTOM", Existing::Replace).number, 326);
-    EXPECT_FALSE(machine_.Look().files.contains(kTempFolder + "\\y.pif"));
+    EXPECT_FALSE(fixture_.Look().files.contains(kTempFolder + "\\y.pif"));
 }
 
 }  // namespace

@@ -19,11 +19,11 @@ namespace {
 // Whatever it waits for in vain, the time limit of the test ends.
 class InTerminal : public testing::Test {
  protected:
-    InTerminal() { machine_.Program(kCopy).Attributes(kEditor, "R"); }
+    InTerminal() { fixture_.Program(kCopy).Attributes(kEditor, "R"); }
 
     void Start(const std::string& arguments = CopyArguments(), const char* kind = "xterm") {
-        machine_.Answer({});
-        const std::string program = machine_.HostFolder() + "/drives/C/windows/Temp/UnInstall.exe";
+        fixture_.Answer({});
+        const std::string program = fixture_.HostFolder() + "/drives/C/windows/Temp/UnInstall.exe";
         const winsize size{12, 100, 0, 0};
         int terminal = -1;
         int programs = -1;
@@ -76,7 +76,7 @@ class InTerminal : public testing::Test {
         return count > 0;
     }
 
-    Machine machine_;
+    Fixture fixture_;
     hosted::Descriptor terminal_;
     termios before_{};
     pid_t process_ = -1;
@@ -101,7 +101,7 @@ TEST_F(InTerminal, QuestionsAreAnsweredByKeys) {
     Press("x");
     EXPECT_EQ(Wait(), 0);
     EXPECT_FALSE(IsChanged());
-    EXPECT_EQ(machine_.Shown(),
+    EXPECT_EQ(fixture_.Shown(),
               (Lines{Progress(), FolderNotEmpty(kProgramFolder, "No"), ResetQuestion("No"),
                      Problems({NotDeleted("Die Datei", kEditor),
                                NotDeleted("Das Verzeichnis", kProgramFolder)},
@@ -123,8 +123,8 @@ TEST_F(InTerminal, EndingTheProgramAtAQuestionRemovesNoMore) {
         }
         EXPECT_EQ(Wait(), signal);
         EXPECT_TRUE(signal == SIGHUP || !IsChanged());
-        EXPECT_EQ(machine_.Shown(), Lines{Progress()});
-        EXPECT_TRUE(machine_.Look().files.contains(kEditor));
+        EXPECT_EQ(fixture_.Shown(), Lines{Progress()});
+        EXPECT_TRUE(fixture_.Look().files.contains(kEditor));
     }
 }
 
@@ -141,9 +141,9 @@ TEST_F(InTerminal, TextsAreHarmless) {
 }
 
 TEST(WithoutATerminal, QuestionsWithoutAnswerHaveAnEnd) {
-    Machine machine;
-    machine.Setting("faults", "first OpenFile * *=32");
-    const Outcome outcome = machine.RunFirst({});
+    Fixture fixture;
+    fixture.Setting("faults", "first OpenFile * *=32");
+    const Outcome outcome = fixture.RunFirst({});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.shown.size(), 1001U);
 }

@@ -19,18 +19,18 @@ const std::string kFull = kHklm + kArea;
 
 class Registry : public testing::Test {
  protected:
-    Registry() { machine_.Enter(); }
+    Registry() { fixture_.Enter(); }
     LONG Write(const std::string& name, DWORD type, const std::string& text) {
         return WriteValue(HKEY_LOCAL_MACHINE, kArea, name, type, text, Silent);
     }
-    Machine machine_;
+    Fixture fixture_;
 };
 
 TEST_F(Registry, StoresTextsAndNumbers) {
-    machine_.Key(kFull);
+    fixture_.Key(kFull);
     const auto expect = [this](DWORD type, const std::string& text, const std::string& stored) {
         EXPECT_EQ(Write("b", type, text), 0);
-        EXPECT_EQ(machine_.Look().keys.at(kFull).at("b"), stored);
+        EXPECT_EQ(fixture_.Look().keys.at(kFull).at("b"), stored);
     };
     expect(REG_SZ, FromUtf8("für \"alle\""), R"("für \"alle\"")");
     expect(REG_SZ, "", "\"\"");
@@ -39,13 +39,13 @@ TEST_F(Registry, StoresTextsAndNumbers) {
     expect(REG_BINARY, "255", "hex:ff");
     expect(REG_BINARY, "256", "hex:00,01");
     expect(REG_BINARY, "16777216", "hex:00,00,00,01");
-    const State before = machine_.Look();
+    const State before = fixture_.Look();
     for (const std::string& text : Lines{"", "-1", "2147483648", "1.5", "x", " 1"}) {
         EXPECT_EQ(Write("b", REG_DWORD, text), ERROR_INVALID_PARAMETER) << text;
     }
     EXPECT_EQ(Write("b", REG_EXPAND_SZ, "x"), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(WriteValue(HKEY_LOCAL_MACHINE, kArea + "\\fehlt", "", REG_SZ, "x", Silent), 2);
-    ExpectChanges({}, Difference(before, machine_.Look()));
+    ExpectChanges({}, Difference(before, fixture_.Look()));
 }
 
 // The counts of the shared files show the rest.
@@ -62,7 +62,7 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
     };
     std::string read;
     for (const auto& [stored, text] : table) {
-        machine_.Value(kFull, "w", stored);
+        fixture_.Value(kFull, "w", stored);
         EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, kArea, "w", read, Silent), 0) << stored;
         EXPECT_EQ(read, text) << stored;
     }
@@ -73,22 +73,22 @@ TEST_F(Registry, ReadsEveryTypeAsText) {
         EXPECT_EQ(ReadValue(HKEY_LOCAL_MACHINE, key, "fehlt", read, ShowErrors), 2);
         EXPECT_EQ(read, "");
     }
-    EXPECT_EQ(machine_.Shown(), Lines{});
+    EXPECT_EQ(fixture_.Shown(), Lines{});
 }
 
 TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
     const HKEY root = HKEY_LOCAL_MACHINE;
     const std::string area = "key HKLM\\" + kArea;
-    machine_.Value(kFull + "\\A", "w", "\"bleibt\"").Key(kFull + "\\B\\E").Key(kFull + "\\Bx");
-    const State before = machine_.Look();
+    fixture_.Value(kFull + "\\A", "w", "\"bleibt\"").Key(kFull + "\\B\\E").Key(kFull + "\\Bx");
+    const State before = fixture_.Look();
     handles::Key key;
     EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, Silent), 2);
     EXPECT_EQ(CreateKeyPath(root, "", ShowErrors), 0);
-    ExpectChanges({}, Difference(before, machine_.Look()));
+    ExpectChanges({}, Difference(before, fixture_.Look()));
     EXPECT_EQ(OpenKeyForWriting(root, kArea + "\\B\\C\\D", key, CreateMissing), 0);
     EXPECT_TRUE(static_cast<bool>(key));
     ExpectChanges({"+ " + area + "\\B\\C", "+ " + area + "\\B\\C\\D"},
-                  Difference(before, machine_.Look()));
+                  Difference(before, fixture_.Look()));
 
     std::vector<std::string> names;
     EXPECT_EQ(EnumSubkeys(root, kArea, names, Silent), 0);
@@ -100,7 +100,7 @@ TEST_F(Registry, CreatesListsAndDeletesWholeTrees) {
     EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", Silent), 0);
     EXPECT_EQ(DeleteKeyTree(root, kArea + "\\B", ShowErrors), 2);
     EXPECT_EQ(DeleteKeyTree(root, "", ShowErrors | IgnoreDenied), 87);
-    ExpectChanges({"- " + area + "\\B"}, Difference(before, machine_.Look()));
+    ExpectChanges({"- " + area + "\\B"}, Difference(before, fixture_.Look()));
 }
 
 TEST_F(Registry, ReportsEachKindOfFailure) {
@@ -113,10 +113,10 @@ TEST_F(Registry, ReportsEachKindOfFailure) {
     const std::string in = " im Schlüssel " + key;
     const auto expect = [this](RegOp kind, const char* name, LONG code, char icon,
                                const std::string& failure) {
-        machine_.Answer({"ignore"});
+        fixture_.Answer({"ignore"});
         EXPECT_FALSE(ReportRegError(kind, name, HKEY_CURRENT_USER, "A\\B", code));
         const std::string text = failure + Text("abort") + (icon == 'x' ? Text("ignore") : "");
-        EXPECT_EQ(machine_.Shown(), Lines{Box(icon, "Abort *Retry Ignore -> Ignore: " + text)});
+        EXPECT_EQ(fixture_.Shown(), Lines{Box(icon, "Abort *Retry Ignore -> Ignore: " + text)});
     };
     expect(RegOpRead, "", 5, 'x', value + "(Standard)" + in + " nicht gelesen" + denied);
     expect(RegOpWrite, "a b", 2, '!', value + "\"a b\"" + in + " nicht geschrieben" + missing);
@@ -130,18 +130,18 @@ TEST_F(Registry, ReportsEachKindOfFailure) {
            whole + " nicht mit Lesezugriffsrechten geöffnet" + denied);
     expect(RegOpOpenForWriting, "", 5, '!',
            whole + " nicht mit Schreibzugriffsrechten geöffnet" + denied);
-    machine_.Answer({"retry"});
+    fixture_.Answer({"retry"});
     EXPECT_TRUE(ReportRegError(RegOpDeleteKey, "", HKEY_USERS, "", 5));
-    ASSERT_EQ(machine_.Shown().size(), 1U);
-    EXPECT_NE(machine_.Shown()[0].find("\"HKEY_USERS\\\" konnte"), std::string::npos);
+    ASSERT_EQ(fixture_.Shown().size(), 1U);
+    EXPECT_NE(fixture_.Shown()[0].find("\"HKEY_USERS\\\" konnte"), std::string::npos);
 }
 
 TEST_F(Registry, AsksAsOftenAsItsCallerWants) {
-    NEEDS_SETTINGS();
+    NEEDS_FAULTS();
     const HKEY root = HKEY_LOCAL_MACHINE;
     const std::string closed = kArea + "\\zu";
-    machine_.Key(kHklm + closed).Setting("denied", kHklm + closed + "=query,set,enumerate");
-    machine_.Enter();
+    fixture_.Key(kHklm + closed).Setting("denied", kHklm + closed + "=query,set,enumerate");
+    fixture_.Enter();
     std::string text;
     std::vector<std::string> names;
     handles::Key key;
@@ -156,9 +156,9 @@ TEST_F(Registry, AsksAsOftenAsItsCallerWants) {
         {0, [&] { return KeyExists(root, closed); }},
     };
     for (const auto& [asked, operation] : cases) {
-        machine_.Answer({"retry", "ignore"});
+        fixture_.Answer({"retry", "ignore"});
         EXPECT_EQ(operation(), 5);
-        EXPECT_EQ(machine_.Shown().size(), asked);
+        EXPECT_EQ(fixture_.Shown().size(), asked);
     }
     EXPECT_EQ(RootKeyName(HKEY_USERS), "HKEY_USERS");
     EXPECT_EQ(RootKeyName(nullptr), "");

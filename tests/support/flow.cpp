@@ -43,23 +43,6 @@ std::string Text(const std::string& name, const Lines& values) {
     return text.starts_with('[') ? Box(text[1], text.substr(4)) : text;
 }
 
-Lines ShellReset() {
-    return With(Part("reset"),
-                Machine::kMergesClasses ? Part("reset of the user's classes") : Lines{});
-}
-
-Lines TheRest() {
-    return Part("rest");
-}
-
-Lines WithoutReset() {
-    return With(TheRest(), {"- folder " + kProgramFolder});
-}
-
-Lines CompleteRemoval() {
-    return With(WithoutReset(), ShellReset());
-}
-
 Lines Split(const std::string& text) {
     std::istringstream stream(text);
     Lines parts;
@@ -69,23 +52,50 @@ Lines Split(const std::string& text) {
     return parts;
 }
 
-Lines With(Lines lines, const Lines& more) {
+Lines operator+(Lines lines, const Lines& more) {
     lines.insert(lines.end(), more.begin(), more.end());
     return lines;
 }
 
-Lines Without(Lines lines, std::string_view part) {
-    const std::size_t erased = std::erase_if(
-        lines, [part](const std::string& line) { return line.find(part) != std::string::npos; });
-    EXPECT_NE(erased, 0U) << part;
-    return lines;
+Removal::Removal() : lines_(Part("rest") + Part("reset")) {
+    if (Fixture::kMergesClasses) {
+        lines_ = lines_ + Part("reset of the user's classes");
+    }
 }
 
-Lines Without(Lines lines, const Lines& others) {
-    for (const std::string& other : others) {
-        EXPECT_EQ(std::erase(lines, other), 1U) << other;
+Removal Removal::Keeps(std::string_view part) const {
+    Removal fewer = *this;
+    const std::size_t erased = std::erase_if(fewer.lines_, [part](const std::string& line) {
+        return line.find(part) != std::string::npos;
+    });
+    EXPECT_NE(erased, 0U) << part;
+    return fewer;
+}
+
+Removal Removal::Keeps(const Lines& parts) const {
+    Removal fewer = *this;
+    for (const std::string& part : parts) {
+        fewer = fewer.Keeps(part);
     }
-    return lines;
+    return fewer;
+}
+
+Removal Removal::Also(const Lines& lines) const {
+    Removal more = *this;
+    more.lines_ = more.lines_ + lines;
+    return more;
+}
+
+Removal Removal::WithoutReset() const {
+    Removal fewer = *this;
+    for (const std::string& line : Part("reset") + Part("reset of the user's classes")) {
+        std::erase(fewer.lines_, line);
+    }
+    return fewer;
+}
+
+Removal Removal::From(const std::string& folder) const {
+    return WithoutReset().Keeps(kProgramFolder).Also("- folder " + folder);
 }
 
 std::string Readable(const std::string& text) {
@@ -102,7 +112,7 @@ std::string Readable(const std::string& text) {
 }
 
 std::string Box(char icon, const std::string& asked) {
-    return "[" + std::string(1, Machine::kTellsIcons ? icon : ' ') + "] " + asked;
+    return "[" + std::string(1, Fixture::kTellsIcons ? icon : ' ') + "] " + asked;
 }
 
 std::string Problems(const Lines& problems, const std::string& way) {
@@ -113,9 +123,34 @@ std::string Problems(const Lines& problems, const std::string& way) {
     return Text("problems", {way, lines});
 }
 
-Lines CopyShows(const Lines& problems, const std::string& reset) {
-    return {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(reset),
-            problems.empty() ? Success() : Problems(problems)};
+Lines CopyShows(const std::string& end) {
+    return {Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion(), end};
+}
+
+Lines RunShows(const std::string& end) {
+    return Lines{Confirmation()} + CopyShows(end);
+}
+
+std::string FatalMessage(const std::string& description, const std::string& place) {
+    return Text("fatal", {description, place});
+}
+
+std::string Fatal(const std::string& description, const std::string& place,
+                  const std::string& answer) {
+    return Text("fatal box", {answer, FatalMessage(description, place)});
+}
+
+std::string SystemText(DWORD code) {
+    char text[512];
+    const DWORD size =
+        FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM, nullptr, code, 0, text, sizeof text, nullptr);
+    const std::string line = ToUtf8({text, size});
+    return "\\n\\n" + line.substr(0, line.find('\r')) + " (Fehlercode " + std::to_string(code) +
+           ")";
+}
+
+std::string Description(const std::string& meaning, const std::string& object, DWORD code) {
+    return meaning + ": \"" + object + "\"\\n\\t\\n\\t" + SystemText(code).substr(4);
 }
 
 void ExpectChanges(Lines expected, Lines actual) {
@@ -129,20 +164,23 @@ void ExpectChanges(Lines expected, Lines actual) {
     EXPECT_EQ(unexpected, Lines{});
 }
 
-void ExpectOutcome(const Outcome& outcome, const Lines& shown, const Lines& difference,
-                   int status) {
+namespace {
+
+void ExpectOutcome(const Outcome& outcome, int status, const Lines& shown, const Lines& changes) {
     EXPECT_EQ(outcome.status, status);
     EXPECT_EQ(outcome.shown, shown);
-    ExpectChanges(difference, outcome.difference);
+    ExpectChanges(changes, outcome.difference);
     EXPECT_EQ(outcome.errors, "");
 }
 
-void ExpectEnd(const Outcome& outcome, const std::string& text, const Lines& difference, int status,
-               std::size_t windows) {
-    EXPECT_EQ(outcome.status, status);
-    ExpectChanges(difference, outcome.difference);
-    ASSERT_EQ(outcome.shown.size(), windows);
-    EXPECT_NE(outcome.shown.back().find(text), std::string::npos) << outcome.shown.back();
+}  // namespace
+
+void ExpectFinished(const Outcome& outcome, const Lines& shown, const Lines& changes) {
+    ExpectOutcome(outcome, 0, shown, changes);
+}
+
+void ExpectBrokenOff(const Outcome& outcome, const Lines& shown, const Lines& changes) {
+    ExpectOutcome(outcome, 1, shown, changes);
 }
 
 }  // namespace support

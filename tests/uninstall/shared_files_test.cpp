@@ -7,6 +7,11 @@ namespace {
 const std::string kSystem = "C:\\windows\\system32\\";
 const Lines kFiles{"Msvbvm60.dll", "MSComCtl.ocx", "RichTx32.ocx"};
 
+std::string NotLowered(const std::string& file) {
+    return "Die gemeinsam genutzte Datei \"" + file +
+           "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden.";
+}
+
 struct Count {
     const char* stored;  // as regedit writes it
     unsigned left;       // 0: deleted
@@ -14,20 +19,20 @@ struct Count {
 
 // Runs with three counts and compares what becomes of them.
 void ExpectCounts(const std::vector<Count>& counts) {
-    Machine machine;
-    Lines expected = Without(CompleteRemoval(), "SharedDLLs");
+    Fixture fixture;
+    Removal expected = Removal().Keeps("SharedDLLs");
     for (std::size_t i = 0; i < counts.size(); ++i) {
         const std::string name = kSystem + kFiles[i];
-        machine.Value(kSharedDlls, name, counts[i].stored);
+        fixture.Value(kSharedDlls, name, counts[i].stored);
         const std::string line =
             "value HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs\\" + name;
         char left[16];
         std::snprintf(left, sizeof left, "dword:%08x", counts[i].left);
-        expected = With(expected, {counts[i].left == 0
-                                       ? "- " + line
-                                       : "~ " + line + ": " + counts[i].stored + " -> " + left});
+        expected = expected.Also(counts[i].left == 0
+                                     ? "- " + line
+                                     : "~ " + line + ": " + counts[i].stored + " -> " + left);
     }
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Success()), expected);
 }
 
 TEST(SharedFiles, LowersEveryStoredForm) {
@@ -51,43 +56,26 @@ TEST(SharedFiles, LowersEveryStoredForm) {
 }
 
 TEST(SharedFiles, NamesTheCountThatCannotBeLowered) {
-    NEEDS_SETTINGS();
+    NEEDS_FAULTS();
     const std::string file = kSystem + kFiles[1];
-    Machine machine;
-    machine.Setting("faults", "copy RegDeleteValueA * " + kSharedDlls + "|" + file + "=5");
-    ExpectOutcome(
-        machine.RunCopy({"yes", "no"}),
-        CopyShows({"Die gemeinsam genutzte Datei \"" + file +
-                   "\" konnte nicht als nicht mehr von Tessorin benötigt markiert werden."},
-                  "No"),
-        Without(WithoutReset(), "MSComCtl.ocx"));
+    Fixture fixture;
+    fixture.Fault("copy RegDeleteValueA * " + kSharedDlls + "|" + file + "=5");
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Problems({NotLowered(file)})),
+                   Removal().Keeps("MSComCtl.ocx"));
 }
 
 TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
-    NEEDS_SETTINGS();
+    NEEDS_FAULTS();
     for (const std::string& right : Lines{"query", "set"}) {
         SCOPED_TRACE(right);
-        Machine machine;
-        machine.Setting("denied", kSharedDlls + "=" + right).Setting("trace", "calls=1");
-        ExpectOutcome(
-            machine.RunCopy({}),
-            CopyShows({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von Tessorin "
-                       "benötigt markiert werden."}),
-            Without(CompleteRemoval(), "SharedDLLs"));
-        // The line, which needs memory, is written when the keys are closed.
-        const std::string calls = ReadBytes(machine.HostFolder() + "/calls.txt");
-        const std::size_t refused = calls.find(kSharedDlls + ":set");
-        const std::size_t closed = calls.find("RegCloseKey", refused);
-        EXPECT_TRUE(right == "query" || calls.find("HeapAlloc", refused) > closed);
+        Fixture fixture;
+        fixture.Fault("copy RegOpenKeyExA * " + kSharedDlls + ":" + right + "=5");
+        ExpectFinished(
+            fixture.RunCopy({}),
+            CopyShows(Problems({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von "
+                                "Tessorin benötigt markiert werden."})),
+            Removal().Keeps("SharedDLLs"));
     }
-}
-
-TEST(SharedFiles, AskForNoSystemFolderThatIsNotThere) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.NoSetting("folders", "system").Value(kSharedDlls, kFiles[0], "dword:00000005");
-    const Outcome outcome = machine.RunCopy({});
-    ExpectChanges(Without(CompleteRemoval(), "SharedDLLs"), outcome.difference);
 }
 
 }  // namespace

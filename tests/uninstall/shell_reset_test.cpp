@@ -10,134 +10,118 @@ const std::string kSharedEditor = kUser + "Software\\Microsoft\\Shared\\HTML\\De
 
 TEST(ShellReset, LeavesWhatOthersHaveTakenOver) {
     const std::string textwerk = R"("C:\\Programme\\Textwerk\\Textwerk.exe %1")";
-    Machine machine;
-    machine.Value(kClasses + "*\\Shell", "", R"("Textwerk")");
-    machine.Value(kClasses + "Unknown\\Shell", "", R"("Tessorin2")");
-    machine.Value(kClasses + "*\\DefaultIcon", "", R"("Shell32.dll,0")");
-    machine.Value(kHtmlEditor + "\\shell\\edit\\command", "", textwerk);
-    machine.Value(kSharedEditor + "\\shell\\edit\\command", "",
+    Fixture fixture;
+    fixture.Value(kClasses + "*\\Shell", "", R"("Textwerk")");
+    fixture.Value(kClasses + "Unknown\\Shell", "", R"("Tessorin2")");
+    fixture.Value(kClasses + "*\\DefaultIcon", "", R"("Shell32.dll,0")");
+    fixture.Value(kHtmlEditor + "\\shell\\edit\\command", "", textwerk);
+    fixture.Value(kSharedEditor + "\\shell\\edit\\command", "",
                   R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe %1")");
-    machine.Value(kHklm + kInternetExplorer + "View Source Editor\\Editor Name", "",
+    fixture.Value(kHklm + kInternetExplorer + "View Source Editor\\Editor Name", "",
                   R"("C:\\Programme\\Büro Tessorin\\Tessorin.exe")");
-    machine.Value(kClasses + "htmlfile\\shell\\edit\\command", "", textwerk);
-    Lines expected = CompleteRemoval();
-    for (const std::string& kept :
-         Lines{"*\\Shell\\@", "Unknown\\Shell\\@", "*\\DefaultIcon", "Default HTML Editor",
-               "Default Editor", "View Source Editor", "htmlfile"}) {
-        expected = Without(expected, kept);
-    }
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
+    fixture.Value(kClasses + "htmlfile\\shell\\edit\\command", "", textwerk);
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Success()),
+                   Removal().Keeps(Lines{"*\\Shell\\@", "Unknown\\Shell\\@", "*\\DefaultIcon",
+                                         "Default HTML Editor", "Default Editor",
+                                         "View Source Editor", "htmlfile"}));
 }
 
 TEST(ShellReset, PassesOverWhatIsMissing) {
-    Machine machine;
+    Fixture fixture;
     for (const std::string& gone : Lines{"*", "Unknown", ".htm", "htmlfile", "Tessorin.Text"}) {
-        machine.RemoveKey(kClasses + gone);
+        fixture.RemoveKey(kClasses + gone);
     }
-    machine.RemoveKey(kHtmlEditor).RemoveKey(kSharedEditor);
-    machine.RemoveKey(kHklm + kInternetExplorer + "View Source Editor");
-    Lines expected = WithoutReset();
-    for (const std::string& line : ShellReset()) {
-        if (line.find("Tessorin.Vorlage") != std::string::npos ||
-            line.find("Notiz") != std::string::npos) {
-            expected = With(expected, {line});
-        }
-    }
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), expected);
-}
-
-// The classes root shows the user's keys and values over the machine's; both are ours.
-TEST(ShellReset, ReachesBothHalvesOfTheClassesRoot) {
-    NEEDS(kMergesClasses, "the classes root is the machine's alone here");
-    const std::string own = kUser + "Software\\Classes\\*\\Shell";
-    const std::string name = "HKU" + own.substr(own.find('\\'));
-    Machine machine;
-    machine.Key(own + "\\Tessorin\\command").Key(own + "\\Textwerk");
-    machine.Value(own, "", "\"Tessorin\"");
-    ExpectOutcome(
-        machine.RunCopy({}), CopyShows(),
-        With(CompleteRemoval(), {"- key " + name + "\\Tessorin", "- value " + name + "\\@"}));
+    fixture.RemoveKey(kHtmlEditor).RemoveKey(kSharedEditor);
+    fixture.RemoveKey(kHklm + kInternetExplorer + "View Source Editor");
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Success()),
+                   Removal().Keeps(Lines{"\\*\\", "Unknown", ".htm", "htmlfile", "Tessorin.Text",
+                                         "Internet Explorer", "Default Editor"}));
 }
 
 // A second run has nothing left to change.
 TEST(ShellReset, TellsTheShellOnceIfSomethingHasChanged) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("trace", "calls=1");
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), CompleteRemoval());
-    EXPECT_EQ(machine.Calls("SHChangeNotify", ""), 1U);
-    machine.Folder(kProgramFolder).RemoveKey(kSharedDlls);
-    ExpectOutcome(machine.RunCopy({}), {Progress(), ResetQuestion(), Success()},
-                  {"- folder " + kProgramFolder});
-    EXPECT_EQ(machine.Calls("SHChangeNotify", ""), 1U);
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.RecordCalls();
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Success()), Removal());
+    EXPECT_EQ(fixture.Calls("SHChangeNotify", ""), 1U);
+    fixture.Folder(kProgramFolder).RemoveKey(kSharedDlls);
+    ExpectFinished(fixture.RunCopy({}), {Progress(), ResetQuestion(), Success()},
+                   {"- folder " + kProgramFolder});
+    EXPECT_EQ(fixture.Calls("SHChangeNotify", ""), 1U);
 }
 
 TEST(ShellReset, NamesWhatItMayNotWrite) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("denied", kClasses + "Tessorin.Text\\Shell\\open\\command=set");
-    machine.Setting("denied", kClasses + "Unknown\\Shell=set");
-    machine.Setting("denied", kClasses + "*\\DefaultIcon=set");
-    const std::string value =
-        "Der Registrierungswert (Standard) im Schlüssel \"HKEY_CLASSES_ROOT\\";
-    Lines expected = CompleteRemoval();
-    for (const std::string& kept :
-         Lines{"Unknown\\Shell", "*\\DefaultIcon", "Tessorin.Text\\Shell\\open"}) {
-        expected = Without(expected, kept);
+    NEEDS_FAULTS();
+    const std::string root = "HKEY_CLASSES_ROOT\\";
+    const std::string verb = "\\Shell\\open\\command";
+    Fixture fixture;
+    for (const std::string& key : Lines{"Unknown\\Shell", "*\\DefaultIcon", "Tessorin.Text" + verb,
+                                        "tessorin.TEXT" + verb}) {
+        fixture.Fault("copy RegOpenKeyExA * " + root + key + ":set=5");
     }
-    expected = With(expected, {"- key HKLM\\Software\\Classes\\Unknown\\Shell\\Tessorin\\command"});
+    const auto value = [&](const std::string& key, const std::string& what) {
+        return "Der Registrierungswert (Standard) im Schlüssel \"" + root + key +
+               "\" konnte nicht " + what + " werden.";
+    };
     // Writing fails for each of the extensions that share the type, as they name it.
-    const std::string verb = "\\Shell\\open\\command\" konnte nicht geschrieben werden.";
-    ExpectOutcome(
-        machine.RunCopy({}),
-        CopyShows({"Der Registrierungsschlüssel \"HKEY_CLASSES_ROOT\\Unknown\\Shell\\Tessorin\" "
-                   "konnte nicht gelöscht werden.",
-                   value + "Unknown\\Shell\" konnte nicht geschrieben werden.",
-                   value + "*\\DefaultIcon\" konnte nicht gelöscht werden.",
-                   value + "Tessorin.Text" + verb, value + "tessorin.TEXT" + verb}),
-        expected);
+    ExpectFinished(
+        fixture.RunCopy({}),
+        CopyShows(
+            Problems({NotDeleted("Der Registrierungsschlüssel", root + "Unknown\\Shell\\Tessorin"),
+                      value("Unknown\\Shell", "geschrieben"), value("*\\DefaultIcon", "gelöscht"),
+                      value("Tessorin.Text" + verb, "geschrieben"),
+                      value("tessorin.TEXT" + verb, "geschrieben")})),
+        Removal()
+            .Keeps(Lines{"Unknown\\Shell", "*\\DefaultIcon", "Tessorin.Text\\Shell\\open"})
+            .Also("- key HKLM\\Software\\Classes\\Unknown\\Shell\\Tessorin\\command"));
 }
 
 TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
-    NEEDS_SETTINGS();
-    Machine machine;
-    machine.Setting("denied", "HKEY_CLASSES_ROOT=enumerate");
-    ExpectOutcome(machine.RunCopy({}), CopyShows(), Without(CompleteRemoval(), "Notepad"));
+    NEEDS_FAULTS();
+    Fixture fixture;
+    fixture.Fault("copy RegOpenKeyExA * HKEY_CLASSES_ROOT:enumerate=5");
+    ExpectFinished(fixture.RunCopy({}), CopyShows(Success()), Removal().Keeps("Notepad"));
 }
 
-std::string ReadReport(const std::string& answer,
-                       const std::string& key = "HKEY_CLASSES_ROOT\\*\\Shell") {
+const std::string kStarShell = "HKEY_CLASSES_ROOT\\*\\Shell";
+const std::string kUnreadable = "copy RegOpenKeyExA * " + kStarShell + ":query=5";
+
+std::string ReadReport(const std::string& answer, const std::string& key) {
     return Text("unread", {answer, key}) + Text("abort") + Text("ignore");
 }
 
 TEST(ShellReset, ReportsAReadThatIsRefused) {
-    NEEDS_SETTINGS();
+    NEEDS_FAULTS();
     const Lines before{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
-    Machine ignored;
-    ignored.Setting("denied", kClasses + "*\\Shell=query");
-    Lines expected = Without(CompleteRemoval(), "*\\Shell\\@");
-    ExpectOutcome(
-        ignored.RunCopy({"yes", "yes", "retry", "retry", "ignore"}),
-        With(before, {ReadReport("Retry"), ReadReport("Retry"), ReadReport("Ignore"), Success()}),
-        expected);
+    const Removal unread = Removal().Keeps("*\\Shell\\@");
+    Fixture ignored;
+    ignored.Fault(kUnreadable);
+    ExpectFinished(ignored.RunCopy({"yes", "yes", "retry", "retry", "ignore"}),
+                   before + Lines{ReadReport("Retry", kStarShell), ReadReport("Retry", kStarShell),
+                                  ReadReport("Ignore", kStarShell), Success()},
+                   unread);
     // A report that cannot be shown is passed over, not asked again and again.
-    Machine mute;
-    mute.Setting("denied", kClasses + "*\\Shell=query").Setting("faults", "copy MessageBoxA 3 *=8");
-    ExpectOutcome(mute.RunCopy({}), With(before, {Success()}), expected);
+    Fixture mute;
+    mute.Fault(kUnreadable).Fault("copy MessageBoxA 3 *=8");
+    ExpectFinished(mute.RunCopy({}), before + Lines{Success()}, unread);
     // Whose an editor is must be known as well.
-    Machine editor;
-    const std::string command = "\\shell\\edit\\command";
-    editor.Setting("denied", kHtmlEditor + command + "=query");
+    Fixture editor;
     const std::string key =
-        "HKEY_CURRENT_USER\\" + kInternetExplorer + "Default HTML Editor" + command;
-    EXPECT_EQ(editor.RunCopy({"yes", "yes", "ignore"}).shown,
-              With(before, {ReadReport("Ignore", key), Success()}));
-    // Abort: whatever comes behind it is not done, the uninstall entry above all.
-    Machine aborted;
-    aborted.Setting("denied", kClasses + "*\\Shell=query");
-    expected = Without(CompleteRemoval(), Without(ShellReset(), "*\\Shell\\Tessorin"));
-    ExpectOutcome(aborted.RunCopy({"yes", "yes", "abort"}), With(before, {ReadReport("Abort")}),
-                  Without(expected, "\\Uninstall\\"), 1);
+        "HKEY_CURRENT_USER\\" + kInternetExplorer + "Default HTML Editor\\shell\\edit\\command";
+    editor.Fault("copy RegOpenKeyExA * " + key + ":query=5");
+    ExpectFinished(editor.RunCopy({"yes", "yes", "ignore"}),
+                   before + Lines{ReadReport("Ignore", key), Success()},
+                   Removal().Keeps("Default HTML Editor"));
+    // Abort: whatever comes after it is not done, the uninstall entry above all.
+    Fixture aborted;
+    aborted.Fault(kUnreadable);
+    ExpectBrokenOff(aborted.RunCopy({"yes", "yes", "abort"}),
+                    before + Lines{ReadReport("Abort", kStarShell)},
+                    Removal()
+                        .WithoutReset()
+                        .Keeps("\\Uninstall\\")
+                        .Also("- key HKLM\\Software\\Classes\\*\\Shell\\Tessorin"));
     EXPECT_EQ(ReadBytes(aborted.HostFolder() + "/transcript.txt").find("unload"),
               std::string::npos);
 }

@@ -1,4 +1,4 @@
-// The part of the machine that sits in front of the screen: watches for the program's windows
+// The part of the fixture that sits in front of the screen: watches for the program's windows
 // and message boxes, in whatever process, writes down what they show, and answers them.
 #include <functional>
 #include <map>
@@ -157,7 +157,7 @@ void Watch(const std::stop_token& stop) {
 
 }  // namespace
 
-void Machine::Answer(const Lines& next) {
+void Fixture::Answer(const Lines& next) {
     static const std::jthread watcher(Watch);
     const std::lock_guard lock(guard);
     answers = next;
@@ -165,18 +165,18 @@ void Machine::Answer(const Lines& next) {
     shown.clear();
 }
 
-Lines Machine::Shown() const {
+Lines Fixture::Shown() const {
     const std::lock_guard lock(guard);
     return shown;
 }
 
-Machine& Machine::Meanwhile(const std::string& /*call*/, std::function<void()> happens) {
+Fixture& Fixture::Meanwhile(const std::string& /*call*/, std::function<void()> happens) {
     const std::lock_guard lock(guard);
     meanwhile = std::move(happens);
     return *this;
 }
 
-bool Machine::HasHappened() {
+bool Fixture::HasHappened() {
     const std::lock_guard lock(guard);
     return !std::exchange(meanwhile, nullptr);
 }

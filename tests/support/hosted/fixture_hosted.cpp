@@ -1,6 +1,6 @@
-// The machine of the tests on Linux: a folder in the temporary directory, the program as
+// The fixture on Linux: the computer is a sandbox in the temporary directory, the program
 // a child process. Processes that outlive their parent become children of the test
-// process, so "no child left" means that the machine is idle.
+// process, so "no child left" means that the sandbox is idle.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -66,7 +66,7 @@ Lines Fields(const std::string& line) {
     return fields;
 }
 
-// The folder of the machine that the process has entered.
+// The sandbox that the process has entered.
 fs::path& Entered() {
     static fs::path folder;
     return folder;
@@ -109,29 +109,29 @@ fs::path BuiltProgram() {
     return TESTS_PROGRAM;
 }
 
-const bool Machine::kObeysSettings = true;
-const bool Machine::kMergesClasses = true;
-const bool Machine::kKeepsReadOnly = true;
-const bool Machine::kTellsIcons = true;
+const bool Fixture::kHasFaults = true;
+const bool Fixture::kMergesClasses = true;
+const bool Fixture::kKeepsReadOnly = true;
+const bool Fixture::kTellsIcons = true;
 
-struct Machine::Host {
+struct Fixture::Host {
     // What is there now, with what the test process has not saved yet.
     [[nodiscard]] State Look() const;
-    // Changes the registry of a machine on which nothing runs.
+    // Changes the registry of a sandbox in which nothing runs.
     void Change(const std::function<void(Keys&)>& change) const;
 
     fs::path folder{FreshFolder()};
     std::function<void()> meanwhile;
 };
 
-State Machine::Host::Look() const {
+State Fixture::Host::Look() const {
     if (Entered() == folder) {
         hosted::SaveRegistry();
     }
     return machine::Look(folder);
 }
 
-void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
+void Fixture::Host::Change(const std::function<void(Keys&)>& change) const {
     Keys keys = Look().keys;
     change(keys);
     WriteBytes(folder / "registry.reg", regtext::Format(keys));
@@ -140,12 +140,12 @@ void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
     }
 }
 
-Machine::Machine() : host_(std::make_unique<Host>()) {
+Fixture::Fixture() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     machine::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
 }
 
-Machine::~Machine() {
+Fixture::~Fixture() {
     // A test that has broken off may have left one that waits to go on.
     for (auto children = Children(); !children.empty(); children = Children()) {
         kill(children.front(), SIGKILL);
@@ -160,38 +160,38 @@ Machine::~Machine() {
     fs::remove_all(host_->folder, ignored);
 }
 
-fs::path Machine::Place(const std::string& path) const {
+fs::path Fixture::Place(const std::string& path) const {
     return machine::HostPath(host_->folder, path);
 }
 
-Machine& Machine::Remove(const std::string& path) {
+Fixture& Fixture::Remove(const std::string& path) {
     fs::remove_all(Place(path));
     return Attributes(path, "");
 }
 
-Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
+Fixture& Fixture::Attributes(const std::string& path, const std::string& attributes) {
     machine::Attributes all = machine::ReadAttributes(host_->folder);
     all[path] = attributes;
     machine::WriteAttributes(host_->folder, all);
     return *this;
 }
 
-Machine& Machine::Key(const std::string& key) {
+Fixture& Fixture::Key(const std::string& key) {
     host_->Change([&](Keys& keys) { regtext::AddKey(keys, key); });
     return *this;
 }
 
-Machine& Machine::RemoveKey(const std::string& key) {
+Fixture& Fixture::RemoveKey(const std::string& key) {
     host_->Change([&](Keys& keys) { regtext::RemoveTree(keys, key); });
     return *this;
 }
 
-Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
+Fixture& Fixture::Value(const std::string& key, const std::string& name, const std::string& value) {
     host_->Change([&](Keys& keys) { regtext::AddKey(keys, key)[name] = value; });
     return *this;
 }
 
-Machine& Machine::Set(const std::string& section, const std::string& left,
+Fixture& Fixture::Set(const std::string& section, const std::string& left,
                       const std::string& line) {
     const std::string head = "\n[" + section + "]\n";
     std::string text = "\n" + ReadBytes(host_->folder / "machine.ini");
@@ -210,17 +210,17 @@ Machine& Machine::Set(const std::string& section, const std::string& left,
     return *this;
 }
 
-Machine& Machine::Link(const std::string& path, const std::string& target) {
+Fixture& Fixture::Link(const std::string& path, const std::string& target) {
     fs::create_symlink(Place(target), Place(path));
     return *this;
 }
 
-void Machine::Enter() {
+void Fixture::Enter() {
     hosted::Machine::Use(host_->folder);
     Entered() = host_->folder;
 }
 
-void Machine::Answer(const std::vector<std::string>& answers) {
+void Fixture::Answer(const std::vector<std::string>& answers) {
     std::string lines;
     for (const std::string& answer : answers) {
         lines += answer + "\n";
@@ -229,7 +229,7 @@ void Machine::Answer(const std::vector<std::string>& answers) {
     fs::remove(host_->folder / "transcript.txt");
 }
 
-std::vector<std::string> Machine::Shown() const {
+std::vector<std::string> Fixture::Shown() const {
     Lines shown;
     std::istringstream lines(ReadIfThere(host_->folder / "transcript.txt"));
     for (std::string line; std::getline(lines, line);) {
@@ -254,7 +254,7 @@ std::vector<std::string> Machine::Shown() const {
     return shown;
 }
 
-Machine& Machine::Meanwhile(const std::string& call, std::function<void()> happens) {
+Fixture& Fixture::Meanwhile(const std::string& call, std::function<void()> happens) {
     for (const char* pipe : {"stopped", "go"}) {
         mkfifo((host_->folder / pipe).c_str(), 0666);
     }
@@ -262,11 +262,11 @@ Machine& Machine::Meanwhile(const std::string& call, std::function<void()> happe
     return Setting("faults", call + "=stop");
 }
 
-bool Machine::HasHappened() {
+bool Fixture::HasHappened() {
     return !std::exchange(host_->meanwhile, nullptr);
 }
 
-Outcome Machine::Execute(const std::string& program, const std::string& arguments) {
+Outcome Fixture::Execute(const std::string& program, const std::string& arguments) {
     const fs::path& folder = host_->folder;
     // Both open before anybody waits for the other end of them.
     Descriptor stopped(open((folder / "stopped").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -300,15 +300,15 @@ Outcome Machine::Execute(const std::string& program, const std::string& argument
     return outcome;
 }
 
-std::string Machine::HostFolder() const {
+std::string Fixture::HostFolder() const {
     return host_->folder.string();
 }
 
-State Machine::Look() const {
+State Fixture::Look() const {
     return host_->Look();
 }
 
-std::string Machine::Clipboard() const {
+std::string Fixture::Clipboard() const {
     return ReadIfThere(host_->folder / "clipboard.txt");
 }
 

@@ -1,6 +1,6 @@
-// A staged machine on which the real program runs as a real process: stage, change, run,
-// compare. All texts are UTF-8. hosted/ makes it of a folder, windows/ of the Windows that
-// the tests run on.
+// A computer with Tessorin on it, as tests/stage describes it, on which the real program runs
+// as a real process: stage, change, run, compare. All texts are UTF-8. hosted/ makes it of a
+// folder, windows/ of the Windows that the tests run on.
 #pragma once
 
 #include <filesystem>
@@ -31,15 +31,15 @@ struct Call {
     bool changes = false;
 
     [[nodiscard]] std::string Address() const { return role + " " + function + " " + argument; }
-    // The left side of a fault in machine.ini.
+    // How a fault names this call, or another occurrence of it; "*" is every one.
     [[nodiscard]] std::string Site(const std::string& which) const {
         return role + " " + function + " " + which + " " + argument;
     }
 };
 
-class Machine {
+class Fixture {
  public:
-    static const bool kObeysSettings;  // whether Setting has any effect
+    static const bool kHasFaults;  // calls can fail, and are recorded; the hosted fixture only
     // Whether HKEY_CLASSES_ROOT shows the user's classes as well, as Windows has it since
     // 2000. Wine 8 shows the machine's alone.
     static const bool kMergesClasses;
@@ -48,34 +48,35 @@ class Machine {
     static const bool kKeepsReadOnly;
     static const bool kTellsIcons;  // of message boxes; on a screen they are pictures
 
-    // As tests/stage describes it.
-    Machine();
-    ~Machine();
-    Machine(const Machine&) = delete;
-    Machine& operator=(const Machine&) = delete;
+    Fixture();
+    ~Fixture();
+    Fixture(const Fixture&) = delete;
+    Fixture& operator=(const Fixture&) = delete;
 
     // ---- changes, before a run or between two ----
     // Attributes are letters: R, H, S, or "" for none. The folders above are made as well.
-    Machine& File(const std::string& path, const std::string& content,
+    Fixture& File(const std::string& path, const std::string& content,
                   const std::string& attributes = "");
-    Machine& Folder(const std::string& path);
-    Machine& Program(const std::string& path);  // a copy of the program that was built
-    Machine& Remove(const std::string& path);   // a file, or a folder with all it holds
-    Machine& Attributes(const std::string& path, const std::string& attributes);
-    Machine& Key(const std::string& key);
-    Machine& RemoveKey(const std::string& key);
+    Fixture& Folder(const std::string& path);
+    Fixture& Program(const std::string& path);  // a copy of the program that was built
+    Fixture& Remove(const std::string& path);   // a file, or a folder with all it holds
+    Fixture& Attributes(const std::string& path, const std::string& attributes);
+    Fixture& Link(const std::string& path, const std::string& target);  // hosted only
+    Fixture& Key(const std::string& key);
+    Fixture& RemoveKey(const std::string& key);
     // value as regedit writes it: "\"text\"", "dword:00000005", "hex:01,02"
-    Machine& Value(const std::string& key, const std::string& name, const std::string& value);
-    // A line of a section of machine.ini; replaces the line with the same left side. Only
-    // the hosted machine obeys it.
-    Machine& Setting(const std::string& section, const std::string& line) {
+    Fixture& Value(const std::string& key, const std::string& name, const std::string& value);
+
+    // A line of machine.ini; replaces the line with the same left side. Windows obeys "temp".
+    Fixture& Setting(const std::string& section, const std::string& line) {
         return Set(section, line.substr(0, line.find('=')), line);
     }
-    Machine& NoSetting(const std::string& section, const std::string& left) {
+    Fixture& NoSetting(const std::string& section, const std::string& left) {
         return Set(section, left, "");
     }
-    // A link to a file or folder of the machine.
-    Machine& Link(const std::string& path, const std::string& target);
+    // "PROCESS FUNCTION OCCURRENCE ARGUMENT=CODE": that call fails with that code.
+    Fixture& Fault(const std::string& fault) { return Setting("faults", fault); }
+    Fixture& RecordCalls() { return Setting("trace", "calls=1"); }  // for Calls and CallsMade
 
     // ---- runs ----
     // Starts the program at that path with the argument text and waits until every process
@@ -83,43 +84,41 @@ class Machine {
     // without one gets its default.
     Outcome Run(const std::string& program, const std::string& arguments,
                 const std::vector<std::string>& answers);
-    // Right before a call of the next run, named as in [faults] of machine.ini, this happens
-    // while the process stands still. Only the hosted machine knows calls; elsewhere it
-    // happens at the first question.
-    Machine& Meanwhile(const std::string& call, std::function<void()> happens);
-
     // The whole hand-over, from the program folder.
     Outcome RunFirst(const std::vector<std::string>& answers);
     // The relaunched copy alone, from the temporary folder, where it is left.
     Outcome RunCopy(const std::vector<std::string>& answers);
     Outcome RunCopy(const std::string& arguments, const std::vector<std::string>& answers);
+    // Right before a call of the next run, named as in a fault, this happens while the process
+    // stands still. Without faults it happens at the first question.
+    Fixture& Meanwhile(const std::string& call, std::function<void()> happens);
 
-    // Enters the machine and opens a file so that others can read it but neither write nor
-    // delete it, until it is let go, at the end of the machine at the latest.
+    // Enters the computer and opens a file so that others can read it but neither write nor
+    // delete it, until it is let go, at the end of the fixture at the latest.
     void HoldOpen(const std::string& path);
     void LetGo() { held_.Close(); }
 
-    // Makes this the machine of the test process: Win32 calls of the test work on it. Again
-    // after a change of its settings. What the process had open there is closed.
+    // Win32 calls of the test work on this computer from now on. Again after a change of its
+    // settings. What the process had open there is closed.
     void Enter();
-    // The answers to the next questions, in place of those that are left, and an empty
-    // transcript. Run does this itself.
+    // The answers to the next questions, in place of those that are left, and nothing shown
+    // yet. Run does this itself.
     void Answer(const std::vector<std::string>& answers);
     [[nodiscard]] std::vector<std::string> Shown() const;  // since then
 
     // ---- looks ----
-    [[nodiscard]] std::string HostFolder() const;  // of the hosted machine, else empty
+    [[nodiscard]] std::string HostFolder() const;  // the hosted fixture's sandbox, else empty
     [[nodiscard]] State Look() const;
     [[nodiscard]] std::string Content(const std::string& path) const;  // a file's bytes
     [[nodiscard]] std::string Clipboard() const;
-    // If [trace] was set: all calls in the order in which they ended, and how often a function
-    // was called with that argument.
+    // All calls in the order in which they ended, and how often a function was called with
+    // that argument.
     [[nodiscard]] std::vector<Call> CallsMade() const;
     [[nodiscard]] unsigned Calls(const std::string& function, const std::string& argument) const;
 
  private:
-    Machine& Set(const std::string& section, const std::string& left, const std::string& line);
-    // Where a path of the machine lies for the test process.
+    Fixture& Set(const std::string& section, const std::string& left, const std::string& line);
+    // Where a path of the computer lies for the test process.
     [[nodiscard]] std::filesystem::path Place(const std::string& path) const;
 
     // Starts the program and waits for all that comes of it: its exit status and what they wrote.
@@ -141,8 +140,8 @@ std::filesystem::path BuiltProgram();
 
 }  // namespace support
 
-// First line of a test that some machines cannot run.
+// First line of a test that not every host can run.
 #define NEEDS(ability, reason)      \
-    if (!support::Machine::ability) \
+    if (!support::Fixture::ability) \
     GTEST_SKIP() << (reason)
-#define NEEDS_SETTINGS() NEEDS(kObeysSettings, "needs a machine that does what it is told")
+#define NEEDS_FAULTS() NEEDS(kHasFaults, "needs calls that fail when they are told to")

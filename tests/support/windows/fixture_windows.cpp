@@ -1,10 +1,10 @@
-// The machine of the tests on Windows: the one they run on. It gets the staged files and
-// keys before each test and keeps what the last one left, so it should be nobody's.
+// The fixture on Windows: the computer is the one that the tests run on. It gets the staged
+// files and keys before each test and keeps what the last one left, so it should be nobody's.
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "tests/support/machine.h"
+#include "tests/support/fixture.h"
 #include "tools/machine/real.h"
 
 namespace support {
@@ -74,60 +74,60 @@ fs::path BuiltProgram() {
 }
 
 // As Wine 8 has it.
-const bool Machine::kObeysSettings = false;
-const bool Machine::kMergesClasses = false;
-const bool Machine::kKeepsReadOnly = false;
-const bool Machine::kTellsIcons = false;
+const bool Fixture::kHasFaults = false;
+const bool Fixture::kMergesClasses = false;
+const bool Fixture::kKeepsReadOnly = false;
+const bool Fixture::kTellsIcons = false;
 
-struct Machine::Host {
+struct Fixture::Host {
     handles::Process job{CreateJobObjectA(nullptr, nullptr)};  // of the program and the script
 };
 
-Machine::Machine() : host_(std::make_unique<Host>()) {
+Fixture::Fixture() : host_(std::make_unique<Host>()) {
     Clear();
     Answer({});
     Setting("folders", "temp=" + kTempFolder);
     real::Stage(TESTS_STAGE, BuiltProgram());
 }
 
-Machine::~Machine() {
+Fixture::~Fixture() {
     // A test that has broken off may have left one that waits for an answer.
     TerminateJobObject(host_->job.Get(), 1);
     LetGo();
     SetCurrentDirectoryA("C:\\windows");
 }
 
-fs::path Machine::Place(const std::string& path) const {
+fs::path Fixture::Place(const std::string& path) const {
     return real::Path(path);
 }
 
-Machine& Machine::Remove(const std::string& path) {
+Fixture& Fixture::Remove(const std::string& path) {
     real::RemoveTree(Place(path));
     return *this;
 }
 
-Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
+Fixture& Fixture::Attributes(const std::string& path, const std::string& attributes) {
     real::SetAttributes(Place(path), attributes);
     return *this;
 }
 
-Machine& Machine::Key(const std::string& key) {
+Fixture& Fixture::Key(const std::string& key) {
     real::AddKey(key);
     return *this;
 }
 
-Machine& Machine::RemoveKey(const std::string& key) {
+Fixture& Fixture::RemoveKey(const std::string& key) {
     real::RemoveKey(key);
     return *this;
 }
 
-Machine& Machine::Value(const std::string& key, const std::string& name, const std::string& value) {
+Fixture& Fixture::Value(const std::string& key, const std::string& name, const std::string& value) {
     real::SetValue(key, name, value);
     return *this;
 }
 
 // Only the temporary folder is ours to set here, for processes that are started later.
-Machine& Machine::Set(const std::string& /*section*/, const std::string& left,
+Fixture& Fixture::Set(const std::string& /*section*/, const std::string& left,
                       const std::string& line) {
     if (left == "temp") {
         SetEnvironmentVariableA("TMP", FromUtf8(line.substr(left.size() + 1)).c_str());
@@ -135,13 +135,13 @@ Machine& Machine::Set(const std::string& /*section*/, const std::string& left,
     return *this;
 }
 
-Machine& Machine::Link(const std::string& /*path*/, const std::string& /*target*/) {
+Fixture& Fixture::Link(const std::string& /*path*/, const std::string& /*target*/) {
     return *this;
 }
 
-void Machine::Enter() {}
+void Fixture::Enter() {}
 
-Outcome Machine::Execute(const std::string& program, const std::string& arguments) {
+Outcome Fixture::Execute(const std::string& program, const std::string& arguments) {
     const std::string path = FromUtf8(program);
     std::string command = "\"" + path + "\"";
     command += arguments.empty() ? "" : " " + FromUtf8(arguments);
@@ -173,11 +173,11 @@ Outcome Machine::Execute(const std::string& program, const std::string& argument
     return outcome;
 }
 
-std::string Machine::HostFolder() const {
+std::string Fixture::HostFolder() const {
     return {};
 }
 
-State Machine::Look() const {
+State Fixture::Look() const {
     State state;
     for (const fs::path& place : Territory()) {
         real::LookAt(place, state);
@@ -186,7 +186,7 @@ State Machine::Look() const {
     return state;
 }
 
-std::string Machine::Clipboard() const {
+std::string Fixture::Clipboard() const {
     const handles::Clipboard clipboard(nullptr);
     const HANDLE data = GetClipboardData(CF_TEXT);
     const auto* text = data == nullptr ? "" : static_cast<const char*>(GlobalLock(data));

@@ -1,4 +1,4 @@
-#include "tests/support/machine.h"
+#include "tests/support/fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@ namespace support {
 
 namespace fs = std::filesystem;
 
-Machine& Machine::File(const std::string& path, const std::string& content,
+Fixture& Fixture::File(const std::string& path, const std::string& content,
                        const std::string& attributes) {
     fs::create_directories(Place(path).parent_path());
     Attributes(path, "");
@@ -17,18 +17,18 @@ Machine& Machine::File(const std::string& path, const std::string& content,
     return Attributes(path, attributes);
 }
 
-Machine& Machine::Folder(const std::string& path) {
+Fixture& Fixture::Folder(const std::string& path) {
     fs::create_directories(Place(path));
     return *this;
 }
 
-Machine& Machine::Program(const std::string& path) {
+Fixture& Fixture::Program(const std::string& path) {
     fs::create_directories(Place(path).parent_path());
     fs::copy_file(BuiltProgram(), Place(path), fs::copy_options::overwrite_existing);
     return *this;
 }
 
-Outcome Machine::Run(const std::string& program, const std::string& arguments,
+Outcome Fixture::Run(const std::string& program, const std::string& arguments,
                      const std::vector<std::string>& answers) {
     Answer(answers);
     const State before = Look();
@@ -39,31 +39,31 @@ Outcome Machine::Run(const std::string& program, const std::string& arguments,
     return outcome;
 }
 
-Outcome Machine::RunFirst(const std::vector<std::string>& answers) {
+Outcome Fixture::RunFirst(const std::vector<std::string>& answers) {
     return Run(kOwnFile, "", answers);
 }
 
-Outcome Machine::RunCopy(const std::vector<std::string>& answers) {
+Outcome Fixture::RunCopy(const std::vector<std::string>& answers) {
     return RunCopy(CopyArguments(), answers);
 }
 
-Outcome Machine::RunCopy(const std::string& arguments, const std::vector<std::string>& answers) {
+Outcome Fixture::RunCopy(const std::string& arguments, const std::vector<std::string>& answers) {
     Program(kCopy);
     return Run(kCopy, arguments, answers);
 }
 
-void Machine::HoldOpen(const std::string& path) {
+void Fixture::HoldOpen(const std::string& path) {
     Enter();
     held_ = handles::File(CreateFileA(FromUtf8(path).c_str(), GENERIC_READ, FILE_SHARE_READ,
                                       nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(static_cast<bool>(held_)) << path;
 }
 
-std::string Machine::Content(const std::string& path) const {
+std::string Fixture::Content(const std::string& path) const {
     return fs::exists(Place(path)) ? ReadBytes(Place(path)) : "";
 }
 
-std::vector<Call> Machine::CallsMade() const {
+std::vector<Call> Fixture::CallsMade() const {
     std::istringstream lines(ReadBytes(HostFolder() + "/calls.txt"));
     std::vector<Call> calls;
     Call call;
@@ -79,7 +79,7 @@ std::vector<Call> Machine::CallsMade() const {
     return calls;
 }
 
-unsigned Machine::Calls(const std::string& function, const std::string& argument) const {
+unsigned Fixture::Calls(const std::string& function, const std::string& argument) const {
     const std::vector<Call> calls = CallsMade();
     return static_cast<unsigned>(std::count_if(calls.begin(), calls.end(), [&](const Call& call) {
         return call.function == function && call.argument == argument;
