@@ -183,6 +183,7 @@ struct SHFILEOPSTRUCTA {
     HWND hwnd;
     UINT wFunc;
     LPCSTR pFrom;
+    LPCSTR pTo;
     FILEOP_FLAGS fFlags;
 };
 struct ITEMIDLIST;
