@@ -4,7 +4,6 @@
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
 #include "common/modRuntimeError.h"
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -19,13 +18,13 @@ class Reports : public testing::Test {
     std::string Show(std::uint8_t place, std::int32_t number, ShortForm shortForm,
                      const std::string& answer) {
         fixture_.Answer({answer});
-        ReportError(8, place, number, Fatal::No, shortForm);
-        EXPECT_EQ(CurrentError().number, 0);
+        ReportError(Procedure::CopyFileWithRetry, place, number, Fatal::No, shortForm);
+        EXPECT_EQ(CurrentError.number, 0);
         EXPECT_EQ(fixture_.Shown().size(), 1U);
         return fixture_.Shown().empty() ? "" : fixture_.Shown()[0];
     }
     static void Pend(std::int32_t number, std::string_view description) {
-        CurrentError() = {number, std::string(description)};
+        CurrentError = {number, std::string(description)};
     }
     Fixture fixture_;
 };
@@ -39,8 +38,47 @@ TEST_F(Reports, SystemTextsComeWithTheirCode) {
     EXPECT_EQ(GetErrString(5, ShowCode::Yes, "Fehlercode"), text + " (Fehlercode 5)");
     EXPECT_EQ(GetErrString(-7, ShowCode::Yes, "Error code"), " (Error code -7)");
     EXPECT_EQ(GetErrString(-7, ShowCode::No, "Error code"), "");
-    // Insert sequences stay as they are.
-    EXPECT_NE(GetErrString(193, ShowCode::No, "x").find("%1"), std::string::npos);
+    // The text of 193 has an insert sequence, which nobody fills.
+    EXPECT_EQ(GetErrString(193, ShowCode::Yes, "Fehlercode"), " (Fehlercode 193)");
+}
+
+// Every code that has a meaning of its own, and one that has none.
+TEST_F(Reports, TellWhatACodeMeans) {
+    struct Meaning {
+        DWORD code;
+        std::int32_t number;
+        const char* text;
+    };
+    const Meaning meanings[] = {
+        {2, 53, "Datei nicht gefunden"},
+        {3, 76, "Pfad nicht gefunden"},
+        {267, 76, "Pfad nicht gefunden"},
+        {4, 67, "Zu viele Dateien"},
+        {8, 7, "Nicht genügend Arbeitsspeicher"},
+        {14, 7, "Nicht genügend Arbeitsspeicher"},
+        {19, 70, "Zugriff verweigert"},
+        {32, 70, "Zugriff verweigert"},
+        {33, 70, "Zugriff verweigert"},
+        {21, 71, "Datenträger nicht bereit"},
+        {39, 61, "Datenträger voll"},
+        {112, 61, "Datenträger voll"},
+        {123, 52, "Dateiname falsch"},
+        {206, 52, "Dateiname falsch"},
+        {80, 58, "Datei existiert bereits"},
+        {183, 58, "Datei existiert bereits"},
+        {1812, 326, "Ressource nicht gefunden"},
+        {1813, 326, "Ressource nicht gefunden"},
+        {1814, 326, "Ressource nicht gefunden"},
+        {5, 75, "Fehler beim Zugriff auf Pfad/Datei"},
+    };
+    for (const auto& [code, number, text] : meanings) {
+        const RuntimeError error = SystemError(code, "C:\\x");
+        EXPECT_EQ(error.number, number) << code;
+        EXPECT_EQ(
+            ToUtf8(error.description),
+            text + std::string(": \"C:\\x\"") +
+                ToUtf8(GetErrString(static_cast<std::int32_t>(code), ShowCode::Yes, "Fehlercode")));
+    }
 }
 
 TEST_F(Reports, OpenWithWhatIsKnown) {
@@ -56,7 +94,7 @@ TEST_F(Reports, OpenWithWhatIsKnown) {
     EXPECT_EQ(Show(1, 53, ShortForm::Yes, "no"), box(plain, "8:1:53"));
     Pend(52, "eine andere");
     EXPECT_EQ(Show(255, -53, ShortForm::Yes, "no"), box(plain, "8:255:-53"));
-    Pend(53, "eins\r\nzwei\nfür drei"_ansi);
+    Pend(53, FromUtf8("eins\r\nzwei\nfür drei"));
     EXPECT_EQ(Show(0, 53, ShortForm::Yes, "no"),
               box(described + "eins\\n\\tzwei\\l\\tfür drei", "8:0:53"));
     Pend(7, "Speicher");
