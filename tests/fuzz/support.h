@@ -6,7 +6,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/sandbox.h"
 #include "tools/machine/stage.h"
 
 namespace fuzz {
@@ -31,7 +31,7 @@ inline int EnterMachine() {
         fs::create_directories(drive / name);
     }
     fs::create_directory_symlink(drive / "Programme", drive / "Verweis");
-    hosted::Machine::Use(folder);
+    hosted::Sandbox::Use(folder);
     return 0;
 }
 

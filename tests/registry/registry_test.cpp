@@ -140,7 +140,10 @@ TEST_F(Registry, AsksAsOftenAsItsCallerWants) {
     NEEDS_SETTINGS();
     const HKEY root = HKEY_LOCAL_MACHINE;
     const std::string closed = kArea + "\\zu";
-    machine_.Key(kHklm + closed).Setting("denied", kHklm + closed + "=query,set,enumerate");
+    machine_.Key(kHklm + closed);
+    for (const char* right : {":query", ":set", ":enumerate"}) {
+        machine_.Setting("faults", "test RegOpenKeyExA * " + kHklm + closed + right + "=5");
+    }
     machine_.Enter();
     std::string text;
     std::vector<std::string> names;

@@ -229,9 +229,11 @@ TEST(Removal, NamesTheKeysThatItMayNotTouch) {
     const std::string neighbour =
         "HKEY_USERS\\S-1-5-21-1454471165-823518204-1801674531-1001\\" + product;
     Machine machine;
-    machine.Setting("denied", kHklm + uninstall + "=delete");
-    machine.Setting("denied", kUser + product + "=enumerate");
-    machine.Setting("denied", neighbour + "\\Fenster=delete");
+    machine.Setting("faults", "copy RegDeleteKeyA * " + kHklm + uninstall + "=5");
+    for (const std::string& root : Lines{kUser, "HKEY_CURRENT_USER\\"}) {
+        machine.Setting("faults", "copy RegOpenKeyExA * " + root + product + ":enumerate=5");
+    }
+    machine.Setting("faults", "copy RegDeleteKeyA * " + neighbour + "\\Fenster=5");
     const std::string key = "Der Registrierungsschlüssel";
     ExpectOutcome(
         machine.RunCopy({}),

@@ -68,7 +68,8 @@ TEST(SharedFiles, TouchesNoneWhenTheKeyIsRefused) {
     for (const std::string& right : Lines{"query", "set"}) {
         SCOPED_TRACE(right);
         Machine machine;
-        machine.Setting("denied", kSharedDlls + "=" + right).Setting("trace", "calls=1");
+        machine.Setting("faults", "copy RegOpenKeyExA * " + kSharedDlls + ":" + right + "=5");
+        machine.Setting("trace", "calls=1");
         ExpectOutcome(
             machine.RunCopy({}),
             CopyShows({"Die gemeinsam genutzten Dateien konnten nicht als nicht mehr von Tessorin "

@@ -75,9 +75,11 @@ TEST(ShellReset, TellsTheShellOnceIfSomethingHasChanged) {
 TEST(ShellReset, NamesWhatItMayNotWrite) {
     NEEDS_SETTINGS();
     Machine machine;
-    machine.Setting("denied", kClasses + "Tessorin.Text\\Shell\\open\\command=set");
-    machine.Setting("denied", kClasses + "Unknown\\Shell=set");
-    machine.Setting("denied", kClasses + "*\\DefaultIcon=set");
+    for (const std::string& key :
+         Lines{"Tessorin.Text\\Shell\\open\\command", "tessorin.TEXT\\Shell\\open\\command",
+               "Unknown\\Shell", "*\\DefaultIcon"}) {
+        machine.Setting("faults", "copy RegOpenKeyExA * HKEY_CLASSES_ROOT\\" + key + ":set=5");
+    }
     const std::string value =
         "Der Registrierungswert (Standard) im Schlüssel \"HKEY_CLASSES_ROOT\\";
     Lines expected = CompleteRemoval();
@@ -101,7 +103,7 @@ TEST(ShellReset, NamesWhatItMayNotWrite) {
 TEST(ShellReset, EndsQuietlyWhereTheTypesCannotBeListed) {
     NEEDS_SETTINGS();
     Machine machine;
-    machine.Setting("denied", "HKEY_CLASSES_ROOT=enumerate");
+    machine.Setting("faults", "copy RegOpenKeyExA * HKEY_CLASSES_ROOT:enumerate=5");
     ExpectOutcome(machine.RunCopy({}), CopyShows(), Without(CompleteRemoval(), "Notepad"));
 }
 
@@ -110,11 +112,13 @@ std::string ReadReport(const std::string& answer,
     return Text("unread", {answer, key}) + Text("abort") + Text("ignore");
 }
 
+const std::string kUnreadable = "copy RegOpenKeyExA * HKEY_CLASSES_ROOT\\*\\Shell:query=5";
+
 TEST(ShellReset, ReportsAReadThatIsRefused) {
     NEEDS_SETTINGS();
     const Lines before{Progress(), FolderNotEmpty(kProgramFolder), ResetQuestion()};
     Machine ignored;
-    ignored.Setting("denied", kClasses + "*\\Shell=query");
+    ignored.Setting("faults", kUnreadable);
     Lines expected = Without(CompleteRemoval(), "*\\Shell\\@");
     ExpectOutcome(
         ignored.RunCopy({"yes", "yes", "retry", "retry", "ignore"}),
@@ -122,19 +126,19 @@ TEST(ShellReset, ReportsAReadThatIsRefused) {
         expected);
     // A report that cannot be shown is passed over, not asked again and again.
     Machine mute;
-    mute.Setting("denied", kClasses + "*\\Shell=query").Setting("faults", "copy MessageBoxA 3 *=8");
+    mute.Setting("faults", kUnreadable).Setting("faults", "copy MessageBoxA 3 *=8");
     ExpectOutcome(mute.RunCopy({}), With(before, {Success()}), expected);
     // Whose an editor is must be known as well.
     Machine editor;
     const std::string command = "\\shell\\edit\\command";
-    editor.Setting("denied", kHtmlEditor + command + "=query");
     const std::string key =
         "HKEY_CURRENT_USER\\" + kInternetExplorer + "Default HTML Editor" + command;
+    editor.Setting("faults", "copy RegOpenKeyExA * " + key + ":query=5");
     EXPECT_EQ(editor.RunCopy({"yes", "yes", "ignore"}).shown,
               With(before, {ReadReport("Ignore", key), Success()}));
     // Abort: whatever comes behind it is not done, the uninstall entry above all.
     Machine aborted;
-    aborted.Setting("denied", kClasses + "*\\Shell=query");
+    aborted.Setting("faults", kUnreadable);
     expected = Without(CompleteRemoval(), Without(ShellReset(), "*\\Shell\\Tessorin"));
     ExpectOutcome(aborted.RunCopy({"yes", "yes", "abort"}), With(before, {ReadReport("Abort")}),
                   Without(expected, "\\Uninstall\\"), 1);

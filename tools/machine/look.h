@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/hosted/registry/text.h"
+#include "platform/regtext/regtext.h"
 
 namespace machine {
 

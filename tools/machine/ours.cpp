@@ -5,7 +5,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "platform/hosted/registry/text.h"
+#include "platform/regtext/regtext.h"
 
 namespace machine {
 namespace {

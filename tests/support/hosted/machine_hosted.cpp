@@ -19,7 +19,7 @@
 #include <sstream>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/machine.h"
+#include "platform/hosted/sandbox.h"
 #include "platform/hosted/registry/registry.h"
 #include "tests/support/flow.h"
 
@@ -91,7 +91,7 @@ pid_t StartProcess(const fs::path& file, const std::string& arguments, const fs:
 // test may want; a process that says anything else has a fault.
 bool IsExpected(const std::string& line) {
     return line.starts_with("del \"") || line.starts_with("start \"") ||
-           line.starts_with("answer \"") || line.starts_with("unknown command: ") ||
+           line.starts_with("unknown command: ") ||
            line == "UnInstall: nobody answers, and the questions have no end.";
 }
 
@@ -136,12 +136,15 @@ void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
     change(keys);
     WriteBytes(folder / "registry.reg", regtext::Format(keys));
     if (Entered() == folder) {
-        hosted::Machine::Current().registry.reset();  // to be read again
+        hosted::Sandbox::Current().registry.reset();  // to be read again
     }
 }
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
+    // A question of this process must not wait for whoever has started the tests.
+    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    dup2(nothing.Get(), STDIN_FILENO);
     machine::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
 }
 
@@ -153,7 +156,7 @@ Machine::~Machine() {
     }
     LetGo();
     if (Entered() == host_->folder) {
-        hosted::Machine::Leave();
+        hosted::Sandbox::Leave();
         Entered().clear();
     }
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
@@ -216,7 +219,7 @@ Machine& Machine::Link(const std::string& path, const std::string& target) {
 }
 
 void Machine::Enter() {
-    hosted::Machine::Use(host_->folder);
+    hosted::Sandbox::Use(host_->folder);
     Entered() = host_->folder;
 }
 
