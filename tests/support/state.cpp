@@ -3,8 +3,8 @@
 namespace support {
 namespace {
 
-std::string NameOf(const machine::Item& item) {
-    using Kind = machine::Item::Kind;
+std::string NameOf(const sandbox::Item& item) {
+    using Kind = sandbox::Item::Kind;
     if (item.kind == Kind::File || item.kind == Kind::Folder) {
         return (item.kind == Kind::File ? "file " : "folder ") + item.place;
     }
@@ -20,8 +20,8 @@ std::string NameOf(const machine::Item& item) {
 std::vector<std::string> Difference(const State& before, const State& after) {
     std::vector<std::string> lines;
     std::string gone;  // the last folder or key that is gone; what is below it comes behind it
-    for (const machine::Item& item : machine::Compare(before, after)) {
-        const bool isValue = item.kind == machine::Item::Kind::Value;
+    for (const sandbox::Item& item : sandbox::Compare(before, after)) {
+        const bool isValue = item.kind == sandbox::Item::Kind::Value;
         if (item.same || (!gone.empty() && (item.place + '\\').starts_with(gone))) {
             continue;
         }

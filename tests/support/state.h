@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "tools/machine/look.h"
-#include "tools/machine/stage.h"
+#include "tools/sandbox/look.h"
+#include "tools/sandbox/stage.h"
 
 namespace support {
 
-using namespace machine;  // NOLINT(google-build-using-namespace): tests live on one
+using namespace sandbox;  // NOLINT(google-build-using-namespace): tests live on one
 using regtext::Keys;
 using regtext::Values;
 

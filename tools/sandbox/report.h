@@ -1,13 +1,13 @@
-// What happened to a machine, for people: sorted into what was the product's and what was not.
+// What happened to a sandbox, for people: sorted into what was the product's and what was not.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "tools/machine/look.h"
-#include "tools/machine/ours.h"
+#include "tools/sandbox/look.h"
+#include "tools/sandbox/ours.h"
 
-namespace machine {
+namespace sandbox {
 
 struct Report {
     std::string text;      // UTF-8
@@ -16,4 +16,4 @@ struct Report {
 
 Report ReportOn(const State& before, const State& after, const Ours& ours, bool colours);
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,4 +1,4 @@
-#include "tools/machine/ours.h"
+#include "tools/sandbox/ours.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 
 #include "platform/hosted/registry/text.h"
 
-namespace machine {
+namespace sandbox {
 namespace {
 
 bool Alike(std::string_view one, std::string_view other) {
@@ -99,4 +99,4 @@ bool Ours::Allows(std::string_view key, std::string_view name,
     return HasKey(key) || (rule != nullptr && (!rule->data || rule->data == data));
 }
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,10 +1,10 @@
-#include "tools/machine/look.h"
+#include "tools/sandbox/look.h"
 
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-namespace machine {
+namespace sandbox {
 namespace {
 
 template <typename Map>
@@ -135,7 +135,7 @@ void WriteBytes(const fs::path& file, std::string_view bytes) {
 
 fs::path HostPath(const fs::path& folder, const std::string& path) {
     if (path.size() < 2 || path[1] != ':') {
-        throw std::runtime_error("not a path of the machine: " + path);
+        throw std::runtime_error("not a path of the sandbox: " + path);
     }
     fs::path host = folder / "drives" / path.substr(0, 1);
     std::istringstream parts(path.substr(2));
@@ -165,4 +165,4 @@ void WriteAttributes(const fs::path& folder, const Attributes& attributes) {
     WriteBytes(folder / "attributes.txt", text);
 }
 
-}  // namespace machine
+}  // namespace sandbox

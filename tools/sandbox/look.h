@@ -1,4 +1,4 @@
-// What a machine holds, and what two looks at it have different. All texts are UTF-8.
+// What a sandbox holds, and what two looks at it have different. All texts are UTF-8.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 #include "platform/hosted/registry/text.h"
 
-namespace machine {
+namespace sandbox {
 
 namespace fs = std::filesystem;
 
@@ -33,7 +33,7 @@ struct State {
     std::string user;  // the hive that is HKEY_CURRENT_USER
 };
 
-// Everything in the folder of a hosted machine: every file of every drive and every key.
+// Everything in the folder of a sandbox: every file of every drive and every key.
 // Throws std::runtime_error with one sentence.
 State Look(const fs::path& folder);
 
@@ -57,11 +57,11 @@ std::vector<Item> Compare(const State& before, const State& after);
 std::string ReadBytes(const fs::path& file);
 void WriteBytes(const fs::path& file, std::string_view bytes);
 
-// Where a path of the machine lies in its folder, letter case as stored.
+// Where a path of the sandbox lies in its folder, letter case as stored.
 fs::path HostPath(const fs::path& folder, const std::string& path);
-// The attributes that a machine's folder keeps, letters by path.
+// The attributes that a sandbox keeps, letters by path.
 using Attributes = std::map<std::string, std::string, regtext::ByName>;
 Attributes ReadAttributes(const fs::path& folder);
 void WriteAttributes(const fs::path& folder, const Attributes& attributes);
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,4 +1,4 @@
-// What of a machine belongs to the product, from a file of rules (UTF-8), one a line:
+// What of a sandbox belongs to the product, from a file of rules (UTF-8), one a line:
 //
 //   folder PATH                  the folder with everything in it
 //   file   PATH
@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-namespace machine {
+namespace sandbox {
 
 class Ours {
  public:
@@ -46,4 +46,4 @@ class Ours {
     std::vector<Rule> rules_;
 };
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,9 +1,9 @@
-#include "tools/machine/report.h"
+#include "tools/sandbox/report.h"
 
 #include <algorithm>
 #include <array>
 
-namespace machine {
+namespace sandbox {
 namespace {
 
 using Kind = Item::Kind;
@@ -243,4 +243,4 @@ Report ReportOn(const State& before, const State& after, const Ours& ours, bool 
     return {printer.Text(), !areEmpty(kForeign)};
 }
 
-}  // namespace machine
+}  // namespace sandbox
