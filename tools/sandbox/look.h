@@ -1,13 +1,11 @@
-// What a sandbox holds, and what two looks at it have different. All texts are UTF-8.
+// What a sandbox holds. All texts are UTF-8.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "platform/hosted/registry/text.h"
 
@@ -39,19 +37,6 @@ State Look(const fs::path& folder);
 
 // FNV-1a of 64 bits: enough to tell two contents of a file apart.
 std::uint64_t Digest(std::string_view bytes);
-
-// A file, a folder, a key or a value of either state.
-struct Item {
-    enum class Kind { File, Folder, Key, Value } kind = Kind::File;
-    std::string place;                         // the path or the key's full name
-    std::string name;                          // of a value, "" for the default one
-    std::optional<std::string> before, after;  // what it was and is, nothing where there is none
-    bool same = false;
-    bool withKey = false;  // a value that has come or gone with its key
-};
-// All of them: files before keys, values behind their key, in the order of the names; what
-// is new comes behind the old of its kind.
-std::vector<Item> Compare(const State& before, const State& after);
 
 // Files of the disk. Both throw std::runtime_error.
 std::string ReadBytes(const fs::path& file);

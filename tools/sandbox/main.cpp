@@ -14,7 +14,7 @@ constexpr const char* kUsage =
     "sandbox stage FOLDER STAGE PROGRAM: makes the staged sandbox in FOLDER from the data in\n"
     "STAGE, with PROGRAM as the uninstaller in the program folder\n"
     "\n"
-    "sandbox report BEFORE AFTER RULES: what happened between two states of a sandbox; RULES\n"
+    "sandbox report BEFORE AFTER LIST: what happened between two states of a sandbox; LIST\n"
     "says what of it is the product's. The exit status is 0 if nothing else changed, 1 if\n"
     "something did.\n"
     "\n"
@@ -25,8 +25,8 @@ bool MayColour() {
     return isatty(STDOUT_FILENO) != 0 && (forbidden == nullptr || *forbidden == '\0');
 }
 
-int Report(const std::string& before, const std::string& after, const std::string& rules) {
-    const sandbox::Ours ours(sandbox::ReadBytes(rules));
+int Report(const std::string& before, const std::string& after, const std::string& list) {
+    const sandbox::Ours ours(sandbox::ReadBytes(list));
     const sandbox::Report report =
         ReportOn(sandbox::Look(before), sandbox::Look(after), ours, MayColour());
     static_cast<void>(std::fwrite(report.text.data(), 1, report.text.size(), stdout));

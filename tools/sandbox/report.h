@@ -2,10 +2,8 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "tools/sandbox/look.h"
-#include "tools/sandbox/ours.h"
+#include "tools/sandbox/difference.h"
 
 namespace sandbox {
 
