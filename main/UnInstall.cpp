@@ -1,12 +1,12 @@
 // Where the system enters the program.
-#include "common/modGeneral.h"
 #include "main/modMain.h"
 #include "platform/forms.h"
+#include "platform/startup.h"
 
-int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
-    SetMemoryAside();
-    Main();
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR arguments, int) {
+    PrepareProcess();
+    RelaunchedCopy copy;  // its window outlives Main
+    Main(arguments, copy);
     forms::RunMessageLoop();
-    HeldScript().Close();
     return 0;
 }

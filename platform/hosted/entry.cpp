@@ -26,7 +26,6 @@ void ReadEverything() {
 UINT RunProgram(std::string arguments) {
     hosted::Sandbox& sandbox = hosted::Sandbox::Current();
     sandbox.SetRole(arguments.empty() ? "first" : "copy");
-    hosted::SetArguments(arguments);
     hosted::SetCurrentFolder(hosted::CurrentFolder());
     constexpr int kShowNormal = 1;
     UINT status = 0;

@@ -66,7 +66,6 @@ class Sandbox {
     // sandbox: made on first use, forgotten with it.
     std::shared_ptr<struct FilesState> files;
     std::shared_ptr<struct RegistryState> registry;
-    std::shared_ptr<struct ProcessState> process;
     std::shared_ptr<struct UiState> ui;
     // How many calls each fault has met, and how often each call was made.
     std::vector<unsigned> faultsMet;

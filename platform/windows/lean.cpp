@@ -3,27 +3,26 @@
 #include <exception>
 #include <new>
 
-// Shows the report of an internal error and ends the program (common/modGeneral.h).
-[[noreturn]] void EndWithInternalError();
+#include "common/modGeneral.h"
 
 // Referenced by the library's code for texts and containers, which is linked against
 // these names. What they report is a fault of the program.
 // NOLINTBEGIN(cert-dcl50-cpp,cert-dcl58-cpp): their names and arguments are the library's
 namespace std {
 void __throw_bad_alloc() {
-    EndWithInternalError();
+    EndWithoutMemory();
 }
 void __throw_bad_array_new_length() {
-    EndWithInternalError();
+    EndWithoutMemory();
 }
 void __throw_logic_error(const char* /*text*/) {
-    EndWithInternalError();
+    EndProgram();
 }
 void __throw_length_error(const char* /*text*/) {
-    EndWithInternalError();
+    EndProgram();
 }
 void __throw_out_of_range_fmt(const char* /*format*/, ...) {
-    EndWithInternalError();
+    EndProgram();
 }
 }  // namespace std
 // NOLINTEND(cert-dcl50-cpp,cert-dcl58-cpp)

@@ -1,6 +1,7 @@
 // What has to be settled before anything else of the program runs.
 #include <windows.h>
 
+#include "platform/startup.h"
 #include "platform/windows/functions.h"
 
 namespace {
@@ -42,22 +43,17 @@ void UseThemedControls() {
     }
 }
 
-struct Startup {
-    Startup() {
-        LoadLibrariesFromSystemOnly();
-        // A drive without a medium is a failure like any other, no box of the system's.
-        SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-        // A removal may take seconds without looking at its messages: a window that the
-        // system greys out and offers to close would suggest that it hangs.
-        if (const auto disable =
-                FindFunction<void(WINAPI*)()>("user32.dll", "DisableProcessWindowsGhosting")) {
-            disable();  // Windows XP
-        }
-        UseThemedControls();
-    }
-};
-
-// The highest priority that is not the compiler's own: before every other initialiser.
-[[gnu::init_priority(101)]] const Startup startup;
-
 }  // namespace
+
+void PrepareProcess() {
+    LoadLibrariesFromSystemOnly();
+    // A drive without a medium is a failure like any other, no box of the system's.
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    // A removal may take seconds without looking at its messages: a window that the
+    // system greys out and offers to close would suggest that it hangs.
+    if (const auto disable =
+            FindFunction<void(WINAPI*)()>("user32.dll", "DisableProcessWindowsGhosting")) {
+        disable();  // Windows XP
+    }
+    UseThemedControls();
+}

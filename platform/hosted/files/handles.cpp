@@ -52,12 +52,6 @@ BOOL Close(const char* function, HANDLE handle) {
     return call.Run([&] { return known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE; });
 }
 
-// What read or write has moved; a code.
-DWORD Moved(ssize_t size, LPDWORD moved) {
-    *moved = size > 0 ? static_cast<DWORD>(size) : 0;
-    return size < 0 ? CodeOfErrno(errno) : ERROR_SUCCESS;
-}
-
 }  // namespace
 
 HANDLE AddHandle(Handle handle) {
@@ -112,22 +106,17 @@ HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
     return static_cast<HFILE>(reinterpret_cast<std::intptr_t>(handle));
 }
 
-// "less": half of what is asked for.
-BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* /*overlapped*/) {
-    const hosted::Handle& handle = hosted::HandleOf(file);
-    hosted::Call call("ReadFile", handle.name);
-    count = call.Less() && count > 1 ? count / 2 : count;
-    return call.Run([&] { return hosted::Moved(::read(handle.file.Get(), buffer, count), read); });
-}
-
 // "less": all but a byte.
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
                       void* /*overlapped*/) {
     const hosted::Handle& handle = hosted::HandleOf(file);
     hosted::Call call("WriteFile", handle.name, hosted::Call::Changes);
     count -= call.Less() && count > 0 ? 1 : 0;
-    return call.Run(
-        [&] { return hosted::Moved(::write(handle.file.Get(), data, count), written); });
+    return call.Run([&] {
+        const ssize_t size = write(handle.file.Get(), data, count);
+        *written = size > 0 ? static_cast<DWORD>(size) : 0;
+        return size < 0 ? hosted::CodeOfErrno(errno) : ERROR_SUCCESS;
+    });
 }
 
 BOOL WINAPI CloseHandle(HANDLE handle) {

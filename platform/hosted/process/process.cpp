@@ -1,22 +1,10 @@
 // What a process asks about itself, its memory and its end.
-#include "platform/hosted/process/process.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 
-#include "platform/hosted/files/files.h"
+#include "platform/hosted/call.h"
 #include "platform/hosted/registry/registry.h"
-
-namespace hosted {
-
-void SetArguments(std::string_view arguments) {
-    std::string& line = Process().commandLine;
-    line = '"' + Sandbox::Current().ModulePath() + '"';
-    line.append(arguments.empty() ? "" : " ").append(arguments);
-}
-
-}  // namespace hosted
 
 HANDLE WINAPI GetCurrentProcess() {
     return INVALID_HANDLE_VALUE;
@@ -47,13 +35,6 @@ LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
 BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
     std::free(memory);  // NOLINT(cppcoreguidelines-no-malloc)
     return TRUE;
-}
-
-// The quoted path of the program, a blank, and the arguments as they were given; the
-// blank only where there are some.
-LPSTR WINAPI GetCommandLineA() {
-    const hosted::Call call("GetCommandLineA");
-    return hosted::Process().commandLine.data();
 }
 
 // The program's buffer has room for every path there is.

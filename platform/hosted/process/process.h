@@ -1,6 +1,6 @@
 // The processes of the sandbox. This folder starts the program and its script as real
 // processes, one after the other, reads batch files as the command interpreter does, and
-// answers what a process asks about itself: its arguments, its file, its stored resources.
+// answers what a process asks about itself: its file, its stored resources.
 #pragma once
 
 #include <sys/types.h>
@@ -13,9 +13,6 @@
 #include "platform/hosted/call.h"
 
 namespace hosted {
-
-// For a program that begins: what stands after its name, as GetCommandLineA gives it.
-void SetArguments(std::string_view arguments);
 
 // Starts a program of the disk in a folder, or where this process is. The descriptor that is given
 // becomes its kInherited. -1 if it is no program.
@@ -38,12 +35,5 @@ std::vector<ScriptCommand> ReadScriptLine(std::istream& script);
 // Runs a batch file to its end. Like the real interpreter it opens the file anew for every line,
 // at the place where the last one ended, so the script may be deleted by one of its own commands.
 void RunScript(std::string_view path);
-
-struct ProcessState {
-    std::string commandLine;
-};
-inline ProcessState& Process() {
-    return StateIn(Sandbox::Current().process);
-}
 
 }  // namespace hosted

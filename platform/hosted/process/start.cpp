@@ -31,9 +31,9 @@ DWORD StartInterpreter(const std::string& script, const fs::path& folder) {
                                                                : ERROR_SUCCESS;
 }
 
-DWORD StartScript(const char* path, const std::string& folder) {
+DWORD StartScript(const char* path, const char* folder) {
     const Place script = LocateTarget(path);
-    const Place place = LocateTarget(folder);
+    const Place place = LocateTarget(folder == nullptr ? "." : folder);  // null: the starter's own
     if (!script.Exists() || !place.Exists() || !place.IsFolder()) {
         return script.Exists() ? ERROR_DIRECTORY : script.code;
     }
@@ -87,11 +87,7 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR /*commandLine*/, void* /*pr
                            STARTUPINFOA* /*startup*/, PROCESS_INFORMATION* process) {
     hosted::Call call("CreateProcessA", application, hosted::Call::Changes);
     *process = {};
-    const bool inherits = currentDirectory == nullptr;
-    if (call.Run([&] {
-            return hosted::StartScript(application,
-                                       inherits ? hosted::CurrentFolder() : currentDirectory);
-        }) == FALSE) {
+    if (call.Run([&] { return hosted::StartScript(application, currentDirectory); }) == FALSE) {
         return FALSE;
     }
     process->hProcess = hosted::AddHandle({application, {}, {}});
