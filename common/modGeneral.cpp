@@ -99,8 +99,10 @@ void CopyToClipboard(const FixedText& text) {
     }
 }
 
+// In front of the form that is there, else in front of the windows of other programs.
 int ShowBox(const char* text, UINT style) {
-    return MessageBoxA(forms::OwnerWindow(), text, AppTitle, style);
+    HWND owner = forms::OwnerWindow();
+    return MessageBoxA(owner, text, AppTitle, owner == nullptr ? style | MB_SETFOREGROUND : style);
 }
 
 void ShowShortForm(const FixedText& identifier) {

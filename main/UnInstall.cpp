@@ -2,8 +2,10 @@
 #include "common/modGeneral.h"
 #include "main/modMain.h"
 #include "platform/forms.h"
+#include "platform/startup.h"
 
 int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
+    PrepareProcess();
     SetMemoryAside();
     Main();
     forms::RunMessageLoop();

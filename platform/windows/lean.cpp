@@ -1,29 +1,31 @@
-// Keeps the exe small: the C++ library's own versions of these functions bring its
-// exceptions and a formatter of messages (some 60 KB), for texts that nobody would see.
+// Keeps the exe small: the C++ library's own versions of these functions bring its exceptions
+// and a formatter of their messages (SIZE bytes), which nobody would catch or see here.
 #include <exception>
 #include <new>
 
-// Shows the report of an internal error and ends the program (common/modGeneral.h).
-[[noreturn]] void EndWithInternalError();
+// Both are in common/modGeneral.h, which nothing of the platform may include.
+[[noreturn]] void EndWithoutMemory();
+[[noreturn]] void EndProgram();
 
-// Referenced by the library's code for texts and containers, which is linked against
-// these names. What they report is a fault of the program.
+// The library's code for texts and containers is linked against these names.
 // NOLINTBEGIN(cert-dcl50-cpp,cert-dcl58-cpp): their names and arguments are the library's
 namespace std {
 void __throw_bad_alloc() {
-    EndWithInternalError();
+    EndWithoutMemory();
 }
+// More elements than memory could ever hold.
 void __throw_bad_array_new_length() {
-    EndWithInternalError();
+    EndWithoutMemory();
 }
+// The others report a fault of the program, one that its own checks rule out.
 void __throw_logic_error(const char* /*text*/) {
-    EndWithInternalError();
+    EndProgram();
 }
 void __throw_length_error(const char* /*text*/) {
-    EndWithInternalError();
+    EndProgram();
 }
 void __throw_out_of_range_fmt(const char* /*format*/, ...) {
-    EndWithInternalError();
+    EndProgram();
 }
 }  // namespace std
 // NOLINTEND(cert-dcl50-cpp,cert-dcl58-cpp)

@@ -1,4 +1,7 @@
-// What has to be settled before anything else of the program runs.
+// Settles on Windows where libraries are looked for, what the system shows on its own behalf
+// and how controls look, because none of it can be made up for later.
+#include "platform/startup.h"
+
 #include <windows.h>
 
 #include "platform/windows/functions.h"
@@ -42,22 +45,17 @@ void UseThemedControls() {
     }
 }
 
-struct Startup {
-    Startup() {
-        LoadLibrariesFromSystemOnly();
-        // A drive without a medium is a failure like any other, no box of the system's.
-        SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-        // A removal may take seconds without looking at its messages: a window that the
-        // system greys out and offers to close would suggest that it hangs.
-        if (const auto disable =
-                FindFunction<void(WINAPI*)()>("user32.dll", "DisableProcessWindowsGhosting")) {
-            disable();  // Windows XP
-        }
-        UseThemedControls();
-    }
-};
-
-// The highest priority that is not the compiler's own: before every other initialiser.
-[[gnu::init_priority(101)]] const Startup startup;
-
 }  // namespace
+
+void PrepareProcess() {
+    LoadLibrariesFromSystemOnly();
+    // A drive without a medium is a failure like any other, no box of the system's.
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    // A removal may take seconds without looking at its messages: a window that the system
+    // greys out and offers to close would suggest that it hangs.
+    if (const auto disable =
+            FindFunction<void(WINAPI*)()>("user32.dll", "DisableProcessWindowsGhosting")) {
+        disable();  // Windows XP
+    }
+    UseThemedControls();
+}
