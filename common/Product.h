@@ -15,7 +15,7 @@ inline constexpr auto& Copy = Uninstaller;
 inline constexpr char Script[] = "UnInstall.bat";
 inline constexpr char ScriptRecord[] = "UnInstall.pif";
 
-// What the script hands to the copy, with the program folder behind it.
+// What the script hands to the copy, with the program folder after it.
 inline constexpr std::string_view UninstallOption = "/u=";
 
 inline constexpr char Key[] = "Software\\Verlonix\\Tessorin";

@@ -1,3 +1,5 @@
+// The reports that end the program are made in fixed memory: where there is none left, the
+// user is still told what has failed.
 #include "common/modGeneral.h"
 
 #include <algorithm>
@@ -5,9 +7,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "common/modRuntimeError.h"
 #include "common/modText.h"
-#include "platform/ansi.h"
 #include "platform/forms.h"
 #include "platform/handles.h"
 
@@ -42,9 +42,10 @@ class FixedText {
     std::size_t length_ = 0;
 };
 
-FixedText ErrorIdentifier(std::uint8_t procedure, std::uint8_t place, std::int32_t number) {
+FixedText ErrorIdentifier(Procedure procedure, std::uint8_t place, std::int32_t number) {
     FixedText text;
-    text << AppTitle << kVersion << ":" << procedure << ":" << place << ":" << number;
+    text << AppTitle << kVersion << ":" << static_cast<std::int32_t>(procedure) << ":" << place
+         << ":" << number;
     return text;
 }
 
@@ -66,23 +67,25 @@ FixedText Message(const RuntimeError& error, std::int32_t number, Fatal fatal,
         text << "Der folgende Fehler ist aufgetreten:\r\n\t";
         AppendIndented(text, error.description);
     }
-    text << kEmptyLine;
+    text << kParagraphBreak;
     if (fatal == Fatal::Yes) {
         text << "Dieser Fehler ist schwerwiegend; das Programm wird beendet.\r\n\r\n";
     }
-    text
-        << "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von "_ansi
-        << AppTitle
-        << " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf "
-        << kContactPage << ") und geben Sie unbedingt die Fehlerkennung \"" << identifier.Get()
-        << "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler aufgetreten ist."_ansi;
+    text << "Falls Sie mithelfen möchten, dieses Problem in zukünftigen Versionen von " << AppTitle
+         << " zu beseitigen, so wenden Sie sich bitte an den Entwickler (Kontaktdaten auf "
+         << kContactPage << ") und geben Sie unbedingt die Fehlerkennung \"" << identifier.Get()
+         << "\" und möglichst genaue Informationen an, unter welchen Umständen der Fehler "
+            "aufgetreten ist.";
     return text;
 }
 
-// SetClipboardData takes the memory over when it succeeds; until then it stays ours. What
-// cannot be emptied may still be written to.
+// SetClipboardData takes the memory over when it succeeds; until then it stays ours. It takes
+// none for a clipboard that was opened without a window and emptied, so there is one for the
+// moment. What cannot be emptied may still be written to.
 void CopyToClipboard(const FixedText& text) {
-    const handles::Clipboard clipboard(forms::OwnerWindow());
+    const handles::Window owner(
+        CreateWindowExA(0, "Static", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr));
+    const handles::Clipboard clipboard(owner.Get());
     if (!clipboard.IsOpen()) {
         return;
     }
@@ -99,7 +102,8 @@ void CopyToClipboard(const FixedText& text) {
     }
 }
 
-// In front of the form that is there, else in front of the windows of other programs.
+// A box belongs to the form that is open. Without one it asks for the foreground itself, so that
+// it does not open behind the windows of other programs.
 int ShowBox(const char* text, UINT style) {
     HWND owner = forms::OwnerWindow();
     return MessageBoxA(owner, text, AppTitle, owner == nullptr ? style | MB_SETFOREGROUND : style);
@@ -107,24 +111,19 @@ int ShowBox(const char* text, UINT style) {
 
 void ShowShortForm(const FixedText& identifier) {
     FixedText text;
-    text << "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."_ansi
+    text << "Nicht genügend Arbeitsspeicher oder Systemressourcen verfügbar."
          << " (Fehlerkennung \"" << identifier.Get() << "\")";
     ShowBox(text.Get(), MB_OK | MB_ICONHAND | MB_SYSTEMMODAL);
 }
 
 void ShowLongForm(FixedText message, Fatal fatal) {
     const std::size_t end = message.Length();
-    message << kEmptyLine << "Möchten Sie diese Meldung in die Zwischenablage kopieren?"_ansi;
+    message << kParagraphBreak << "Möchten Sie diese Meldung in die Zwischenablage kopieren?";
     const UINT icon = fatal == Fatal::Yes ? MB_ICONHAND : MB_ICONEXCLAMATION;
     if (ShowBox(message.Get(), MB_YESNO | icon) == IDYES) {
         message.Cut(end);
         CopyToClipboard(message << kLineBreak);
     }
-}
-
-void*& MemorySetAside() {
-    static void* memory = nullptr;
-    return memory;
 }
 
 }  // namespace
@@ -148,41 +147,29 @@ void EndProgram() {
     }
 }
 
-void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
+void ReportError(Procedure procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
                  ShortForm shortForm) {
     const FixedText identifier = ErrorIdentifier(procedure, place, number);
     if (number == ErrorNumber::OutOfMemory && shortForm == ShortForm::Yes) {
         ShowShortForm(identifier);
     } else {
-        ShowLongForm(Message(CurrentError(), number, fatal, identifier), fatal);
+        ShowLongForm(Message(CurrentError, number, fatal, identifier), fatal);
     }
     if (fatal == Fatal::Yes) {
         EndProgram();
     }
-    CurrentError() = {};
+    CurrentError = {};
+}
+
+void CheckPoint(Procedure procedure, std::uint8_t place) {
+    if (CurrentError.Failed()) {
+        ReportError(procedure, place, CurrentError.number, Fatal::Yes, ShortForm::Yes);
+    }
+    NextCheckPoint = {procedure, static_cast<std::uint8_t>(place + 1)};
 }
 
 void EndWithoutMemory() {
-    static bool running = false;
-    if (!running) {
-        running = true;
-        HeapFree(GetProcessHeap(), 0, MemorySetAside());
-        const CheckPlace at = RunningPlace();
-        ReportError(at.procedure, at.place, ErrorNumber::OutOfMemory, Fatal::Yes, ShortForm::Yes);
-    }
+    ReportError(NextCheckPoint.procedure, NextCheckPoint.place, ErrorNumber::OutOfMemory,
+                Fatal::Yes, ShortForm::Yes);
     EndProgram();
-}
-
-void EndWithInternalError() {
-    const CheckPlace at = RunningPlace();
-    ReportError(at.procedure, at.place, ErrorNumber::Internal, Fatal::Yes, ShortForm::Yes);
-    EndProgram();
-}
-
-void SetMemoryAside() {
-    constexpr SIZE_T kEnoughForABox = SIZE_T{64} * 1024;
-    MemorySetAside() = HeapAlloc(GetProcessHeap(), 0, kEnoughForABox);
-    if (MemorySetAside() == nullptr) {
-        EndWithoutMemory();
-    }
 }

@@ -6,14 +6,10 @@
 #include <string>
 #include <string_view>
 
+#include "common/modRuntimeError.h"
 #include "platform/win32.h"
 
 inline constexpr char AppTitle[] = "UnInstaller";
-
-// How long something is tried that somebody else may keep from being done for a moment, and
-// how often. Milliseconds.
-inline constexpr DWORD kWaitLimit = 500;
-inline constexpr DWORD kWaitStep = 10;
 
 // Shows a modal message box with the application's title, in front of what else is on the
 // screen. style and result are those of MessageBoxA; 0 when the box could not be shown.
@@ -33,17 +29,13 @@ enum class ShortForm { No, Yes };  // whether number 7 gets the short box
 // number, and the offer to copy it to the clipboard. Number 7 with ShortForm::Yes gets a
 // short box instead, which asks for less of the system. A fatal report ends the program and
 // does not return; otherwise the current error is cleared. A box or a clipboard that fails
-// changes nothing of that.
-void ReportError(std::uint8_t procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
+// changes nothing of that, and neither does a want of memory: the report needs none.
+void ReportError(Procedure procedure, std::uint8_t place, std::int32_t number, Fatal fatal,
                  ShortForm shortForm);
 
-// The end for want of memory: the short box, which needs none, and the end of the program.
-// A second call while it runs ends the program without a word.
+// Reports a pending error, which ends the program. Without one the run goes on, and the next
+// check point of the procedure is the one with the next number.
+void CheckPoint(Procedure procedure, std::uint8_t place);
+
+// The end for want of memory: the short form, at the place that the program comes to next.
 [[noreturn]] void EndWithoutMemory();
-
-// The end for a fault of the program itself, one that its own checks rule out.
-[[noreturn]] void EndWithInternalError();
-
-// Sets memory aside that the box of EndWithoutMemory needs of the system; without it the
-// program ends here.
-void SetMemoryAside();

@@ -1,3 +1,4 @@
+// A short path has no blanks: it can stand in a command line without quotes.
 #include "common/modGetShortPathAlways.h"
 
 #include "common/modGetErrString.h"

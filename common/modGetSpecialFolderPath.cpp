@@ -1,3 +1,4 @@
+// The shell answers with an item list; a path is made of that.
 #include "common/modGetSpecialFolderPath.h"
 
 #include "platform/handles.h"

@@ -1,3 +1,5 @@
+// Every look at a folder goes through AnyEntry: what Windows says when nothing is there has many
+// codes, and they are told apart from failures in one place.
 #include "common/modPath.h"
 
 #include <array>
@@ -9,9 +11,8 @@
 namespace {
 
 constexpr std::size_t kRootLength = 3;  // "C:\"
-constexpr DWORD kFolderBuffer = 255;
 
-// Not allowed in a path behind its root: control characters, wildcards, separators and
+// Not allowed in a path after its root: control characters, wildcards, separators and
 // the codes that name no character (142 and 158 among them for the sake of old systems).
 constexpr std::string_view kForbidden =
     "\x01\x02\x03\x04\x05\x06\x07\x08\x09\x0A\x0B\x0C\x0D\x0E\x0F\x10\x11\x12\x13\x14\x15\x16\x17"
@@ -25,14 +26,16 @@ bool IsExcluded(const WIN32_FIND_DATAA& entry, DWORD mask) {
     return (entry.dwFileAttributes & kFolderMask & ~mask) != 0;
 }
 
-// The codes with which FindFirstFileA and FindNextFileA say that nothing (more) matches.
+// The codes with which FindFirstFileA and FindNextFileA say that nothing (more) matches; 267
+// where a file stands in the place of a folder.
 bool MeansNothingFound(DWORD code) {
     return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND ||
-           code == ERROR_NO_MORE_FILES;
+           code == ERROR_NO_MORE_FILES || code == ERROR_DIRECTORY;
 }
 
 // Goes through the matching entries until visit returns true, and tells whether it has.
-Result<bool> AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_DATAA&)> visit) {
+template <typename Visit>
+Result<bool> AnyEntry(std::string_view path, Visit visit) {
     std::string pattern(path);
     if (pattern.ends_with('\\')) {
         pattern += '*';
@@ -53,12 +56,8 @@ Result<bool> AnyEntry(std::string_view path, FunctionRef<bool(const WIN32_FIND_D
     return false;
 }
 
-// Characters that have no place in the system's code page are shown as "?"; the short name
-// does without them.
-const char* UsableName(const WIN32_FIND_DATAA& entry) {
-    const bool legible = std::string_view(entry.cFileName).find('?') == std::string_view::npos;
-    return legible || entry.cAlternateFileName[0] == '\0' ? entry.cFileName
-                                                          : entry.cAlternateFileName;
+const char* ShortName(const WIN32_FIND_DATAA& entry) {
+    return entry.cAlternateFileName[0] != '\0' ? entry.cAlternateFileName : entry.cFileName;
 }
 
 bool IsDots(const WIN32_FIND_DATAA& entry) {
@@ -66,11 +65,14 @@ bool IsDots(const WIN32_FIND_DATAA& entry) {
     return name == "." || name == "..";
 }
 
+bool IsFolder(const WIN32_FIND_DATAA& entry) {
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 && !IsDots(entry);
+}
+
 // Other reparse points, those of cloud storage for instance, are no links: what lies below
 // them belongs to the folder.
 bool IsLink(const WIN32_FIND_DATAA& entry) {
-    return (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
-           (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
            (entry.dwReserved0 == IO_REPARSE_TAG_MOUNT_POINT ||
             entry.dwReserved0 == IO_REPARSE_TAG_SYMLINK);
 }
@@ -92,7 +94,7 @@ Result<std::string> LookUp(std::string_view path, DWORD mask) {
         name = entry.cFileName;
         return true;
     });
-    if (found.error) {
+    if (found.Failed()) {
         return std::move(found.error);
     }
     return name;
@@ -103,32 +105,20 @@ Result<bool> HasEntries(std::string_view folder) {
                     [](const WIN32_FIND_DATAA& entry) { return !IsDots(entry); });
 }
 
-Result<bool> IsFolderLink(std::string_view path) {
-    if (path.ends_with('\\')) {
-        return false;
-    }
-    return AnyEntry(path, [](const WIN32_FIND_DATAA& entry) { return IsLink(entry); });
-}
-
-RuntimeError ListFolders(std::string_view folder, std::vector<std::string>& folders,
-                         std::vector<std::string>& links) {
+Subfolders SubfoldersOf(std::string_view folder) {
     const std::string parent = AddBackslash(folder);
-    return AnyEntry(parent,
-                    [&](const WIN32_FIND_DATAA& entry) {
-                        const bool isFolder =
-                            (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-                        if (isFolder && !IsDots(entry)) {
-                            (IsLink(entry) ? links : folders)
-                                .push_back(Joined({parent, UsableName(entry)}));
-                        }
-                        return false;
-                    })
-        .error;
+    Subfolders found;
+    // The error says only that the list may not be whole.
+    static_cast<void>(AnyEntry(parent, [&](const WIN32_FIND_DATAA& entry) {
+        if (IsFolder(entry)) {
+            (IsLink(entry) ? found.links : found.own).push_back(parent + ShortName(entry));
+        }
+        return false;
+    }));
+    return found;
 }
 
-std::string QueriedFolder(FunctionRef<DWORD(char*, DWORD)> query) {
-    std::array<char, kFolderBuffer> buffer{};
-    const DWORD length = query(buffer.data(), kFolderBuffer);
+std::string FolderIn(const FolderBuffer& buffer, DWORD length) {
     return AddBackslash(std::string_view(buffer.data(), length < buffer.size() ? length : 0));
 }
 
@@ -156,7 +146,7 @@ std::string GetLongPath(std::string_view path) {
             continue;
         }
         const Result<std::string> name = LookUp(full.substr(0, i), kFolderMask);
-        if (name.error) {
+        if (name.Failed()) {
             // A drive that is not ready any more, a name that is none: what was found so far
             // is the result, and the caller decides whether it is enough.
             return result;
@@ -176,10 +166,7 @@ bool FolderExists(std::string_view path) {
     if (length == 0 || length >= remembered.size()) {
         return false;  // there would be no way back
     }
-    // "C:" alone means the current folder of that drive. Every other path is asked for as it
-    // was given: blanks at its end, which the system passes over, would not be at the end.
-    const std::string folder = path.size() == 2 ? AddBackslash(path) : std::string(path);
-    const bool entered = SetCurrentDirectoryA(folder.c_str()) != FALSE;
+    const bool entered = SetCurrentDirectoryA(std::string(path).c_str()) != FALSE;
     SetCurrentDirectoryA(remembered.data());
     return entered;
 }

@@ -1,11 +1,11 @@
 // Path texts (Windows-1252). Nothing here shows a message.
 #pragma once
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "common/FunctionRef.h"
 #include "common/modRuntimeError.h"
 #include "platform/win32.h"
 
@@ -24,19 +24,21 @@ Result<std::string> LookUp(std::string_view path, DWORD mask);
 // LookUp.
 Result<bool> HasEntries(std::string_view folder);
 
-// Whether the folder at path is only a link to another one: a junction, a mounted volume or
-// a symbolic link. Errors as for LookUp.
-Result<bool> IsFolderLink(std::string_view path);
+// The full paths of what is in a folder and is a folder: those of its own (without "." and
+// ".."), and those that only link to another one, that is junctions, mounted volumes and
+// symbolic links. Where an entry has a short name, the path ends in that: the long one may
+// have letters that the code page lacks.
+struct Subfolders {
+    std::vector<std::string> own, links;
+};
+// What could be listed: all there is, unless the system refuses.
+Subfolders SubfoldersOf(std::string_view folder);
 
-// The full paths of the folders in a folder, without "." and "..", apart from those that are
-// only links, as IsFolderLink tells. Errors as for LookUp.
-RuntimeError ListFolders(std::string_view folder, std::vector<std::string>& folders,
-                         std::vector<std::string>& links);
-
-// A folder from one of the system's queries, ending in a backslash. query fills a buffer of
-// that size and returns the length that it wrote, or the length that it needs when the
-// buffer is too small. Empty if it failed.
-std::string QueriedFolder(FunctionRef<DWORD(char* buffer, DWORD size)> query);
+// What the system's queries for its folders write into, and the folder that one of them has
+// written there, ending in a backslash. length is what the query returned; empty if that is
+// none, or more than the buffer holds.
+using FolderBuffer = std::array<char, 255>;
+std::string FolderIn(const FolderBuffer& buffer, DWORD length);
 
 // The form in which a folder is removed: first three characters in capitals, no trailing
 // backslash except at a drive root. Empty for fewer than two characters.

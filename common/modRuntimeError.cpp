@@ -1,8 +1,8 @@
+// What the system's error codes are called and numbered in this program.
 #include "common/modRuntimeError.h"
 
 #include "common/modGetErrString.h"
 #include "common/modText.h"
-#include "platform/ansi.h"
 
 namespace {
 
@@ -17,15 +17,14 @@ constexpr Meaning kMeanings[] = {
     {ERROR_PATH_NOT_FOUND, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
     {ERROR_DIRECTORY, ErrorNumber::PathNotFound, "Pfad nicht gefunden"},
     {ERROR_TOO_MANY_OPEN_FILES, 67, "Zu viele Dateien"},
-    {ERROR_NOT_ENOUGH_MEMORY, ErrorNumber::OutOfMemory,
-     "Nicht genügend Arbeitsspeicher"_ansi.data()},
-    {ERROR_OUTOFMEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"_ansi.data()},
+    {ERROR_NOT_ENOUGH_MEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"},
+    {ERROR_OUTOFMEMORY, ErrorNumber::OutOfMemory, "Nicht genügend Arbeitsspeicher"},
     {ERROR_WRITE_PROTECT, 70, "Zugriff verweigert"},
     {ERROR_SHARING_VIOLATION, 70, "Zugriff verweigert"},
     {ERROR_LOCK_VIOLATION, 70, "Zugriff verweigert"},
-    {ERROR_NOT_READY, 71, "Datenträger nicht bereit"_ansi.data()},
-    {ERROR_HANDLE_DISK_FULL, 61, "Datenträger voll"_ansi.data()},
-    {ERROR_DISK_FULL, 61, "Datenträger voll"_ansi.data()},
+    {ERROR_NOT_READY, 71, "Datenträger nicht bereit"},
+    {ERROR_HANDLE_DISK_FULL, 61, "Datenträger voll"},
+    {ERROR_DISK_FULL, 61, "Datenträger voll"},
     {ERROR_INVALID_NAME, 52, "Dateiname falsch"},
     {ERROR_FILENAME_EXCED_RANGE, 52, "Dateiname falsch"},
     {ERROR_FILE_EXISTS, ErrorNumber::FileExists, "Datei existiert bereits"},
@@ -55,20 +54,8 @@ RuntimeError SystemError(DWORD code, std::string_view object) {
                     GetErrString(static_cast<std::int32_t>(code), ShowCode::Yes, "Fehlercode")})};
 }
 
-RuntimeError& CurrentError() {
-    static RuntimeError pending;
-    return pending;
-}
-
-bool RunStep(RuntimeError outcome) {
-    if (!outcome) {
-        return true;
+void Defer(RuntimeError outcome) {
+    if (outcome.Failed()) {
+        CurrentError = std::move(outcome);
     }
-    CurrentError() = std::move(outcome);
-    return false;
-}
-
-CheckPlace& RunningPlace() {
-    static CheckPlace place;
-    return place;
 }

@@ -14,18 +14,17 @@
 namespace ErrorNumber {
 inline constexpr std::int32_t InvalidCall = 5;
 inline constexpr std::int32_t OutOfMemory = 7;
-inline constexpr std::int32_t Internal = 51;
 inline constexpr std::int32_t FileExists = 58;
 inline constexpr std::int32_t PathFileAccess = 75;
 inline constexpr std::int32_t PathNotFound = 76;
 }  // namespace ErrorNumber
 
-// What an operation that can fail unexpectedly returns; number 0 says that it has not.
+// What an operation that can fail unexpectedly returns.
 struct [[nodiscard]] RuntimeError {
-    std::int32_t number = 0;
+    std::int32_t number = 0;  // 0: it has not failed
     std::string description = {};
 
-    explicit operator bool() const { return number != 0; }
+    [[nodiscard]] bool Failed() const { return number != 0; }
 };
 
 // The same for an operation that makes something: the value, or why there is none.
@@ -39,23 +38,35 @@ struct [[nodiscard]] Result {
     Result(T made) : value(std::move(made)) {}
     Result(RuntimeError reason) : error(std::move(reason)) {}
     // NOLINTEND(google-explicit-constructor)
+
+    [[nodiscard]] bool Failed() const { return error.Failed(); }
 };
 
 // The error for a Win32 error code. The description names the object and the system's own
 // reason, in German.
 RuntimeError SystemError(DWORD code, std::string_view object);
 
-// The pending error of the program; number 0 means none.
-[[nodiscard]] RuntimeError& CurrentError();
+// The pending error of the program.
+inline RuntimeError CurrentError;
 
-// Where a step of a procedure that defers its errors has failed, its error becomes the
-// current one, and the procedure goes on. True if the step has done its work.
-bool RunStep(RuntimeError outcome);
+// Keeps the error of a failed step for the next check point; the procedure goes on. A later
+// error takes the place of an earlier one.
+void Defer(RuntimeError outcome);
 
-// The procedure that is running and the check point that it comes to next: what a report
-// would name as the place.
+// The same for a step that makes something: its value, empty where it has failed.
+template <typename T>
+T Defer(Result<T> outcome) {
+    Defer(std::move(outcome.error));
+    return std::move(outcome.value);
+}
+
+// The procedures that report errors, by the numbers that an error identifier gives them.
+enum class Procedure : std::uint8_t { Main = 1, UninstallSequence = 6, CopyFileWithRetry = 8 };
+
+// The check point that the running procedure comes to next: the place that the report of a
+// want of memory names, which waits for no check point.
 struct CheckPlace {
-    std::uint8_t procedure = 1;
+    Procedure procedure = Procedure::Main;
     std::uint8_t place = 2;
 };
-[[nodiscard]] CheckPlace& RunningPlace();
+inline CheckPlace NextCheckPoint;

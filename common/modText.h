@@ -8,16 +8,14 @@
 #include <string_view>
 
 inline constexpr std::string_view kLineBreak = "\r\n";
-inline constexpr std::string_view kEmptyLine = "\r\n\r\n";
+// Ends a line and leaves the next one empty.
+inline constexpr std::string_view kParagraphBreak = "\r\n\r\n";
 
-// The parts, one behind the other.
+// The parts, one after the other.
 std::string Joined(std::initializer_list<std::string_view> parts);
 
 // The text in double quotes.
 std::string Quoted(std::string_view text);
-
-// The text without the blanks around it.
-std::string_view Trimmed(std::string_view text);
 
 // Upper case by the system's rules for Windows-1252 (CharUpperBuffA), umlauts included.
 std::string UpperCase(std::string_view text);
@@ -33,8 +31,3 @@ bool IsDigits(std::string_view text);
 
 // The whole number that the digits write; nothing for any other text and above the limit.
 std::optional<std::uint32_t> WholeNumber(std::string_view digits, std::uint32_t limit);
-
-// A decimal number rounded to the nearest whole one, halves to the even neighbour; blanks
-// around it, a sign and a decimal point or comma are allowed. Nothing for any other text
-// and outside the signed 32-bit range.
-std::optional<std::int32_t> RoundedNumber(std::string_view text);

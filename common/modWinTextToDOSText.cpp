@@ -1,6 +1,6 @@
+// A table of bytes, as the interpreter reads them: its code page is not the one of Windows.
 #include "common/modWinTextToDOSText.h"
 
-#include <algorithm>
 #include <array>
 
 namespace {
@@ -25,33 +25,12 @@ unsigned char DosByte(unsigned char code) {
     return code < kFirstInTable ? code : kDosBytes[code - kFirstInTable];
 }
 
-unsigned char WindowsCode(unsigned char byte) {
-    if (byte < 0x80) {
-        return byte;
-    }
-    if (byte == kDosFlorin) {
-        return kWindowsFlorin;
-    }
-    const auto* const place = std::find(kDosBytes.begin(), kDosBytes.end(), byte);
-    return place == kDosBytes.end()
-               ? '?'
-               : static_cast<unsigned char>(kFirstInTable + (place - kDosBytes.begin()));
-}
-
 }  // namespace
 
 std::string WinTextToDOSText(std::string_view text) {
     std::string result(text);
     for (char& character : result) {
         character = static_cast<char>(DosByte(static_cast<unsigned char>(character)));
-    }
-    return result;
-}
-
-std::string DOSTextToWinText(std::string_view text) {
-    std::string result(text);
-    for (char& character : result) {
-        character = static_cast<char>(WindowsCode(static_cast<unsigned char>(character)));
     }
     return result;
 }

@@ -8,7 +8,3 @@
 // (the codes 128 to 159 except the florin sign) keep their Windows code; the no-break
 // space becomes an ordinary one.
 std::string WinTextToDOSText(std::string_view text);
-
-// The way back: what a text in code page 850 says to those who read it as such. Characters
-// that Windows-1252 lacks become "?".
-std::string DOSTextToWinText(std::string_view text);

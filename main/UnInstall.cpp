@@ -1,14 +1,12 @@
 // Where the system enters the program.
-#include "common/modGeneral.h"
 #include "main/modMain.h"
 #include "platform/forms.h"
 #include "platform/startup.h"
 
-int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR, int) {
+int WINAPI WinMain(HINSTANCE, HINSTANCE, LPSTR arguments, int) {
     PrepareProcess();
-    SetMemoryAside();
-    Main();
+    RelaunchedCopy copy;  // its window outlives Main
+    Main(arguments, copy);
     forms::RunMessageLoop();
-    HeldScript().Close();
     return 0;
 }

@@ -1,4 +1,4 @@
-// Whole files, written and read as bytes.
+// Whole files: tried, copied, deleted and written as bytes. Paths are Windows-1252.
 #pragma once
 
 #include <string>
@@ -7,24 +7,24 @@
 #include "common/modRuntimeError.h"
 #include "platform/handles.h"
 
-// Deletes a file and gives the system's code. One that is not there is no failure: 0.
-DWORD CodeOfDeleting(const std::string& path);
-// The same with the code as an error.
+// True if the file can be opened for writing at this moment: not running, not held by
+// someone else, not write-protected. Does not touch it (OpenFile).
+bool CanOpenForWriting(const std::string& path);
+
+enum class Target { Overwrite, MustBeNew };
+
+// Copies a file; when that fails, shows the reason and asks Abort, Retry or Ignore. False
+// only for Abort. An older target is deleted first, so that the copy is never written through a
+// link. A box that gives none of these answers ends the program with the fatal report.
+bool CopyFileWithRetry(const std::string& source, const std::string& target, Target existing);
+
+// Deletes a file (DeleteFileA). One that is not there is no failure.
 RuntimeError DeleteFileIfThere(const std::string& path);
 
 // Creates a file that does not exist yet and writes the bytes, through to the disk. Never
-// writes into something that somebody else has put there meanwhile.
+// writes into something that someone else has put there.
 RuntimeError WriteNewFile(const std::string& path, std::string_view bytes);
 
-// Opens a file so that nobody can write, delete or rename it while the handle is open. A file
-// that somebody else holds at the moment, as virus scanners do with new ones, is tried again
-// for up to half a second.
-Result<handles::File> HoldFile(const std::string& path);
-
-// All bytes of an open file from where it stands; of a larger one only a block more than
-// limit. path serves the error only.
-Result<std::string> ReadAll(const handles::File& file, const std::string& path,
-                            std::size_t limit = std::string::npos);
-
-// An error unless the open file holds exactly these bytes.
-RuntimeError CheckBytes(const handles::File& file, const std::string& path, std::string_view bytes);
+// The file, opened so that nobody can write, delete or rename it while the handle is open. Empty
+// where that is not possible.
+handles::File OpenedForReading(const std::string& path);

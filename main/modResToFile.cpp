@@ -1,3 +1,5 @@
+// The script's record travels in the program: there is nothing to be found, or exchanged, beside
+// it.
 #include "main/modResToFile.h"
 
 #include "common/modPath.h"
@@ -28,10 +30,11 @@ RuntimeError ResToFile(const std::string& path, WORD id, const char* type, Exist
     // Deleted without a look: one that is there under a name that FileExists does not take
     // would stand in the way for ever.
     if (existing == Existing::Replace) {
-        if (RuntimeError error = DeleteFileIfThere(path)) {
+        RuntimeError error = DeleteFileIfThere(path);
+        if (error.Failed()) {
             return error;
         }
     }
     const Result<std::string_view> bytes = StoredBytes(id, type);
-    return bytes.error ? bytes.error : WriteNewFile(path, bytes.value);
+    return bytes.Failed() ? bytes.error : WriteNewFile(path, bytes.value);
 }

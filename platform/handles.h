@@ -82,12 +82,19 @@ struct GlobalMemoryKind {
     static void Close(Value value) noexcept { GlobalFree(value); }
 };
 
+struct WindowKind {
+    using Value = HWND;
+    static Value Nothing() noexcept { return nullptr; }
+    static void Close(Value value) noexcept { DestroyWindow(value); }
+};
+
 using File = Owned<FileKind>;
 using Process = Owned<ProcessKind>;
 using Find = Owned<FindKind>;
 using Key = Owned<KeyKind>;
 using ItemList = Owned<ItemListKind>;
 using GlobalMemory = Owned<GlobalMemoryKind>;
+using Window = Owned<WindowKind>;
 
 // Holds the clipboard open for as long as it lives.
 class Clipboard {

@@ -1,6 +1,5 @@
-// What has to be settled before anything else of the program runs: it may be started from a
-// folder that others can write to, and on systems of very different age.
+// What has to be settled on a host before anything else of the program runs.
 #pragma once
 
-// Called once, first of all.
+// Called first in WinMain. Fails at nothing: a system that lacks one of the means goes without.
 void PrepareProcess();

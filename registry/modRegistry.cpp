@@ -1,9 +1,10 @@
+// Every operation is a loop: an attempt, and where the caller wants it a report that may lead
+// to another one. What an attempt opens is closed before the report.
 #include "registry/modRegistry.h"
 
 #include <algorithm>
 #include <array>
 
-#include "common/FunctionRef.h"
 #include "common/modText.h"
 
 namespace modRegistry {
@@ -18,7 +19,7 @@ struct Subject {
     RegOp operation;
     HKEY root;
     const std::string& key;
-    std::string valueName;
+    std::string valueName = {};
 };
 
 bool Has(Options options, Options flag) {
@@ -36,18 +37,11 @@ bool IsIgnored(LONG code, Options options) {
            (IsUnavailable(code) && Has(options, IgnoreUnavailable));
 }
 
-// Runs an attempt until it succeeds, its failure is not to be reported, or the user
-// chooses to ignore it. Every operation that can report goes through here. options are
-// looked at after the attempt, which may change them.
-LONG RunAttempts(const Subject& subject, const Options& options, FunctionRef<LONG()> attempt) {
-    for (;;) {
-        const LONG code = attempt();
-        if (code == ERROR_SUCCESS || !Has(options, ShowErrors) || IsIgnored(code, options) ||
-            !ReportRegError(subject.operation, subject.valueName, subject.root, subject.key,
-                            code)) {
-            return code;
-        }
-    }
+// Whether an attempt that gave this code is to be followed by another: its failure was to be
+// reported, and the user has chosen to try again.
+bool UserRetries(const Subject& subject, LONG code, Options options) {
+    return code != ERROR_SUCCESS && Has(options, ShowErrors) && !IsIgnored(code, options) &&
+           ReportRegError(subject.operation, subject.valueName, subject.root, subject.key, code);
 }
 
 LONG Open(HKEY root, const std::string& key, REGSAM access, handles::Key& handle) {
@@ -111,44 +105,22 @@ LONG DeleteLeaf(HKEY root, const std::string& key) {
                                  : code;
 }
 
-// One level of the way down: the subkeys of a key and which of them comes next.
-struct Level {
-    std::size_t keyLength;
-    std::vector<std::string> subkeys;
-    std::size_t next = 0;
-};
-
-LONG Descend(HKEY root, const std::string& path, std::vector<Level>& levels) {
-    levels.push_back({path.size(), {}});
-    const LONG code = ListSubkeys(root, path, levels.back().subkeys);
-    if (code == ERROR_FILE_NOT_FOUND) {
-        levels.back().subkeys.clear();
-        return ERROR_SUCCESS;
-    }
-    return code;
-}
-
-// Depth first. The levels are kept in a list of our own: the registry allows 512 of them,
-// and names and lists on the program's stack would be too much for it.
+// Depth first. A level takes some 130 bytes of the stack, and the registry allows 512 levels.
 LONG DeleteDepthFirst(HKEY root, const std::string& key) {
-    std::string path = key;
-    std::vector<Level> levels;
-    LONG code = Descend(root, path, levels);
-    while (code == ERROR_SUCCESS && !levels.empty()) {
-        Level& level = levels.back();
-        path.resize(level.keyLength);
-        if (level.next < level.subkeys.size()) {
-            path += Joined({"\\", level.subkeys[level.next++]});
-            code = Descend(root, path, levels);
-        } else {
-            code = DeleteLeaf(root, path);
-            levels.pop_back();
-            if (code == ERROR_FILE_NOT_FOUND && !levels.empty()) {
-                code = ERROR_SUCCESS;  // a subkey that somebody else has deleted meanwhile
-            }
+    std::vector<std::string> subkeys;
+    const LONG listed = ListSubkeys(root, key, subkeys);
+    if (listed != ERROR_SUCCESS) {
+        return listed;
+    }
+    for (const std::string& subkey : subkeys) {
+        const LONG code = DeleteDepthFirst(root, Joined({key, "\\", subkey}));
+        // A subkey that someone else has deleted in between is no failure: its code would pass
+        // for that of a key that was never there, and the tree would stay without a word.
+        if (code != ERROR_SUCCESS && code != ERROR_FILE_NOT_FOUND) {
+            return code;
         }
     }
-    return code;
+    return DeleteLeaf(root, key);
 }
 
 }  // namespace
@@ -175,43 +147,50 @@ LONG KeyExists(HKEY root, const std::string& key) {
 }
 
 LONG OpenKeyForReading(HKEY root, const std::string& key, handles::Key& handle, Options options) {
-    return RunAttempts({RegOpOpenForReading, root, key, {}}, options,
-                       [&] { return Open(root, key, KEY_QUERY_VALUE, handle); });
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = Open(root, key, KEY_QUERY_VALUE, handle);
+    } while (UserRetries({RegOpOpenForReading, root, key}, code, options));
+    return code;
 }
 
 LONG QueryValue(HKEY root, const std::string& key, HKEY handle, const std::string& name,
                 std::string& text, Options options) {
+    LONG code = ERROR_SUCCESS;
     Data data;
-    const LONG code = RunAttempts({RegOpRead, root, key, name}, options | IgnoreNotFound,
-                                  [&] { return QueryData(handle, name, data); });
+    do {
+        code = QueryData(handle, name, data);
+    } while (UserRetries({RegOpRead, root, key, name}, code, options | IgnoreNotFound));
     text = code == ERROR_SUCCESS ? ValueTextFromData(data.type, data.bytes) : std::string();
     return code;
 }
 
 LONG ReadValue(HKEY root, const std::string& key, const std::string& name, std::string& text,
                Options options) {
+    LONG code = ERROR_SUCCESS;
     text.clear();
-    return RunAttempts({RegOpRead, root, key, name}, options | IgnoreNotFound, [&] {
+    do {
         handles::Key handle;
-        const LONG code = OpenKeyForReading(root, key, handle, Silent);
-        return code == ERROR_SUCCESS ? QueryValue(root, key, handle.Get(), name, text, Silent)
-                                     : code;
-    });
+        code = OpenKeyForReading(root, key, handle, Silent);
+        if (code == ERROR_SUCCESS) {
+            code = QueryValue(root, key, handle.Get(), name, text, Silent);
+        }
+    } while (UserRetries({RegOpRead, root, key, name}, code, options | IgnoreNotFound));
+    return code;
 }
 
 LONG OpenKeyForWriting(HKEY root, const std::string& key, handles::Key& handle, Options options) {
-    Options reporting = options;
-    return RunAttempts({RegOpOpenForWriting, root, key, {}}, reporting, [&] {
-        const LONG code = Open(root, key, KEY_SET_VALUE, handle);
-        if (code != ERROR_FILE_NOT_FOUND || !Has(options, CreateMissing)) {
-            return code;
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = Open(root, key, KEY_SET_VALUE, handle);
+        if (code == ERROR_FILE_NOT_FOUND && Has(options, CreateMissing)) {
+            if (CreateKeyPath(root, key, options) != ERROR_SUCCESS) {
+                return code;  // the creation has reported its own failure
+            }
+            code = Open(root, key, KEY_SET_VALUE, handle);
         }
-        if (CreateKeyPath(root, key, options) != ERROR_SUCCESS) {
-            reporting = Silent;  // the creation has reported its own failure
-            return code;
-        }
-        return Open(root, key, KEY_SET_VALUE, handle);
-    });
+    } while (UserRetries({RegOpOpenForWriting, root, key}, code, options));
+    return code;
 }
 
 LONG SetValue(HKEY root, const std::string& key, HKEY handle, const std::string& name, DWORD type,
@@ -224,58 +203,78 @@ LONG SetValue(HKEY root, const std::string& key, HKEY handle, const std::string&
 
 LONG SetValueBytes(HKEY root, const std::string& key, HKEY handle, const std::string& name,
                    DWORD type, std::string_view data, Options options) {
-    return RunAttempts({RegOpWrite, root, key, name}, options, [&] {
-        return RegSetValueExA(handle, name.c_str(), 0, type,
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = RegSetValueExA(handle, name.c_str(), 0, type,
                               reinterpret_cast<const BYTE*>(data.data()),
                               static_cast<DWORD>(data.size()));
-    });
+    } while (UserRetries({RegOpWrite, root, key, name}, code, options));
+    return code;
 }
 
 LONG WriteValue(HKEY root, const std::string& key, const std::string& name, DWORD type,
                 std::string_view text, Options options) {
-    return RunAttempts({RegOpWrite, root, key, name}, options, [&] {
+    LONG code = ERROR_SUCCESS;
+    do {
         handles::Key handle;
-        const LONG code = OpenKeyForWriting(root, key, handle, Silent);
-        return code == ERROR_SUCCESS ? SetValue(root, key, handle.Get(), name, type, text, Silent)
-                                     : code;
-    });
+        code = OpenKeyForWriting(root, key, handle, Silent);
+        if (code == ERROR_SUCCESS) {
+            code = SetValue(root, key, handle.Get(), name, type, text, Silent);
+        }
+    } while (UserRetries({RegOpWrite, root, key, name}, code, options));
+    return code;
 }
 
 LONG DeleteValueInKey(HKEY root, const std::string& key, HKEY handle, const std::string& name,
                       Options options) {
-    return RunAttempts({RegOpDeleteValue, root, key, name}, options | IgnoreNotFound,
-                       [&] { return RegDeleteValueA(handle, name.c_str()); });
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = RegDeleteValueA(handle, name.c_str());
+    } while (UserRetries({RegOpDeleteValue, root, key, name}, code, options | IgnoreNotFound));
+    return code;
 }
 
 LONG DeleteValue(HKEY root, const std::string& key, const std::string& name, Options options) {
-    return RunAttempts({RegOpDeleteValue, root, key, name}, options | IgnoreNotFound, [&] {
+    LONG code = ERROR_SUCCESS;
+    do {
         handles::Key handle;
-        const LONG code = OpenKeyForWriting(root, key, handle, Silent);
-        return code == ERROR_SUCCESS ? DeleteValueInKey(root, key, handle.Get(), name, Silent)
-                                     : code;
-    });
+        code = OpenKeyForWriting(root, key, handle, Silent);
+        if (code == ERROR_SUCCESS) {
+            code = DeleteValueInKey(root, key, handle.Get(), name, Silent);
+        }
+    } while (UserRetries({RegOpDeleteValue, root, key, name}, code, options | IgnoreNotFound));
+    return code;
 }
 
 LONG CreateKeyPath(HKEY root, const std::string& key, Options options) {
     if (key.empty()) {
         return ERROR_SUCCESS;
     }
-    return RunAttempts({RegOpCreateKey, root, key, {}}, options,
-                       [&] { return CreateParts(root, key); });
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = CreateParts(root, key);
+    } while (UserRetries({RegOpCreateKey, root, key}, code, options));
+    return code;
 }
 
 LONG EnumSubkeys(HKEY root, const std::string& key, std::vector<std::string>& names,
                  Options options) {
-    return RunAttempts({RegOpEnumSubkeys, root, key, {}}, options,
-                       [&] { return ListSubkeys(root, key, names); });
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = ListSubkeys(root, key, names);
+    } while (UserRetries({RegOpEnumSubkeys, root, key}, code, options));
+    return code;
 }
 
 LONG DeleteKeyTree(HKEY root, const std::string& key, Options options) {
     if (key.empty()) {
         return ERROR_INVALID_PARAMETER;
     }
-    return RunAttempts({RegOpDeleteKey, root, key, {}}, options | IgnoreNotFound,
-                       [&] { return DeleteDepthFirst(root, key); });
+    LONG code = ERROR_SUCCESS;
+    do {
+        code = DeleteDepthFirst(root, key);
+    } while (UserRetries({RegOpDeleteKey, root, key}, code, options | IgnoreNotFound));
+    return code;
 }
 
 }  // namespace modRegistry

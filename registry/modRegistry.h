@@ -91,8 +91,9 @@ LONG CreateKeyPath(HKEY root, const std::string& key, Options options);
 LONG EnumSubkeys(HKEY root, const std::string& key, std::vector<std::string>& names,
                  Options options);
 
-// Deletes a key and everything below it, children before their parent; the first failure
-// ends it. 87 for the empty path, which would name a whole root. Options: ShowErrors.
+// Deletes a key and everything below it, children before their parent; the first failure ends
+// it, what was deleted before stays deleted. 2 for a key that is not there; 87 for the empty
+// path, which would name a whole root. Options: ShowErrors.
 LONG DeleteKeyTree(HKEY root, const std::string& key, Options options);
 
 // ---- value text (modRegistryText.cpp) ------------------------------------------------

@@ -1,7 +1,8 @@
+// What the user is told when a registry operation has failed. One set of pieces serves all of
+// them, so that every report reads alike.
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
 #include "common/modText.h"
-#include "platform/ansi.h"
 #include "registry/modRegistry.h"
 
 namespace modRegistry {
@@ -13,26 +14,26 @@ namespace {
 namespace Piece {
 constexpr std::string_view Val = "Der Registrierungswert";
 constexpr std::string_view Default = "(Standard)";
-constexpr std::string_view InKey = "im Schlüssel"_ansi;
-constexpr std::string_view Key = "Der Registrierungsschlüssel"_ansi;
-constexpr std::string_view Subkeys = "Die Unterschlüssel des Registrierungsschlüssels"_ansi;
+constexpr std::string_view InKey = "im Schlüssel";
+constexpr std::string_view Key = "Der Registrierungsschlüssel";
+constexpr std::string_view Subkeys = "Die Unterschlüssel des Registrierungsschlüssels";
 constexpr std::string_view Could = "konnte";
 constexpr std::string_view Read = " nicht gelesen";
 constexpr std::string_view Written = " nicht geschrieben";
-constexpr std::string_view Deleted = " nicht gelöscht"_ansi;
+constexpr std::string_view Deleted = " nicht gelöscht";
 constexpr std::string_view Created = " nicht erstellt";
 constexpr std::string_view Enumed = "n nicht aufgelistet";
-constexpr std::string_view OpenRead = " nicht mit Lesezugriffsrechten geöffnet"_ansi;
-constexpr std::string_view OpenWrite = " nicht mit Schreibzugriffsrechten geöffnet"_ansi;
+constexpr std::string_view OpenRead = " nicht mit Lesezugriffsrechten geöffnet";
+constexpr std::string_view OpenWrite = " nicht mit Schreibzugriffsrechten geöffnet";
 constexpr std::string_view Be = " werden.";
-constexpr std::string_view NotFound = "Der Registrierungsschlüssel ist nicht vorhanden."_ansi;
+constexpr std::string_view NotFound = "Der Registrierungsschlüssel ist nicht vorhanden.";
 constexpr std::string_view AccessDenied = "Zugriff verweigert";
 constexpr std::string_view Error = "Fehler";
 constexpr std::string_view AbortWarn =
     "Wenn Sie auf \"Abbrechen\" bzw. \"Beenden\" klicken, wird das Programm beendet. Nicht "
     "gespeicherte Daten gehen dabei verloren.";
 constexpr std::string_view IgnoreWarn =
-    "Wenn Sie auf \"Ignorieren\" klicken, könnte dies zu Fehlfunktionen des Programms führen."_ansi;
+    "Wenn Sie auf \"Ignorieren\" klicken, könnte dies zu Fehlfunktionen des Programms führen.";
 }  // namespace Piece
 
 struct Wording {
@@ -96,16 +97,16 @@ std::string Message(const Wording& wording, const std::string& valueName, HKEY r
                    Piece::Could,
                    wording.verb,
                    Piece::Be,
-                   reason.empty() ? "" : kEmptyLine,
+                   reason.empty() ? "" : kParagraphBreak,
                    reason,
                    " (",
                    Piece::Error,
                    " ",
                    Decimal(code),
                    ")",
-                   kEmptyLine,
+                   kParagraphBreak,
                    Piece::AbortWarn,
-                   wording.reads ? kEmptyLine : "",
+                   wording.reads ? kParagraphBreak : "",
                    wording.reads ? Piece::IgnoreWarn : ""});
 }
 

@@ -1,3 +1,4 @@
+// Value data as text and back. Callers compare and count texts; only this file knows bytes.
 #include "common/modText.h"
 #include "registry/modRegistry.h"
 

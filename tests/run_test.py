@@ -39,7 +39,7 @@ class Run(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.machine = os.path.join(folder.name, "machine")
-        subprocess.run([f"{BUILD}/machine", "stage", self.machine, f"{ROOT}/tests/stage",
+        subprocess.run([f"{BUILD}/sandbox", "stage", self.machine, f"{ROOT}/tests/stage",
                         f"{BUILD}/UnInstall"], check=True)
 
     def path(self, name):

@@ -1,3 +1,5 @@
+// A list of problems may be long, so it has a dialog of its own where a run without problems
+// ends with a message box.
 #include "uninstall/frmUnInstDone.h"
 
 #include <array>

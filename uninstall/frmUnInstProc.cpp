@@ -1,3 +1,5 @@
+// The uninstall sequence as a table: what is removed in which order can be read, and compared,
+// without reading how.
 #include "uninstall/frmUnInstProc.h"
 
 #include <array>
@@ -6,9 +8,10 @@
 #include "common/Product.h"
 #include "common/modGeneral.h"
 #include "common/modText.h"
-#include "platform/ansi.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
+#include "uninstall/SharedFiles.h"
+#include "uninstall/ShellReset.h"
 #include "uninstall/frmUnInstDone.h"
 
 namespace {
@@ -20,7 +23,7 @@ constexpr std::array<forms::Control, 1> kControls{{
      "Tessorin wird deinstalliert. Bitte warten Sie."},
 }};
 
-// No close box: nothing may suggest that closing the window stops the removal.
+// Closing has no effect: nothing may suggest that it stops the removal.
 constexpr unsigned tmrInitiateUnInst = 1;  // milliseconds
 constexpr forms::Layout kLayout{.name = "frmUnInstProc",
                                 .title = AppTitle,
@@ -30,128 +33,121 @@ constexpr forms::Layout kLayout{.name = "frmUnInstProc",
                                 .timerInterval = tmrInitiateUnInst,
                                 .controls = kControls};
 
-constexpr std::uint8_t kProcedure = 6;
-constexpr std::uint8_t kPlace = 1;
-
-constexpr std::string_view kResetQuestion =
-    "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden (dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis neuinstallieren)?"_ansi;
-
-// What a step does, on what.
 enum class Verb {
-    RemoveFile,          // ProgramFolder + what
-    RemoveProgram,       // ProgramFolder with all that is in it
-    ReleaseSharedFiles,  // the shared-file counts
-    RemoveShortcut,      // ProgramGroupFolder + what
-    RemoveGroup,         // ProgramGroupFolder with all that is in it
-    RemoveMachineKey,    // HKEY_LOCAL_MACHINE, with subkeys
-    RemoveMachineLeaf,   // HKEY_LOCAL_MACHINE, only without subkeys
-    RemoveUserKey,       // HKEY_CURRENT_USER, with subkeys
-    RemoveUserLeaf,      // HKEY_CURRENT_USER, only without subkeys
-    RemoveFromHives,     // the product's keys of every loaded user profile
-    ResetShell,          // after a question
+    File,
+    Folder,  // with all that is in it
+    Shortcut,
+    Key,          // with its subkeys
+    EmptyKey,     // only without subkeys
+    SharedFiles,  // the counts of the shared files
+    Hives,        // the product's keys of every loaded user profile
+    ShellReset,   // after a question
 };
+enum class At { Program, Group, Machine, User, Nowhere };
+enum class Repaint { No, Yes };
 
-struct RemovalStep {
-    const char* what;
+struct Step {
     Verb verb;
-    bool repaint;
+    At at = At::Nowhere;
+    const char* object = "";
+    Repaint repaint = Repaint::No;
 };
 
 // Everything that is removed, in the order in which it happens. The entry in the system's
 // list of programs goes last: whatever interrupts the run, the user can start it again.
-constexpr RemovalStep kSteps[] = {
-    {Product::Program, Verb::RemoveFile, true},
-    {Product::Uninstaller, Verb::RemoveFile, true},
-    {"", Verb::RemoveProgram, true},
-    {"", Verb::ReleaseSharedFiles, false},
-    {"Tessorin.lnk", Verb::RemoveShortcut, true},
-    {"Deinstallieren.lnk", Verb::RemoveShortcut, true},
-    {"Tessorin-Website.lnk", Verb::RemoveShortcut, true},
-    {"Tessorin Website.lnk", Verb::RemoveShortcut, true},
-    {"", Verb::RemoveGroup, true},
-    {Product::Key, Verb::RemoveMachineKey, true},
-    {Product::MakerKey, Verb::RemoveMachineLeaf, true},
-    {Product::Key, Verb::RemoveUserKey, true},
-    {Product::MakerKey, Verb::RemoveUserLeaf, true},
-    {"", Verb::RemoveFromHives, false},  // repaints for itself, after each key
-    {"", Verb::ResetShell, false},
-    {Product::UninstallKey, Verb::RemoveMachineKey, false},
+constexpr Step kSteps[] = {
+    {Verb::File, At::Program, Product::Program, Repaint::Yes},
+    {Verb::File, At::Program, Product::Uninstaller, Repaint::Yes},
+    {Verb::Folder, At::Program, "", Repaint::Yes},
+    {Verb::SharedFiles},
+    {Verb::Shortcut, At::Group, "Tessorin.lnk", Repaint::Yes},
+    {Verb::Shortcut, At::Group, "Deinstallieren.lnk", Repaint::Yes},
+    {Verb::Shortcut, At::Group, "Tessorin-Website.lnk", Repaint::Yes},
+    {Verb::Shortcut, At::Group, "Tessorin Website.lnk", Repaint::Yes},
+    {Verb::Folder, At::Group, "", Repaint::Yes},
+    {Verb::Key, At::Machine, Product::Key, Repaint::Yes},
+    {Verb::EmptyKey, At::Machine, Product::MakerKey, Repaint::Yes},
+    {Verb::Key, At::User, Product::Key, Repaint::Yes},
+    {Verb::EmptyKey, At::User, Product::MakerKey, Repaint::Yes},
+    {Verb::Hives},  // repaints for itself, after each key
+    {Verb::ShellReset},
+    {Verb::Key, At::Machine, Product::UninstallKey},
 };
 
-void RemoveFromUserHives(frmUnInstProc& form) {
+void RemoveFromHives(Removal& removal, forms::Form& window) {
     std::vector<std::string> hives;
     if (modRegistry::EnumSubkeys(HKEY_USERS, {}, hives, modRegistry::Silent) != ERROR_SUCCESS) {
         return;
     }
     for (const std::string& hive : hives) {
-        form.RemoveRegKey(HKEY_USERS, hive + "\\" + Product::Key, Subkeys::Remove);
-        form.Refresh();
-        form.RemoveRegKey(HKEY_USERS, hive + "\\" + Product::MakerKey, Subkeys::MustNotExist);
-        form.Refresh();
+        removal.RemoveRegKey(HKEY_USERS, Joined({hive, "\\", Product::Key}), Subkeys::Remove);
+        window.Refresh();
+        removal.RemoveRegKey(HKEY_USERS, Joined({hive, "\\", Product::MakerKey}),
+                             Subkeys::MustNotExist);
+        window.Refresh();
     }
 }
 
-void AskToResetShell(frmUnInstProc& form) {
-    if (ShowMessage(std::string(kResetQuestion), MB_YESNO | MB_ICONQUESTION) == IDYES) {
-        form.ResetShellIntegration();
-    }
+bool UserWantsReset() {
+    return ShowMessage(
+               "Sollen die Windows-Integrationseinstellungen von Tessorin zurückgesetzt werden "
+               "(dringend empfohlen, falls Sie Tessorin nicht in dasselbe Verzeichnis "
+               "neuinstallieren)?",
+               MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
-bool IsGroupStep(Verb verb) {
-    return verb == Verb::RemoveShortcut || verb == Verb::RemoveGroup;
+// Without a Programs folder the paths of the group would be relative to the current folder.
+RuntimeError SkipGroupStep(const Step& step, Removal& removal) {
+    if (step.verb == Verb::Folder) {
+        removal.Log("Das Verzeichnis \"Tessorin\" konnte nicht gelöscht werden.");
+    }
+    return {};
 }
 
 // Only the removals of files and folders can fail in a way that ends the sequence.
-RuntimeError RunRemovalStep(frmUnInstProc& form, const RemovalStep& step) {
-    const Folders& folders = Globals();
+RuntimeError Run(const Step& step, Removal& removal, forms::Form& window) {
+    if (step.at == At::Group && ProgramGroupFolder.empty()) {
+        return SkipGroupStep(step, removal);
+    }
+    const std::string path =
+        (step.at == At::Group ? ProgramGroupFolder : ProgramFolder) + step.object;
+    const HKEY root = step.at == At::User ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
     switch (step.verb) {
-        case Verb::RemoveFile:
-            return form.RemoveFile(folders.ProgramFolder + step.what);
-        case Verb::RemoveProgram:
-            return form.RemoveFolder(folders.ProgramFolder);
-        case Verb::RemoveShortcut:
-            return form.RemoveShortcut(folders.ProgramGroupFolder + step.what);
-        case Verb::RemoveGroup:
-            return form.RemoveFolder(folders.ProgramGroupFolder);
-        case Verb::ReleaseSharedFiles:
-            form.ReleaseSharedFiles();
+        case Verb::File:
+            return removal.RemoveFile(path);
+        case Verb::Folder:
+            return removal.RemoveFolder(path);
+        case Verb::Shortcut:
+            return removal.RemoveShortcut(path);
+        case Verb::Key:
+            removal.RemoveRegKey(root, step.object, Subkeys::Remove);
             break;
-        case Verb::RemoveMachineKey:
-            form.RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, Subkeys::Remove);
+        case Verb::EmptyKey:
+            removal.RemoveRegKey(root, step.object, Subkeys::MustNotExist);
             break;
-        case Verb::RemoveMachineLeaf:
-            form.RemoveRegKey(HKEY_LOCAL_MACHINE, step.what, Subkeys::MustNotExist);
+        case Verb::SharedFiles:
+            ReleaseSharedFiles(removal);
             break;
-        case Verb::RemoveUserKey:
-            form.RemoveRegKey(HKEY_CURRENT_USER, step.what, Subkeys::Remove);
+        case Verb::Hives:
+            RemoveFromHives(removal, window);
             break;
-        case Verb::RemoveUserLeaf:
-            form.RemoveRegKey(HKEY_CURRENT_USER, step.what, Subkeys::MustNotExist);
-            break;
-        case Verb::RemoveFromHives:
-            RemoveFromUserHives(form);
-            break;
-        case Verb::ResetShell:
-            AskToResetShell(form);
+        case Verb::ShellReset:
+            if (UserWantsReset()) {
+                ResetShellIntegration(removal);
+            }
             break;
     }
     return {};
 }
 
-RuntimeError RemoveProduct(frmUnInstProc& form) {
-    for (const RemovalStep& step : kSteps) {
-        // Without a group folder the shortcuts' paths would be relative to the current one.
-        if (IsGroupStep(step.verb) && Globals().ProgramGroupFolder.empty()) {
-            if (step.verb == Verb::RemoveGroup) {
-                form.Log("Das Verzeichnis \"Tessorin\" konnte nicht gelöscht werden."_ansi);
-            }
-            continue;
-        }
-        if (RuntimeError error = RunRemovalStep(form, step)) {
+RuntimeError RemoveProduct(Removal& removal, forms::Form& window) {
+    for (const Step& step : kSteps) {
+        RuntimeError error = Run(step, removal, window);
+        if (error.Failed()) {
             return error;
         }
-        if (step.repaint) {
-            form.Refresh();
+        if (step.repaint == Repaint::Yes) {
+            window.Refresh();
         }
     }
     return {};
@@ -179,24 +175,20 @@ RuntimeError ReportOutcome(std::string_view problems) {
 frmUnInstProc::frmUnInstProc() : Form(kLayout) {}
 
 bool frmUnInstProc::Form_Load() {
-    ProblemLog.clear();
+    removal_.ProblemLog.clear();
     return true;
 }
 
-void frmUnInstProc::Log(std::string_view line) {
-    ProblemLog += Joined({"-> ", line, kLineBreak});
-}
-
 void frmUnInstProc::tmrInitiateUnInst_Timer() {
-    RunningPlace() = {kProcedure, kPlace};
-    // Nothing behind a failed step may run: whether it would still be right to remove more is
+    constexpr std::uint8_t kPlace = 1;
+    NextCheckPoint = {Procedure::UninstallSequence, kPlace};
+    // Nothing after a failed step may run: whether it would still be right to remove more is
     // not known any longer.
-    bool done = RunStep(RemoveProduct(*this));
-    if (done) {
+    RuntimeError error = RemoveProduct(removal_, *this);
+    if (!error.Failed()) {
         Unload();
-        done = RunStep(ReportOutcome(ProblemLog));
+        error = ReportOutcome(removal_.ProblemLog);
     }
-    if (!done) {
-        ReportError(kProcedure, kPlace, CurrentError().number, Fatal::Yes, ShortForm::Yes);
-    }
+    Defer(std::move(error));
+    CheckPoint(Procedure::UninstallSequence, kPlace);
 }

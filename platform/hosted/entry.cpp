@@ -5,6 +5,7 @@
 #include "platform/hosted/files/files.h"
 #include "platform/hosted/process/process.h"
 #include "platform/hosted/registry/registry.h"
+#include "platform/startup.h"
 
 namespace {
 
@@ -18,6 +19,9 @@ std::string ArgumentsOf(int count, char** values) {
 }
 
 }  // namespace
+
+// There are no libraries here that could be looked up in the wrong folder.
+void PrepareProcess() {}
 
 int main(int count, char** values) {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));

@@ -183,6 +183,7 @@ struct SHFILEOPSTRUCTA {
     HWND hwnd;
     UINT wFunc;
     LPCSTR pFrom;
+    LPCSTR pTo;
     FILEOP_FLAGS fFlags;
 };
 struct ITEMIDLIST;
@@ -208,6 +209,7 @@ constexpr UINT MB_ICONEXCLAMATION = 0x30;
 constexpr UINT MB_ICONASTERISK = 0x40;
 constexpr UINT MB_DEFBUTTON2 = 0x100;
 constexpr UINT MB_SYSTEMMODAL = 0x1000;
+constexpr UINT MB_SETFOREGROUND = 0x10000;
 constexpr int IDOK = 1;
 constexpr int IDCANCEL = 2;
 constexpr int IDABORT = 3;
@@ -222,6 +224,12 @@ int WINAPI MessageBoxA(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
 constexpr DWORD ASFW_ANY = 0xFFFFFFFF;
 BOOL WINAPI AllowSetForegroundWindow(DWORD processId);
 BOOL WINAPI MessageBeep(UINT type);
+// A parent: the window is only there to be owned by.
+inline const HWND HWND_MESSAGE = reinterpret_cast<HWND>(std::intptr_t{-3});
+HWND WINAPI CreateWindowExA(DWORD extendedStyle, LPCSTR kind, LPCSTR title, DWORD style, int left,
+                            int top, int width, int height, HWND parent, void* menu,
+                            HINSTANCE instance, LPVOID parameter);
+BOOL WINAPI DestroyWindow(HWND window);
 BOOL WINAPI OpenClipboard(HWND owner);
 BOOL WINAPI EmptyClipboard();
 HANDLE WINAPI SetClipboardData(UINT format, HANDLE data);

@@ -23,20 +23,14 @@ int loadedForms = 0;
 // The forms that are loaded and have been shown, the one shown last at the end.
 std::vector<HWND> shownForms;
 
-struct FormWindowKind {
-    using Value = HWND;
-    static Value Nothing() noexcept { return nullptr; }
-    static void Close(Value value) noexcept { DestroyWindow(value); }
-};
-
 // The window of the form that was unloaded last, hidden. A window that is destroyed in front
 // hands the foreground to another program, and what is shown next would open behind that one.
-handles::Owned<FormWindowKind> unloadedForm;
+handles::Window unloadedForm;
 
 void HideWhereItIs(HWND form) {
     SetWindowPos(form, nullptr, 0, 0, 0, 0,
                  SWP_HIDEWINDOW | SWP_NOACTIVATE | SWP_NOZORDER | SWP_NOMOVE | SWP_NOSIZE);
-    unloadedForm = handles::Owned<FormWindowKind>(form);
+    unloadedForm = handles::Window(form);
 }
 
 // Ctrl+A selects everything in a text box; edit controls learned it only in later systems.

@@ -3,9 +3,7 @@
 #include <exception>
 #include <new>
 
-// Both are in common/modGeneral.h, which nothing of the platform may include.
-[[noreturn]] void EndWithoutMemory();
-[[noreturn]] void EndProgram();
+#include "common/modGeneral.h"
 
 // The library's code for texts and containers is linked against these names.
 // NOLINTBEGIN(cert-dcl50-cpp,cert-dcl58-cpp): their names and arguments are the library's

@@ -5,7 +5,6 @@
 
 #include "common/modGeneral.h"
 #include "common/modGetShortPathAlways.h"
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -49,7 +48,7 @@ class Paths : public testing::Test {
             .File("C:\\Größe 1\\Ein langer Name\\Offen.txt", "x", "R");
         machine_.Enter();
     }
-    const std::string kFolder{"C:\\Größe 1"_ansi};
+    const std::string kFolder{FromUtf8("C:\\Größe 1")};
     Machine machine_;
 };
 
@@ -57,12 +56,12 @@ TEST_F(Paths, GetTheNamesThatAreStored) {
     const std::string stored = kFolder + "\\Ein langer Name";
     const std::string shortForm = GetShortPathAlways(stored + "\\").value;
     EXPECT_TRUE(shortForm.ends_with('\\') && shortForm.find(' ') == std::string::npos);
-    for (const std::string& path : {std::string("c:\\GRÖßE 1\\ein LANGER name"_ansi), stored + "\\",
+    for (const std::string& path : {std::string(FromUtf8("c:\\GRÖßE 1\\ein LANGER name")), stored + "\\",
                                     GetShortPathAlways(stored).value, shortForm}) {
         EXPECT_EQ(GetLongPath(path), stored) << path;
         EXPECT_EQ(GetLongPath(AddBackslash(path) + "offen.TXT"), stored + "\\Offen.txt") << path;
     }
-    EXPECT_EQ(GetLongPath("c:\\GRÖßE 1\\versteckt.txt"_ansi), kFolder + "\\Versteckt.txt");
+    EXPECT_EQ(GetLongPath(FromUtf8("c:\\GRÖßE 1\\versteckt.txt")), kFolder + "\\Versteckt.txt");
     EXPECT_EQ(GetLongPath("c:\\fehlt\\Leer"), "C:\\\\");
     EXPECT_EQ(GetLongPath("c:\\"), "C:");
     EXPECT_EQ(GetLongPath("c"), "");

@@ -4,7 +4,6 @@
 #include "common/modGeneral.h"
 #include "common/modGetErrString.h"
 #include "common/modRuntimeError.h"
-#include "platform/ansi.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -19,13 +18,13 @@ class Reports : public testing::Test {
     std::string Show(std::uint8_t place, std::int32_t number, ShortForm shortForm,
                      const std::string& answer) {
         machine_.Answer({answer});
-        ReportError(8, place, number, Fatal::No, shortForm);
-        EXPECT_EQ(CurrentError().number, 0);
+        ReportError(Procedure::CopyFileWithRetry, place, number, Fatal::No, shortForm);
+        EXPECT_EQ(CurrentError.number, 0);
         EXPECT_EQ(machine_.Shown().size(), 1U);
         return machine_.Shown().empty() ? "" : machine_.Shown()[0];
     }
     static void Pend(std::int32_t number, std::string_view description) {
-        CurrentError() = {number, std::string(description)};
+        CurrentError = {number, std::string(description)};
     }
     Machine machine_;
 };
@@ -56,7 +55,7 @@ TEST_F(Reports, OpenWithWhatIsKnown) {
     EXPECT_EQ(Show(1, 53, ShortForm::Yes, "no"), box(plain, "8:1:53"));
     Pend(52, "eine andere");
     EXPECT_EQ(Show(255, -53, ShortForm::Yes, "no"), box(plain, "8:255:-53"));
-    Pend(53, "eins\r\nzwei\nfür drei"_ansi);
+    Pend(53, FromUtf8("eins\r\nzwei\nfür drei"));
     EXPECT_EQ(Show(0, 53, ShortForm::Yes, "no"),
               box(described + "eins\\n\\tzwei\\l\\tfür drei", "8:0:53"));
     Pend(7, "Speicher");

@@ -41,8 +41,8 @@ const std::pair<const char*, const char*> kWays[] = {
     {"SetCurrentDirectoryA", "3 5 21 gone"},
     {"WriteFile", "112 5 21 less"},
     // Cannot fail, or fails in a test of its own.
-    {"ExitProcess GetCommandLineA GetTickCount GlobalUnlock HeapAlloc ProcessMessages "
-     "SHChangeNotify Sleep TerminateProcess",
+    {"ExitProcess GetCommandLineA GetTickCount GlobalUnlock HeapAlloc ProcessMessages Refresh "
+     "SHChangeNotify SHFILEOPSTRUCTA Sleep TerminateProcess",
      ""},
 };
 

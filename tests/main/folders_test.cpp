@@ -1,6 +1,5 @@
 // Folders whose names are unusual: given to the copy, or where the first run works.
-#include "main/modMain.h"
-#include "platform/ansi.h"
+#include "main/Script.h"
 #include "tests/support/flow.h"
 
 namespace support {
@@ -68,7 +67,7 @@ TEST(Folders, AnOlderRecordIsReplacedWhereverItLies) {
 TEST(Folders, TheTemporaryOneMustBeAWordThatTheInterpreterReadsAlike) {
     const std::string own = "C:\\Programme\\Tessorin";
     for (const char* good : {"C:\\", "C:\\windows\\Temp\\", "\\\\server\\share\\TEMP~1\\"}) {
-        EXPECT_FALSE(CheckScriptFolders(good, own)) << good;
+        EXPECT_FALSE(CheckScriptFolders(good, own).Failed()) << good;
     }
     for (const char* bad :
          {"", "Temp\\", "\\Temp\\", "C:Temp\\", "C:\\a b\\", "C:\\a&b\\", "C:\\100%\\", "C:\\a^b\\",

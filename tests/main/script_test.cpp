@@ -2,16 +2,15 @@
 #include <gtest/gtest.h>
 
 #include "common/modWinTextToDOSText.h"
-#include "main/modMain.h"
+#include "main/Script.h"
 #include "main/modResToFile.h"
-#include "platform/ansi.h"
 #include "tests/support/machine.h"
 
 namespace support {
 namespace {
 
 TEST(Script, IsFourLinesWithoutALastLineBreak) {
-    EXPECT_EQ(BuildScript("C:\\Temp von Jörg\\"_ansi, "C:\\TEMPVO~1\\", "C:\\Büro 1"_ansi),
+    EXPECT_EQ(BuildScript(FromUtf8("C:\\Temp von Jörg\\"), "C:\\TEMPVO~1\\", FromUtf8("C:\\Büro 1")),
               "del \"C:\\Temp von J\xF6rg\\UnInstall.pif\"\r\n"
               "start /wait C:\\TEMPVO~1\\UnInstall.exe /u=C:\\B\x81ro 1\r\n"
               "del \"C:\\Temp von J\xF6rg\\UnInstall.exe\"\r\n"
@@ -21,11 +20,11 @@ TEST(Script, IsFourLinesWithoutALastLineBreak) {
 }
 
 TEST(Script, ConvertsEveryCharacterThatTheDosCodePageHas) {
-    EXPECT_EQ(WinTextToDOSText("§µƒ a\u00A0z"_ansi), "\xF5\xE6\x9F a z");
-    EXPECT_EQ(WinTextToDOSText("ÀÁÂÃÄÅÆÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖ×ØÙÚÛÜÝÞß"_ansi),
+    EXPECT_EQ(WinTextToDOSText(FromUtf8("§µƒ a\u00A0z")), "\xF5\xE6\x9F a z");
+    EXPECT_EQ(WinTextToDOSText(FromUtf8("ÀÁÂÃÄÅÆÇÈÉÊËÌÍÎÏÐÑÒÓÔÕÖ×ØÙÚÛÜÝÞß")),
               "\xB7\xB5\xB6\xC7\x8E\x8F\x92\x80\xD4\x90\xD2\xD3\xDE\xD6\xD7\xD8\xD1\xA5\xE3\xE0\xE2"
               "\xE5\x99\x9E\x9D\xEB\xE9\xEA\x9A\xED\xE8\xE1");
-    EXPECT_EQ(WinTextToDOSText("àáâãäåæçèéêëìíîïðñòóôõö÷øùúûüýþÿ"_ansi),
+    EXPECT_EQ(WinTextToDOSText(FromUtf8("àáâãäåæçèéêëìíîïðñòóôõö÷øùúûüýþÿ")),
               "\x85\xA0\x83\xC6\x84\x86\x91\x87\x8A\x82\x88\x89\x8D\xA1\x8C\x8B\xD0\xA4\x95\xA2\x93"
               "\xE4\x94\xF6\x9B\x97\xA3\x96\x81\xEC\xE7\x98");
     std::string all;
@@ -41,26 +40,11 @@ TEST(Script, ConvertsEveryCharacterThatTheDosCodePageHas) {
     EXPECT_EQ(std::adjacent_find(converted.begin() + 161, converted.end()), converted.end());
 }
 
-TEST(CommandLine, GivesTheArgumentsAsTheyStand) {
-    const std::vector<std::pair<std::string_view, std::string_view>> lines{
-        {"C:\\UnInstall.exe", ""},
-        {"\"C:\\Mein Programm\\UnInstall.exe\"", ""},
-        {"\"C:\\Mein Programm\\UnInstall.exe\"  /u=C:\\a b ", "/u=C:\\a b "},
-        {"UnInstall.exe \t \"x\" y", "\"x\" y"},
-        {"UnInstall.exe   ", ""},
-        {"\"unfinished /u=C:\\", ""},
-        {"", ""},
-    };
-    for (const auto& [line, arguments] : lines) {
-        EXPECT_EQ(CommandArguments(line), arguments) << line;
-    }
-}
-
 class Record : public testing::Test {
  protected:
     Record() { machine_.Enter(); }
     std::string Write() {
-        EXPECT_FALSE(ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", Existing::Replace));
+        EXPECT_FALSE(ResToFile("C:\\windows\\Temp\\x.pif", 101, "Custom", Existing::Replace).Failed());
         return machine_.Content(kTempFolder + "\\x.pif");
     }
     Machine machine_;

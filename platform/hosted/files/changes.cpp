@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <set>
 
 #include "platform/hosted/files/files.h"
 
@@ -65,35 +67,58 @@ DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
     return CodeOfErrno(error.value());
 }
 
-// Removes an item with all that is in it. What cannot be removed stays, with the folders
-// around it; everything else goes. Links are removed, never followed. length: of its path
-// on the machine, which no function of the system takes beyond its limit; so the depth is
-// bounded as well. Result: the code of the first failure.
-DWORD DeleteTree(const fs::path& host, std::size_t length) {
-    std::error_code error;
-    const fs::file_status status = fs::symlink_status(host, error);
-    if (length > kLongestPath) {
-        return ERROR_FILENAME_EXCED_RANGE;
-    }
-    DWORD failure = ERROR_SUCCESS;
-    if (fs::is_directory(status)) {
-        for (const Entry& entry : List(host)) {
-            const DWORD code = DeleteTree(host / entry.stored, length + 1 + entry.name.size());
-            failure = failure == ERROR_SUCCESS ? code : failure;
+// Removes an item with all that is in it, as the shell did before Windows Vista: a link to a
+// folder is emptied like a folder, so what it leads to loses everything, and then goes itself.
+// What cannot be removed stays, with the folders around it; everything else goes.
+class TreeDeletion {
+ public:
+    // length: of the item's path on the machine, which no function of the system takes beyond
+    // its limit. Result: the code of the first failure.
+    DWORD Delete(const fs::path& host, std::size_t length) {
+        if (length > kLongestPath) {
+            return ERROR_FILENAME_EXCED_RANGE;
         }
+        std::error_code error;  // a link to nothing leads to no folder
+        const fs::path target = fs::canonical(host, error);
+        const bool isOnMachine = !MachinePath(Machine::Current().Folder(), target).empty();
+        DWORD failure = ERROR_SUCCESS;
+        // Links may lead in a circle, or to files that are nobody's to play with.
+        if (fs::is_directory(target, error) && isOnMachine && entered_.insert(target).second) {
+            for (const Entry& entry : List(target)) {
+                const DWORD code = Delete(target / entry.stored, length + 1 + entry.name.size());
+                failure = failure == ERROR_SUCCESS ? code : failure;
+            }
+        }
+        if (failure == ERROR_SUCCESS) {
+            failure = DeleteItem(host);
+        }
+        return failure == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : failure;  // gone since the look
     }
-    if (failure == ERROR_SUCCESS) {
-        failure = DeleteItem(host);
-    }
-    return failure == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : failure;  // gone since the look
-}
+
+ private:
+    std::set<fs::path> entered_;
+};
 
 DWORD DeleteByShell(std::string_view path) {
     const Place place = Locate(path);
     if (!place.Exists() || place.IsRoot()) {
         return place.Exists() ? kRootFolder : place.code;
     }
-    return DeleteTree(place.host, place.path.size());
+    return TreeDeletion().Delete(place.host, place.path.size());
+}
+
+// The request as it arrives, for tests that compare it: a line of calls.txt of its own.
+void RecordRequest(const SHFILEOPSTRUCTA& request) {
+    std::size_t paths = 0;  // until the empty one that ends the list
+    for (LPCSTR path = request.pFrom; *path != '\0'; path += std::strlen(path) + 1) {
+        ++paths;
+    }
+    const Call record("SHFILEOPSTRUCTA",
+                      "hwnd=" + std::string(request.hwnd == nullptr ? "null" : "window") +
+                          " wFunc=" + std::to_string(request.wFunc) +
+                          " pFrom=" + std::to_string(paths) +
+                          " pTo=" + (request.pTo == nullptr ? "null" : "paths") +
+                          " fFlags=" + std::to_string(request.fFlags));
 }
 
 }  // namespace
@@ -123,6 +148,7 @@ BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
 // Only FO_DELETE of one item, without questions: read-only ones go as well. Result: 0, or the
 // code of the first item that stays.
 int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
+    hosted::RecordRequest(*operation);
     hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
     DWORD code = call.Code();
     call.Run([&] { return code = hosted::DeleteByShell(operation->pFrom); });

@@ -53,10 +53,16 @@ fs::path Find(const fs::path& folder, std::string_view name);
 // The attributes that the disk does not carry are kept in attributes.txt.
 constexpr DWORD kKeptAttributes =
     FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+struct Kept {
+    DWORD attributes = 0;
+    DWORD tag = 0;  // of a reparse point, 0 where the disk tells what it is
+};
 DWORD KeptAttributes(const fs::path& host);
 void KeepAttributes(const fs::path& host, DWORD attributes);
 // All attributes of an item that exists, as GetFileAttributesA gives them.
 DWORD AttributesOf(const Place& place);
+// The tag of a reparse point, 0 for what is none.
+DWORD TagOf(const Place& place);
 
 // ---- handles.cpp ---------------------------------------------------------------------
 // What a handle stands for: a file, a search, a process.
@@ -91,7 +97,7 @@ struct FilesState {
     std::intptr_t lastHandle = 0;
     std::string currentFolder;  // empty: where the process was started
     Descriptor occupied;
-    std::optional<std::map<std::string, DWORD>> attributes;  // by the path's capitals
+    std::optional<std::map<std::string, Kept>> attributes;  // by the path's capitals
 };
 inline FilesState& Files() {
     return StateIn(Machine::Current().files);

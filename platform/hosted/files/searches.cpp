@@ -19,9 +19,7 @@ void Describe(const fs::path& host, const Entry& entry, std::vector<WIN32_FIND_D
     }
     WIN32_FIND_DATAA data{};
     data.dwFileAttributes = AttributesOf(place);
-    data.dwReserved0 = !place.IsLink()    ? 0
-                       : place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT
-                                          : IO_REPARSE_TAG_SYMLINK;
+    data.dwReserved0 = TagOf(place);
     entry.name.copy(data.cFileName, sizeof data.cFileName - 1);
     entry.alternate.copy(data.cAlternateFileName, sizeof data.cAlternateFileName - 1);
     found.push_back(data);
@@ -36,14 +34,23 @@ Entry EntryOf(const fs::path& host) {
     return entry == entries.end() ? Entry{} : std::move(*entry);
 }
 
+bool IsFile(std::string_view path) {
+    const Place place = LocateTarget(path);
+    return place.Exists() && !place.IsFolder();
+}
+
 // What the pattern names: one item, or with "*" at the end a folder's content, in the order
-// of the names' capitals. Result: a Win32 code.
+// of the names' capitals. Result: a Win32 code, 267 where the folder to look in is a file.
 DWORD Search(std::string_view pattern, std::vector<WIN32_FIND_DATAA>& found) {
     const bool all = pattern.ends_with("\\*");
-    const Place place = all ? LocateTarget(pattern.substr(0, pattern.size() - 1)) : Locate(pattern);
+    const Place place = all ? LocateTarget(pattern.substr(0, pattern.size() - 2)) : Locate(pattern);
     if (!place.Exists()) {
+        const bool inFile = !all && IsFile(place.path.substr(0, place.path.rfind('\\')));
         const bool noFolder = all && place.code == ERROR_FILE_NOT_FOUND;
-        return noFolder ? ERROR_PATH_NOT_FOUND : place.code;
+        return inFile ? ERROR_DIRECTORY : noFolder ? ERROR_PATH_NOT_FOUND : place.code;
+    }
+    if (all && !place.IsFolder()) {
+        return ERROR_DIRECTORY;
     }
     if (all && !place.IsRoot()) {
         Describe(place.host, {".", ".", "", ""}, found);

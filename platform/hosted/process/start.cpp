@@ -32,7 +32,7 @@ namespace {
 
 DWORD StartScript(const char* path, const char* folder) {
     const Place script = LocateTarget(path);
-    const Place place = LocateTarget(folder);
+    const Place place = LocateTarget(folder == nullptr ? "." : folder);  // null: the starter's own
     if (!script.Exists() || !place.Exists() || !place.IsFolder()) {
         return script.Exists() ? ERROR_DIRECTORY : script.code;
     }

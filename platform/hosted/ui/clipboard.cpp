@@ -18,6 +18,19 @@ fs::path ClipboardFile() {
 
 using hosted::Call;
 
+// Only windows that are never seen: one to own the clipboard for a moment.
+HWND WINAPI CreateWindowExA(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, void*,
+                            HINSTANCE, LPVOID) {
+    static char window;
+    const Call call("CreateWindowExA");
+    return call.Refused() ? nullptr : reinterpret_cast<HWND>(&window);
+}
+
+BOOL WINAPI DestroyWindow(HWND /*window*/) {
+    const Call call("DestroyWindow");
+    return TRUE;
+}
+
 BOOL WINAPI OpenClipboard(HWND opener) {
     const Call call("OpenClipboard");
     if (call.Refused()) {

@@ -2,7 +2,6 @@
 // this layer gives.
 #include <map>
 
-#include "platform/ansi.h"
 #include "platform/hosted/machine.h"
 
 namespace hosted {
@@ -15,24 +14,26 @@ const std::map<DWORD, std::string_view>& ErrorTexts() {
         {2, "Das System kann die angegebene Datei nicht finden."},
         {3, "Das System kann den angegebenen Pfad nicht finden."},
         {5, "Zugriff verweigert"},
-        {8, "Für diesen Befehl ist nicht genügend Speicher verfügbar."_ansi},
-        {21, "Das Gerät ist nicht bereit."_ansi},
+        {8, "Für diesen Befehl ist nicht genügend Speicher verfügbar."},
+        {21, "Das Gerät ist nicht bereit."},
         {32,
          "Der Prozess kann nicht auf die Datei zugreifen, da sie von einem anderen Prozess "
          "verwendet wird."},
         {80, "Die Datei ist vorhanden."},
         {87, "Falscher Parameter."},
-        {112, "Es steht nicht genug Speicherplatz auf dem Datenträger zur Verfügung."_ansi},
+        {112, "Es steht nicht genug Speicherplatz auf dem Datenträger zur Verfügung."},
         {123,
-         "Die Syntax für den Dateinamen, Verzeichnisnamen oder die Datenträgerbezeichnung ist falsch."_ansi},
+         "Die Syntax für den Dateinamen, Verzeichnisnamen oder die Datenträgerbezeichnung ist "
+         "falsch."},
         {183, "Eine Datei kann nicht erstellt werden, wenn sie bereits vorhanden ist."},
-        {193, "%1 ist keine zulässige Win32-Anwendung."_ansi},
+        {193, "%1 ist keine zulässige Win32-Anwendung."},
         {206, "Der Dateiname oder die Erweiterung ist zu lang."},
-        {234, "Es sind mehr Daten verfügbar."_ansi},
-        {267, "Der Verzeichnisname ist ungültig."_ansi},
+        {234, "Es sind mehr Daten verfügbar."},
+        {267, "Der Verzeichnisname ist ungültig."},
         {1018,
-         "Es wurde versucht, einen unzulässigen Vorgang für einen Registrierungsschlüssel auszuführen, der zum Löschen markiert ist."_ansi},
-        {1450, "Nicht genügend Systemressourcen, um den angeforderten Dienst auszuführen."_ansi},
+         "Es wurde versucht, einen unzulässigen Vorgang für einen Registrierungsschlüssel "
+         "auszuführen, der zum Löschen markiert ist."},
+        {1450, "Nicht genügend Systemressourcen, um den angeforderten Dienst auszuführen."},
         {1812, "Die angegebene Imagedatei enthielt keinen Ressourcenbereich."},
         {1813, "Der angegebene Ressourcentyp wurde nicht in der Imagedatei gefunden."},
         {1814, "Der angegebene Ressourcenname wurde nicht in der Imagedatei gefunden."},
@@ -50,7 +51,7 @@ DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID, DWORD messageId, DWORD, LPSTR 
     hosted::Call call("FormatMessageA");
     const auto found = hosted::ErrorTexts().find(messageId);
     const std::string text =
-        found == hosted::ErrorTexts().end() ? "" : std::string(found->second) + "\r\n";
+        found == hosted::ErrorTexts().end() ? "" : hosted::FromUtf8(found->second) + "\r\n";
     const bool lacksInserts =
         (flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find('%') != text.npos;
     const DWORD code = call.Refused()        ? call.Code()

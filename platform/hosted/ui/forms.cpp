@@ -173,8 +173,10 @@ bool Form::Show() {
     return true;
 }
 
-// What was drawn in a terminal stays as it is.
-void Form::Refresh() {}
+// What was shown stays as it is; that it was asked for is recorded.
+void Form::Refresh() {
+    const hosted::Call call("Refresh", std::string(layout_.name));
+}
 
 void Form::Unload() {
     const LayerScope layer;

@@ -128,7 +128,7 @@ State Machine::Host::Look() const {
     if (Entered() == folder) {
         hosted::SaveRegistry();
     }
-    return machine::Look(folder);
+    return sandbox::Look(folder);
 }
 
 void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
@@ -142,7 +142,7 @@ void Machine::Host::Change(const std::function<void(Keys&)>& change) const {
 
 Machine::Machine() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    machine::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
+    sandbox::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
 }
 
 Machine::~Machine() {
@@ -161,7 +161,7 @@ Machine::~Machine() {
 }
 
 fs::path Machine::Place(const std::string& path) const {
-    return machine::HostPath(host_->folder, path);
+    return sandbox::HostPath(host_->folder, path);
 }
 
 Machine& Machine::Remove(const std::string& path) {
@@ -170,9 +170,9 @@ Machine& Machine::Remove(const std::string& path) {
 }
 
 Machine& Machine::Attributes(const std::string& path, const std::string& attributes) {
-    machine::Attributes all = machine::ReadAttributes(host_->folder);
+    sandbox::Attributes all = sandbox::ReadAttributes(host_->folder);
     all[path] = attributes;
-    machine::WriteAttributes(host_->folder, all);
+    sandbox::WriteAttributes(host_->folder, all);
     return *this;
 }
 

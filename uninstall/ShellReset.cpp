@@ -1,13 +1,15 @@
+// Other programs take such settings over. So each is read right before it would go, and only a
+// value that still names this product lets it go.
+#include "uninstall/ShellReset.h"
+
 #include <algorithm>
 #include <vector>
 
 #include "common/Product.h"
-#include "common/modGeneral.h"
 #include "common/modPath.h"
 #include "common/modText.h"
 #include "registry/modRegistry.h"
 #include "uninstall/Globals.h"
-#include "uninstall/frmUnInstProc.h"
 
 using modRegistry::ShowErrors;
 using modRegistry::Silent;
@@ -24,14 +26,14 @@ struct EditorTexts {
     std::string quotedProgram;    // "C:\...\Tessorin.exe", in quotes
     std::string EditorCommand;    // the same with its argument
     std::string unquotedCommand;  // without the quotes
-    std::string WindowsFolder;    // ends in a backslash; empty if the system does not tell
+    std::string WindowsFolder;    // ends in a backslash
 };
 
 EditorTexts FormTexts() {
-    const std::string program = Globals().ProgramFolder + Product::Program;
-    return {
-        Quoted(program), Quoted(program) + " %1", program + " %1",
-        QueriedFolder([](char* buffer, DWORD size) { return GetWindowsDirectoryA(buffer, size); })};
+    const std::string program = ProgramFolder + Product::Program;
+    FolderBuffer buffer{};
+    const UINT length = GetWindowsDirectoryA(buffer.data(), static_cast<UINT>(buffer.size()));
+    return {Quoted(program), Quoted(program) + " %1", program + " %1", FolderIn(buffer, length)};
 }
 
 // A key's default value; "" when it cannot be read, which equals nothing of ours.
@@ -41,53 +43,40 @@ std::string DefaultValue(HKEY root, const std::string& key, modRegistry::Options
     return text;
 }
 
-bool NamesOurVerb(std::string_view text) {
-    return EqualIgnoringCase(text, Product::Name);
-}
-bool IsOurIcon(std::string_view text) {
-    return text == "shell32.dll,0";
+bool NamesOurVerb(const std::string& key) {
+    return EqualIgnoringCase(DefaultValue(HKEY_CLASSES_ROOT, key, ShowErrors), Product::Name);
 }
 
 class ShellReset {
  public:
-    explicit ShellReset(frmUnInstProc& form) : form_(form), texts_(FormTexts()) {}
+    explicit ShellReset(Removal& removal) : removal_(removal), texts_(FormTexts()) {}
 
-    // True if something has been changed.
-    bool Run() {
+    void Run() {
         ResetContextMenus();
         ResetBrowserEditors();
         ResetVerbs();
-        return changed_;
     }
 
  private:
     void RemoveKey(HKEY root, const std::string& key) {
-        changed_ = form_.RemoveRegKey(root, key, Subkeys::Remove) || changed_;
+        removal_.RemoveRegKey(root, key, Subkeys::Remove);
     }
     void SetDefaultValue(const std::string& key, std::string_view text) {
-        changed_ = form_.SetRegValue(HKEY_CLASSES_ROOT, key, {}, REG_SZ, text) || changed_;
-    }
-
-    // Both branches of the classes root: the user's value may have covered one like it of the
-    // machine's.
-    void RemoveClassValueIf(const std::string& key, bool (*isOurs)(std::string_view)) {
-        if (isOurs(DefaultValue(HKEY_CLASSES_ROOT, key, ShowErrors)) &&
-            form_.RemoveRegValue(HKEY_CLASSES_ROOT, key, {})) {
-            changed_ = true;
-            if (isOurs(DefaultValue(HKEY_CLASSES_ROOT, key, Silent))) {
-                form_.RemoveRegValue(HKEY_CLASSES_ROOT, key, {});
-            }
-        }
+        removal_.SetRegValue(HKEY_CLASSES_ROOT, key, {}, REG_SZ, text);
     }
 
     void ResetContextMenus() {
         RemoveKey(HKEY_CLASSES_ROOT, Joined({"*\\Shell\\", Product::Name}));
-        RemoveClassValueIf("*\\Shell", NamesOurVerb);
+        if (NamesOurVerb("*\\Shell")) {
+            removal_.RemoveRegValue(HKEY_CLASSES_ROOT, "*\\Shell", {});
+        }
         RemoveKey(HKEY_CLASSES_ROOT, Joined({"Unknown\\Shell\\", Product::Name}));
-        if (NamesOurVerb(DefaultValue(HKEY_CLASSES_ROOT, "Unknown\\Shell", ShowErrors))) {
+        if (NamesOurVerb("Unknown\\Shell")) {
             SetDefaultValue("Unknown\\Shell", "openas");  // the system's own default
         }
-        RemoveClassValueIf("*\\DefaultIcon", IsOurIcon);
+        if (DefaultValue(HKEY_CLASSES_ROOT, "*\\DefaultIcon", ShowErrors) == "shell32.dll,0") {
+            removal_.RemoveRegValue(HKEY_CLASSES_ROOT, "*\\DefaultIcon", {});
+        }
         RemoveKey(HKEY_CLASSES_ROOT, Joined({".htm\\OpenWithList\\", Product::Name}));
         RemoveKey(HKEY_CLASSES_ROOT, Joined({".htm\\OpenWithList\\", Product::Program}));
     }
@@ -100,8 +89,7 @@ class ShellReset {
 
     void ResetBrowserEditors() {
         if (IsEditCommandOurs(kBrowserEditor)) {
-            changed_ =
-                form_.RemoveRegValue(HKEY_CURRENT_USER, kBrowserEditor, "Description") || changed_;
+            removal_.RemoveRegValue(HKEY_CURRENT_USER, kBrowserEditor, "Description");
             RemoveKey(HKEY_CURRENT_USER, Joined({kBrowserEditor, "\\shell"}));
         }
         if (IsEditCommandOurs(kSharedEditor)) {
@@ -144,7 +132,7 @@ class ShellReset {
                 return;
             }
             if (StartsEditor(command)) {
-                PointAtNotepad(key);
+                SetDefaultValue(key, texts_.WindowsFolder + "Notepad.exe %1");
             }
         }
     }
@@ -154,25 +142,14 @@ class ShellReset {
                EqualIgnoringCase(command, texts_.EditorCommand);
     }
 
-    void PointAtNotepad(const std::string& key) {
-        if (texts_.WindowsFolder.empty()) {
-            // A command without a folder would start whatever lies in the current one.
-            form_.LogValueNotWritten(HKEY_CLASSES_ROOT, key, {});
-            return;
-        }
-        SetDefaultValue(key, texts_.WindowsFolder + "Notepad.exe %1");
-    }
-
-    frmUnInstProc& form_;
+    Removal& removal_;
     const EditorTexts texts_;
-    bool changed_ = false;
 };
 
 }  // namespace
 
-void frmUnInstProc::ResetShellIntegration() {
-    if (ShellReset(*this).Run()) {
-        // Otherwise the old icons and verbs stay on the screen until the next log-on.
-        SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
-    }
+void ResetShellIntegration(Removal& removal) {
+    ShellReset(removal).Run();
+    // Otherwise the old icons and verbs stay on the screen until the next log-on.
+    SHChangeNotify(SHCNE_ASSOCCHANGED, SHCNF_IDLIST, nullptr, nullptr);
 }
