@@ -10,16 +10,16 @@
 #include <vector>
 
 #include "platform/handles.h"
-#include "tools/machine/real.h"
-#include "tools/machine/stage.h"
+#include "tools/sandbox/real.h"
+#include "tools/sandbox/stage.h"
 
 namespace bench {
 namespace {
 
-using machine::kCopy;
-using machine::kGroupFolder;
-using machine::kProgramFolder;
-using machine::kTempFolder;
+using sandbox::kCopy;
+using sandbox::kGroupFolder;
+using sandbox::kProgramFolder;
+using sandbox::kTempFolder;
 
 constexpr DWORD kTimeLimit = 120000;  // milliseconds
 constexpr DWORD kWaiting = 6000;
@@ -167,7 +167,7 @@ Ratios Compare(const Stage& stage, int rounds) {
     std::vector<double> silent;
     for (int round = 0; round <= rounds; ++round) {
         const double other = RunOn(stage, kOther, "");
-        const double ours = RunOn(stage, kCopy, machine::CopyArguments());
+        const double ours = RunOn(stage, kCopy, sandbox::CopyArguments());
         const double quiet = RunOn(stage, kSilent, "");
         std::cout << (round == 0 ? "warm-up" : "round  ") << std::setw(3) << round << "  exe "
                   << ours << " s  script-made " << other << " s  silent " << quiet << " s"
@@ -207,8 +207,8 @@ HWND ListOfProblems() {
 // The share of one core that the program takes while its list of problems is open.
 double ShareWhileWaiting(const Stage& stage) {
     stage.Set();
-    real::SetAttributes(real::Path(machine::kEditor), "R");
-    const handles::Process process = Start(kCopy, machine::CopyArguments());
+    real::SetAttributes(real::Path(sandbox::kEditor), "R");
+    const handles::Process process = Start(kCopy, sandbox::CopyArguments());
     const double start = Now();
     Answerer answerer;
     HWND window = nullptr;

@@ -6,7 +6,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/sandbox.h"
 
 namespace bench {
 namespace {
@@ -46,7 +46,7 @@ StagedMachine::StagedMachine() : folder_(FreshFolder()), registry_("REGEDIT4\n")
 }
 
 StagedMachine::~StagedMachine() {
-    hosted::Machine::Leave();
+    hosted::Sandbox::Leave();
     std::error_code ignored;  // what cannot be removed stays in the temporary folder
     fs::remove_all(folder_, ignored);
 }
@@ -84,7 +84,7 @@ std::string StagedMachine::AddProgram(const std::string& program) {
 
 void StagedMachine::Enter() {
     Write(folder_ / "registry.reg", registry_);
-    hosted::Machine::Use(folder_);
+    hosted::Sandbox::Use(folder_);
 }
 
 fs::path StagedMachine::ProgramFolder() const {

@@ -15,6 +15,7 @@
 
 #include "common/Product.h"
 #include "common/modGeneral.h"
+#include "common/modGetShortPathAlways.h"
 #include "common/modPath.h"
 #include "common/modText.h"
 #include "main/Places.h"
@@ -44,7 +45,7 @@ bool UserRetries() {
 // Waits until the editor is not in use. False if the user gives up.
 bool EditorIsFree() {
     do {
-        const std::string editor = AddBackslash(OwnFile().folder) + Product::Program;
+        const std::string editor = AddBackslash(Defer(OwnFile()).folder) + Product::Program;
         Result<std::string> found = LookUp(editor, kFileMask);
         const bool missing = !found.Failed() && found.value.empty();
         Defer(std::move(found.error));
@@ -55,6 +56,18 @@ bool EditorIsFree() {
     return false;
 }
 
+// Refuses what the script could not name. A short form that cannot be had is no refusal: then the
+// script stays empty, and the failure is reported after it.
+RuntimeError CheckFolders(const std::string& TempFolder, const Result<std::string>& shortTempFolder,
+                          const std::string& ownFolder) {
+    if (TempFolder.empty() || ownFolder.empty()) {
+        // The files would be looked for in the current folder, whatever that is.
+        return SystemError(ERROR_PATH_NOT_FOUND, Product::Copy);
+    }
+    return shortTempFolder.Failed() ? RuntimeError{}
+                                    : CheckScriptFolders(shortTempFolder.value, ownFolder);
+}
+
 }  // namespace
 
 void FirstRun() {
@@ -62,22 +75,24 @@ void FirstRun() {
     if (!UserConfirms() || !EditorIsFree()) {
         return;
     }
-    const OwnLocation own = OwnFile();
-    if (TempFolder.empty() || own.folder.empty()) {
-        // The files below would be looked for in the current folder, whatever that is.
-        Defer(SystemError(ERROR_PATH_NOT_FOUND, Product::Copy));
-        CheckPoint(Procedure::Main, 2);
+    const OwnLocation own = Defer(OwnFile());
+    Result<std::string> shortTempFolder = GetShortPathAlways(TempFolder);
+    RuntimeError refusal = CheckFolders(TempFolder, shortTempFolder, own.folder);
+    if (refusal.Failed()) {
+        Defer(std::move(refusal));
+        CheckPoint(Procedure::Main, 2);  // before anything is made that could not be used
     }
     if (!CopyFileWithRetry(Joined({AddBackslash(own.folder), own.name, ".exe"}),
                            TempFolder + Product::Copy, Target::Overwrite)) {
         return;
     }
-    // A script that cannot be made leaves an empty file, never an older script.
-    const Script script = Defer(MakeScript(TempFolder, own.folder));
-    Defer(WriteScript(TempFolder + Product::Script, script.text));
+    const std::string shortFolder = Defer(std::move(shortTempFolder));
+    Defer(WriteScript(
+        TempFolder + Product::Script,
+        shortFolder.empty() ? std::string() : BuildScript(TempFolder, shortFolder, own.folder)));
     CheckPoint(Procedure::Main, 2);
     Defer(ResToFile(TempFolder + Product::ScriptRecord, kRecordId, "Custom", Existing::Replace));
     CheckPoint(Procedure::Main, 3);
-    Defer(StartScript(script.path));
+    Defer(StartScript(shortFolder + Product::Script));
     CheckPoint(Procedure::Main, 4);
 }

@@ -5,22 +5,23 @@
 #include <array>
 #include <string_view>
 
+#include "common/Product.h"
 #include "common/modPath.h"
 #include "platform/win32.h"
 
-OwnLocation OwnFile() {
+Result<OwnLocation> OwnFile() {
     std::array<char, MAX_PATH + 1> buffer{};
     const DWORD length =
         GetModuleFileNameA(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
     const std::string_view path(buffer.data(), length < buffer.size() ? length : 0);
     const std::size_t cut = path.rfind('\\');
     if (cut == std::string_view::npos) {
-        return {};
+        return SystemError(GetLastError(), Product::Uninstaller);
     }
     const std::string_view file = path.substr(cut + 1);
     const bool atRoot = cut == 2;  // "C:\": the root keeps its backslash
-    return {std::string(path.substr(0, atRoot ? cut + 1 : cut)),
-            std::string(file.substr(0, file.rfind('.')))};
+    return OwnLocation{std::string(path.substr(0, atRoot ? cut + 1 : cut)),
+                       std::string(file.substr(0, file.rfind('.')))};
 }
 
 std::string SystemFolderPath() {

@@ -4,14 +4,16 @@
 
 #include <string>
 
+#include "common/modRuntimeError.h"
+
 // The running program file: its folder as the system reports it (without a backslash at its end,
-// except at a drive's root), and its name without the extension (GetModuleFileNameA). Both are
-// empty if the system does not tell.
+// except at a drive's root), and its name without the extension (GetModuleFileNameA). An error if
+// the system does not tell.
 struct OwnLocation {
     std::string folder;
     std::string name;
 };
-OwnLocation OwnFile();
+Result<OwnLocation> OwnFile();
 
 // The system folder and the temporary folder, each with a backslash at its end
 // (GetSystemDirectoryA, GetTempPathA). Empty if the system does not tell or the path has more than

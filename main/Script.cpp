@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "common/Product.h"
-#include "common/modGetShortPathAlways.h"
 #include "common/modText.h"
 #include "common/modWinTextToDOSText.h"
 #include "main/Places.h"
@@ -47,19 +46,6 @@ RuntimeError SetInterpreter(const std::string& systemFolder) {
 }
 
 }  // namespace
-
-Result<Script> MakeScript(const std::string& TempFolder, const std::string& ownFolder) {
-    Result<std::string> shortTempFolder = GetShortPathAlways(TempFolder);
-    if (shortTempFolder.Failed()) {
-        return std::move(shortTempFolder.error);
-    }
-    RuntimeError refusal = CheckScriptFolders(shortTempFolder.value, ownFolder);
-    if (refusal.Failed()) {
-        return refusal;
-    }
-    return Script{shortTempFolder.value + Product::Script,
-                  BuildScript(TempFolder, shortTempFolder.value, ownFolder)};
-}
 
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder) {

@@ -6,18 +6,9 @@
 
 #include "common/modRuntimeError.h"
 
-struct Script {
-    std::string path;  // where it will lie, in the short form
-    std::string text;
-};
-
-// The script that hands ownFolder, as the system reports it, to the copy in TempFolder (which ends
-// in a backslash). Error 5 if TempFolder has no short form, or if the line that starts the copy
-// cannot carry the two folders.
-Result<Script> MakeScript(const std::string& TempFolder, const std::string& ownFolder);
-
-// The four lines: texts in Windows-1252 in, bytes out. The folder after "/u=" goes to the command
-// interpreter's code page, everything else stays as it is. No line break at the end.
+// The four lines: texts in Windows-1252 in, bytes out. The first two folders end in a backslash;
+// ownFolder is as the system reports it, and goes to the command interpreter's code page. No line
+// break at the end.
 std::string BuildScript(std::string_view TempFolder, std::string_view shortTempFolder,
                         std::string_view ownFolder);
 

@@ -50,7 +50,7 @@ RuntimeError ShowProgressWindow(frmUnInstProc& window) {
 
 void StartCopy(std::string_view arguments, RelaunchedCopy& copy) {
     NextCheckPoint = {Procedure::Main, 4};
-    copy.script = OpenedForReading(AddBackslash(OwnFile().folder) + Product::Script);
+    copy.script = OpenedForReading(AddBackslash(OwnFile().value.folder) + Product::Script);
     const bool known = arguments.starts_with(Product::UninstallOption);
     const std::string_view folder =
         known ? arguments.substr(Product::UninstallOption.size()) : std::string_view();

@@ -35,7 +35,7 @@ struct Layout {
     std::string_view name;
     std::string_view title;
     int width, height;                  // client area in twips
-    bool closeBox;                      // false: no close box and no system menu
+    bool closeBox;                      // false: greyed, and nothing else closes the window
     unsigned timerInterval;             // milliseconds from loading to Form_Timer; 0: no timer
     std::span<const Control> controls;  // in tab order
 };
@@ -89,9 +89,8 @@ void ProcessMessages();
 // Handles messages until no form is loaded; returns at once when none is.
 void RunMessageLoop();
 
-// The window that a message box should belong to: the form shown last that is still
-// loaded. Without one a window that is never seen, brought to the foreground, so that the
-// box does not open behind the windows of other programs; null where there is none.
+// The window that a message box belongs to: the form shown last that is still loaded. Null
+// without one.
 [[nodiscard]] HWND OwnerWindow();
 
 }  // namespace forms

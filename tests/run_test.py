@@ -1,4 +1,4 @@
-"""./run itself: what it reports of foreign changes, and machines that it refuses.
+"""./run itself: what it reports of foreign changes, its answers, and sandboxes that it refuses.
 
     run_test.py BUILD_FOLDER
 """
@@ -38,12 +38,12 @@ class Run(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
-        self.machine = os.path.join(folder.name, "machine")
-        subprocess.run([f"{BUILD}/machine", "stage", self.machine, f"{ROOT}/tests/stage",
+        self.sandbox = os.path.join(folder.name, "sandbox")
+        subprocess.run([f"{BUILD}/sandbox", "stage", self.sandbox, f"{ROOT}/tests/stage",
                         f"{BUILD}/UnInstall"], check=True)
 
     def path(self, name):
-        return os.path.join(self.machine, name)
+        return os.path.join(self.sandbox, name)
 
     def change(self, name, old, new):
         """Gives the number of the line."""
@@ -53,11 +53,10 @@ class Run(unittest.TestCase):
             file.write(text.replace(old, new, 1))
         return text.count("\n", 0, text.index(old)) + 1
 
-    def start(self):
-        return subprocess.Popen([f"{ROOT}/run", "--machine", self.machine], text=True,
+    def start(self, *options, stdin=subprocess.DEVNULL):
+        return subprocess.Popen([f"{ROOT}/run", "--sandbox", self.sandbox, *options], text=True,
                                 env={**os.environ, "UNINSTALL_BUILD": BUILD},
-                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE)
+                                stdin=stdin, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
     def test_names_every_kind_of_foreign_change(self):
         self.change("machine.ini", "[user]", "[faults]\nfirst MessageBoxA 1 *=stop\n\n[user]")
@@ -89,7 +88,20 @@ class Run(unittest.TestCase):
         self.assertEqual((run.returncode, errors), (0, ""))
         self.assertTrue(output.endswith("\nNothing foreign was removed, changed or added.\n"))
 
-    def test_refuses_a_damaged_machine_in_one_sentence(self):
+    def test_takes_answers_as_an_option_or_as_input(self):
+        # Yes, but the folder stays; the shell's settings are reset. The last one fits no button.
+        expected = ["-> yes", "-> no", "-> yes"]
+        for options, given in ((["--answers", "yes,Nein,,n"], None), ([], "j\nNO\n\nnein\n")):
+            with self.subTest(options=options):
+                subprocess.run(["rm", "-r", self.sandbox], check=True)
+                run = self.start(*options, stdin=subprocess.PIPE)
+                output, errors = run.communicate(given)
+                self.assertEqual((run.returncode, errors), (0, ""))
+                answers = [line[line.rindex("->"):] for line in output.split("\n\n")[0].split("\n")
+                           if "? -> " in line]
+                self.assertEqual(answers, expected, output)
+
+    def test_refuses_a_damaged_sandbox_in_one_sentence(self):
         for name, old in ("registry.reg", '@="Tessorin.Text"'), ("machine.ini", "sid="):
             with self.subTest(name):
                 line = self.change(name, old, old[:-1])
@@ -98,6 +110,11 @@ class Run(unittest.TestCase):
                 self.assertEqual((run.returncode, output, errors.count("\n")), (2, "", 1), errors)
                 self.assertIn(f"{name}, line {line}: ", errors)
                 self.change(name, old[:-1], old)
+        os.mkdir(self.path("transcript.txt"))
+        run = self.start()
+        output, errors = run.communicate()
+        self.assertEqual((run.returncode, output, errors.count("\n")), (2, "", 1), errors)
+        self.assertFalse(os.path.exists(self.path("answers.txt")))
 
 
 unittest.main()

@@ -39,8 +39,8 @@ struct CountsKey {
     handles::Key reading, writing;
 };
 
-// Lowers one count, deleting it when nobody is left to count; a text that is no number
-// counts nobody. True also when there is no count.
+// Lowers one count, or deletes it where it would fall to zero; a text that is no number counts as
+// zero. True also when there is no count.
 bool LowerSharedCount(const CountsKey& key, const std::string& valueName) {
     std::string text;
     const LONG code = modRegistry::QueryValue(HKEY_LOCAL_MACHINE, key.name, key.reading.Get(),

@@ -1,10 +1,10 @@
-// What every platform function has in common: the last error code, the faults and the
-// record of calls that machine.ini asks for.
+// The last error code, the faults and the record of calls that machine.ini asks for.
+#include "platform/hosted/call.h"
+
 #include <csignal>
 #include <fstream>
 #include <utility>
 
-#include "platform/hosted/machine.h"
 #include "platform/hosted/registry/registry.h"
 
 namespace hosted {
@@ -30,10 +30,11 @@ void Kill() {
 }
 
 void WaitUntilLetGo(const std::string& line) {
-    const fs::path& folder = Machine::Current().Folder();
+    const fs::path& folder = Sandbox::Current().Folder();
     SaveRegistry();  // for those who look meanwhile
     std::ofstream(folder / "stopped") << line << '\n' << std::flush;
     std::ifstream(folder / "go").get();
+    Pass(1000);
 }
 
 void Vanish(std::string_view function, const std::string& argument) {
@@ -57,54 +58,48 @@ Scope::~Scope() {
     inProgram = before_;
 }
 
-Call::Call(const char* function, const char* argument, Effect effect)
+Call::Call(const char* function, std::string_view argument, Effect effect)
     : function_(function), argument_(ToUtf8(argument)), effect_(effect) {
-    Begin();
-}
-
-Call::Call(const char* function, std::string argument, Effect effect)
-    : function_(function), argument_(std::move(argument)), effect_(effect) {
-    Begin();
-}
-
-void Call::Begin() {
-    Machine& machine = Machine::Current();
-    const std::vector<Fault>& faults = machine.GetSettings().faults;
-    machine.faultsMet.resize(faults.size());
+    Sandbox& sandbox = Sandbox::Current();
+    const std::vector<Fault>& faults = sandbox.GetSettings().faults;
+    sandbox.faultsMet.resize(faults.size());
     for (std::size_t i = 0; i < faults.size(); ++i) {
         const Fault& fault = faults[i];
-        if (Matches(fault.process, machine.Role()) && Matches(fault.function, function_) &&
+        if (Matches(fault.process, sandbox.Role()) && Matches(fault.function, function_) &&
             Matches(fault.argument, argument_) &&
-            (++machine.faultsMet[i] == fault.occurrence || fault.occurrence == 0)) {
+            (++sandbox.faultsMet[i] == fault.occurrence || fault.occurrence == 0)) {
             Obey(fault);
         }
-    }
-    if (code_ != 0) {
-        Fail(code_);
     }
 }
 
 void Call::Obey(const Fault& fault) {
     using Kind = Fault::Kind;
-    code_ = fault.kind == Kind::Code ? fault.code : code_;
+    result_ = fault.kind == Kind::Code ? fault.code : result_;
     less_ = less_ || fault.kind == Kind::Less;
     killAfter_ = killAfter_ || fault.kind == Kind::KillAfter;
     if (fault.kind == Kind::Gone) {
         Vanish(function_, argument_);
     } else if (fault.kind == Kind::Stop) {
-        WaitUntilLetGo(Machine::Current().Role() + " " + function_ + " " + argument_);
-        Pass(1000);
+        WaitUntilLetGo(Sandbox::Current().Role() + " " + function_ + " " + argument_);
     } else if (fault.kind == Kind::KillBefore) {
         Kill();
     }
 }
 
+BOOL Call::End() const {
+    if (result_ != 0 && !IsRegistry(function_)) {
+        lastError = result_;
+    }
+    return result_ == 0 ? TRUE : FALSE;
+}
+
 Call::~Call() {
-    Machine& machine = Machine::Current();
-    if (machine.GetSettings().traceCalls) {
+    Sandbox& sandbox = Sandbox::Current();
+    if (sandbox.GetSettings().traceCalls) {
         const std::string name = std::string(function_) + '\t';
-        machine.AppendLine("calls.txt", machine.Role() + '\t' + name +
-                                            std::to_string(++machine.callsMade[name + argument_]) +
+        sandbox.AppendLine("calls.txt", sandbox.Role() + '\t' + name +
+                                            std::to_string(++sandbox.callsMade[name + argument_]) +
                                             '\t' + std::to_string(result_) +
                                             (effect_ == Changes ? "\tchanges\t" : "\tlooks\t") +
                                             argument_);
@@ -112,19 +107,6 @@ Call::~Call() {
     if (killAfter_) {
         Kill();
     }
-}
-
-BOOL Call::Done(DWORD code) {
-    result_ = code;
-    if (code != 0 && !IsRegistry(function_)) {
-        SetLastError(code);
-    }
-    return code == 0 ? TRUE : FALSE;
-}
-
-LSTATUS Call::Result(LSTATUS code) {
-    result_ = static_cast<DWORD>(code);
-    return code;
 }
 
 }  // namespace hosted

@@ -1,7 +1,6 @@
-// Where the program starts on Linux: finds its machine, takes its place among that
-// machine's processes and runs WinMain.
-#include <csignal>
-
+// Where the program starts on Linux: finds its sandbox, takes its place among that
+// computer's processes and runs WinMain.
+#include "platform/hosted/call.h"
 #include "platform/hosted/files/files.h"
 #include "platform/hosted/process/process.h"
 #include "platform/hosted/registry/registry.h"
@@ -18,22 +17,16 @@ std::string ArgumentsOf(int count, char** values) {
     return hosted::FromUtf8(text);
 }
 
-}  // namespace
+// A damaged file must end the process before anything is shown or changed.
+void ReadEverything() {
+    hosted::LoadRegistry();
+    hosted::LoadAttributes();
+}
 
-// There are no libraries here that could be looked up in the wrong folder.
-void PrepareProcess() {}
-
-int main(int count, char** values) {
-    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    // The interpreter that starts the copy ignores these; the copy has a window.
-    static_cast<void>(std::signal(SIGHUP, SIG_DFL));
-    static_cast<void>(std::signal(SIGINT, SIG_DFL));
-    hosted::Machine& machine = hosted::Machine::Current();
-    std::string arguments = ArgumentsOf(count, values);
-    machine.SetRole(arguments.empty() ? "first" : "copy");
-    hosted::SetArguments(arguments);
-    hosted::LoadRegistry();  // a damaged one must end the process before anything changes
-    hosted::EnterProcess();
+UINT RunProgram(std::string arguments) {
+    hosted::Sandbox& sandbox = hosted::Sandbox::Current();
+    sandbox.SetRole(arguments.empty() ? "first" : "copy");
+    hosted::SetCurrentFolder(hosted::CurrentFolder());
     constexpr int kShowNormal = 1;
     UINT status = 0;
     {
@@ -41,12 +34,31 @@ int main(int count, char** values) {
         status = static_cast<UINT>(WinMain(nullptr, nullptr, arguments.data(), kShowNormal));
     }
     for (const auto& [value, handle] : hosted::Files().handles) {
-        machine.AppendLine("log.txt", "still open: " + hosted::ToUtf8(handle.name));
+        sandbox.AppendLine("log.txt", "still open: " + hosted::ToUtf8(handle.name));
     }
     { const hosted::Call call("ExitProcess"); }
     for (const std::string& key : hosted::OpenKeys()) {
-        machine.AppendLine("log.txt", "still open: " + key);
+        sandbox.AppendLine("log.txt", "still open: " + hosted::ToUtf8(key));
     }
     hosted::SaveRegistry();
-    return static_cast<int>(status);
+    return status;
+}
+
+}  // namespace
+
+// Nothing is loaded here that could be found in the wrong folder.
+void PrepareProcess() {}
+
+// "--check FOLDER" of a program that lies in no sandbox only reads the one in FOLDER.
+int main(int count, char** values) {
+    if (count == 3 && std::string_view(values[1]) == "--check") {
+        hosted::Sandbox::Use(values[2]);
+        ReadEverything();
+        return 0;
+    }
+    if (hosted::Sandbox::Current().ModulePath().empty()) {
+        return hosted::RunInterpreter(count, values);
+    }
+    ReadEverything();
+    return static_cast<int>(RunProgram(ArgumentsOf(count, values)));
 }

@@ -1,11 +1,13 @@
 // machine.ini: sections of "name=value" lines; lines that begin with ";" or "#" are
 // remarks. Anything else that is not understood is an error, so that a slip in a test
-// cannot pass for a machine that refuses nothing.
+// cannot pass for a computer on which nothing goes wrong.
 #include <charconv>
 #include <set>
 #include <sstream>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/settings.h"
+#include "platform/hosted/text.h"
+#include "platform/regtext/regtext.h"
 
 namespace hosted {
 namespace {
@@ -21,11 +23,6 @@ const std::map<std::string, Fault::Kind> kKinds{{"less", Fault::Kind::Less},
                                                 {"stop", Fault::Kind::Stop},
                                                 {"kill-before", Fault::Kind::KillBefore},
                                                 {"kill-after", Fault::Kind::KillAfter}};
-const std::map<std::string, REGSAM> kRights{{"query", KEY_QUERY_VALUE},
-                                            {"set", KEY_SET_VALUE},
-                                            {"create", KEY_CREATE_SUB_KEY},
-                                            {"enumerate", KEY_ENUMERATE_SUB_KEYS},
-                                            {"delete", kDeleteRight}};
 const std::set<std::string> kFolders{"temp", "system", "windows", "common-programs", "programs"};
 
 class Reader {
@@ -41,7 +38,7 @@ class Reader {
 
  private:
     [[noreturn]] void Wrong(const std::string& what, const std::string& where) const {
-        throw Damage{line_, what + " \"" + where + "\""};
+        throw regtext::Damage(line_, what + " \"" + where + "\"");
     }
 
     DWORD Number(const std::string& text) const {
@@ -74,13 +71,11 @@ class Reader {
         if (section_ == "[folders]" && kFolders.contains(name)) {
             settings_.folders[name] = FromUtf8(value);
         } else if (section_ == "[user]" && name == "sid") {
-            settings_.user = FromUtf8(value);
+            settings_.user = value;
         } else if (section_ == "[clock]" && name == "real") {
             settings_.realClock = Number(value) != 0;
         } else if (section_ == "[clock]" && name == "start") {
             settings_.clockStart = Number(value);
-        } else if (section_ == "[denied]") {
-            ReadDenial(name, value);
         } else if (section_ == "[faults]") {
             ReadFault(name, value);
         } else if (section_ == "[trace]" && name == "calls") {
@@ -88,20 +83,6 @@ class Reader {
         } else {
             Wrong("section " + section_ + " has no", name);
         }
-    }
-
-    void ReadDenial(const std::string& key, const std::string& rights) {
-        Denial denial;
-        denial.key = FromUtf8(key);
-        std::istringstream list(rights);
-        for (std::string right; std::getline(list, right, ',');) {
-            const auto known = kRights.find(Trim(right));
-            if (known == kRights.end()) {
-                Wrong("no access right is called", right);
-            }
-            denial.rights |= known->second;
-        }
-        settings_.denied.push_back(denial);
     }
 
     void ReadFault(const std::string& call, const std::string& what) {

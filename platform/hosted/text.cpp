@@ -1,11 +1,13 @@
 // Texts: Windows-1252 with UTF-8 and with code page 850, and upper case as the system
 // compares names.
+#include "platform/hosted/text.h"
+
 #include <iconv.h>
-#include <unordered_map>
 
 #include <array>
+#include <unordered_map>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 
 namespace hosted {
 namespace {

@@ -2,24 +2,24 @@
 // waiting moves.
 #include <thread>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 
 void hosted::Pass(DWORD milliseconds) {
-    Machine& machine = Machine::Current();
-    if (machine.GetSettings().realClock) {
+    Sandbox& sandbox = Sandbox::Current();
+    if (sandbox.GetSettings().realClock) {
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
     } else {
-        machine.passed += milliseconds;
+        sandbox.passed += milliseconds;
     }
 }
 
 DWORD WINAPI GetTickCount() {
     const hosted::Call call("GetTickCount");
-    const hosted::Machine& machine = hosted::Machine::Current();
-    const auto elapsed = std::chrono::steady_clock::now() - machine.start;
+    const hosted::Sandbox& sandbox = hosted::Sandbox::Current();
+    const auto elapsed = std::chrono::steady_clock::now() - sandbox.start;
     const auto real = std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count();
-    return machine.GetSettings().clockStart +
-           (machine.GetSettings().realClock ? static_cast<DWORD>(real) : machine.passed);
+    return sandbox.GetSettings().clockStart +
+           (sandbox.GetSettings().realClock ? static_cast<DWORD>(real) : sandbox.passed);
 }
 
 void WINAPI Sleep(DWORD milliseconds) {

@@ -73,7 +73,6 @@ DWORD WINAPI GetLastError();
 void WINAPI SetLastError(DWORD code);
 
 constexpr DWORD FORMAT_MESSAGE_FROM_SYSTEM = 0x1000;
-constexpr DWORD FORMAT_MESSAGE_IGNORE_INSERTS = 0x0200;
 DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID source, DWORD messageId, DWORD languageId,
                             LPSTR buffer, DWORD size, char** arguments);
 
@@ -100,7 +99,6 @@ BOOL WINAPI CreateProcessA(LPCSTR application, LPSTR commandLine, void* processS
                            PROCESS_INFORMATION* process);
 HANDLE WINAPI GetCurrentProcess();
 BOOL WINAPI TerminateProcess(HANDLE process, UINT code);
-LPSTR WINAPI GetCommandLineA();
 DWORD WINAPI GetModuleFileNameA(HMODULE module, LPSTR buffer, DWORD size);
 BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR value);
 
@@ -168,7 +166,6 @@ BOOL WINAPI RemoveDirectoryA(LPCSTR path);
 HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* record, UINT style);
 HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* security, DWORD disposition,
                           DWORD flags, HANDLE templateFile);
-BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* overlapped);
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written, void* overlapped);
 BOOL WINAPI CloseHandle(HANDLE handle);
 

@@ -1,3 +1,4 @@
+// Makes user32 dialogs and controls of the layouts, in the resolution of the screen.
 #include "platform/windows/form_layout.h"
 
 #include <array>
@@ -30,7 +31,7 @@ struct Resolution {
 // Both edges are rounded rather than position and size, so that margins that are equal in
 // twips stay equal.
 RECT Pixels(const Place& place) {
-    static const Resolution screen = Resolution::OfScreen();
+    const Resolution screen = Resolution::OfScreen();
     return {screen.X(place.left), screen.Y(place.top), screen.X(place.left + place.width),
             screen.Y(place.top + place.height)};
 }
@@ -94,14 +95,10 @@ struct alignas(DWORD) Template {
     std::array<wchar_t, 16> font;
 };
 
-// There is one size of it, which the system fits in.
-HICON ProgramIcon() {
-    return LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(kProgramIcon));
-}
-
-POINT CentredOnScreen(int width, int height) {
-    return {(GetSystemMetrics(SM_CXSCREEN) - width) / 2,
-            (GetSystemMetrics(SM_CYSCREEN) - height) / 2};
+void CentreOnScreen(HWND form, int width, int height) {
+    SetWindowPos(form, nullptr, (GetSystemMetrics(SM_CXSCREEN) - width) / 2,
+                 (GetSystemMetrics(SM_CYSCREEN) - height) / 2, width, height,
+                 SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 }  // namespace
@@ -111,30 +108,24 @@ int ControlId(const Layout& layout, std::size_t control) {
     return button ? IDOK : kFirstControlId + static_cast<int>(control);
 }
 
-HWND CreateFormWindow(const Layout& layout, HWND owner, DLGPROC procedure, LPARAM parameter) {
-    const DWORD systemMenu = layout.closeBox ? WS_SYSMENU : 0;
-    const DWORD ownButton = owner != nullptr ? WS_EX_APPWINDOW : 0;
-    Template empty{{DS_SETFONT | WS_POPUP | WS_CAPTION | systemMenu,
-                    WS_EX_DLGMODALFRAME | ownButton, 0, 0, 0, 0, 0},
-                   0,
-                   0,
-                   0,
-                   kFontSize,
-                   {}};
+HWND CreateFormWindow(const Layout& layout, DLGPROC procedure, LPARAM parameter) {
+    constexpr DWORD kStyle = DS_SETFONT | WS_POPUP | WS_CAPTION | WS_SYSMENU;
+    Template empty{{kStyle, WS_EX_DLGMODALFRAME, 0, 0, 0, 0, 0}, 0, 0, 0, kFontSize, {}};
     lstrcpyW(empty.font.data(), DialogFont());
-    HWND form = CreateDialogIndirectParamA(GetModuleHandleA(nullptr), &empty.head, owner, procedure,
-                                           parameter);
+    HWND form = CreateDialogIndirectParamA(GetModuleHandleA(nullptr), &empty.head, nullptr,
+                                           procedure, parameter);
     if (form == nullptr) {
         return nullptr;
     }
     RECT frame = Pixels({0, 0, layout.width, layout.height});
     AdjustWindowRectEx(&frame, static_cast<DWORD>(GetWindowLongA(form, GWL_STYLE)), FALSE,
                        static_cast<DWORD>(GetWindowLongA(form, GWL_EXSTYLE)));
-    const int width = frame.right - frame.left;
-    const int height = frame.bottom - frame.top;
-    const POINT place = CentredOnScreen(width, height);
-    SetWindowPos(form, nullptr, place.x, place.y, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
+    CentreOnScreen(form, frame.right - frame.left, frame.bottom - frame.top);
     SetWindowTextA(form, std::string(layout.title).c_str());
+    if (!layout.closeBox) {
+        // Grey in the menu, grey on the title bar.
+        EnableMenuItem(GetSystemMenu(form, FALSE), SC_CLOSE, MF_BYCOMMAND | MF_GRAYED);
+    }
     return form;
 }
 
@@ -150,25 +141,11 @@ bool CreateControls(const Layout& layout, HWND form) {
     return true;
 }
 
-HWND CreateHiddenOwner() {
-    constexpr char kClass[] = "UnInstallOwner";
-    WNDCLASSA description{};
-    description.lpfnWndProc = DefWindowProcA;
-    description.hInstance = GetModuleHandleA(nullptr);
-    description.hIcon = ProgramIcon();
-    description.lpszClassName = kClass;
-    if (RegisterClassA(&description) == 0) {
-        return nullptr;
-    }
-    const POINT place = CentredOnScreen(0, 0);
-    return CreateWindowExA(0, kClass, "", WS_POPUP, place.x, place.y, 0, 0, nullptr, nullptr,
-                           description.hInstance, nullptr);
-}
-
 void SetIcons(HWND form) {
-    const auto icon = reinterpret_cast<LPARAM>(ProgramIcon());
-    SendMessageA(form, WM_SETICON, ICON_BIG, icon);
-    SendMessageA(form, WM_SETICON, ICON_SMALL, icon);
+    // There is one size of it, which the system fits in.
+    HICON icon = LoadIconA(GetModuleHandleA(nullptr), MAKEINTRESOURCEA(kProgramIcon));
+    SendMessageA(form, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageA(form, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
 }
 
 }  // namespace forms

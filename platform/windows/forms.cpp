@@ -6,7 +6,9 @@
 #include <array>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "platform/handles.h"
 #include "platform/windows/form_layout.h"
 #include "platform/windows/functions.h"
 
@@ -18,28 +20,17 @@ constexpr UINT_PTR kTimer = 1;
 
 int loadedForms = 0;
 
-// The windows of the forms that have been shown, the last one on top.
-struct Shown {
-    HWND handle = nullptr;
-    Shown* below = nullptr;
+// The forms that are loaded and have been shown, the one shown last at the end.
+std::vector<HWND> shownForms;
 
-    void PutOnTop();
-    void TakeAway();
-};
-Shown* topmost = nullptr;
+// The window of the form that was unloaded last, hidden. A window that is destroyed in front
+// hands the foreground to another program, and what is shown next would open behind that one.
+handles::Window unloadedForm;
 
-void Shown::PutOnTop() {
-    TakeAway();
-    below = std::exchange(topmost, this);
-}
-
-void Shown::TakeAway() {
-    for (Shown** link = &topmost; *link != nullptr; link = &(*link)->below) {
-        if (*link == this) {
-            *link = below;
-            return;
-        }
-    }
+void HideWhereItIs(HWND form) {
+    SetWindowPos(form, nullptr, 0, 0, 0, 0,
+                 SWP_HIDEWINDOW | SWP_NOACTIVATE | SWP_NOZORDER | SWP_NOMOVE | SWP_NOSIZE);
+    unloadedForm = handles::Window(form);
 }
 
 // Ctrl+A selects everything in a text box; edit controls learned it only in later systems.
@@ -91,7 +82,7 @@ void UnblockShutdown(HWND form) {
 
 }  // namespace
 
-struct Form::Window : Shown {
+struct Form::Window {
     explicit Window(Form& owner) : form(owner) {}
     ~Window();
     Window(const Window&) = delete;
@@ -106,13 +97,12 @@ struct Form::Window : Shown {
     static INT_PTR CALLBACK Procedure(HWND handle, UINT message, WPARAM wide, LPARAM parameter);
 
     Form& form;
+    HWND handle = nullptr;
     bool timerRunning = false;
 };
 
 bool Form::Window::Create() {
-    // A dialog belongs to what is there; the window that shows the work stands for itself.
-    HWND owner = form.layout_.closeBox ? OwnerWindow() : nullptr;
-    handle = CreateFormWindow(form.layout_, owner, Procedure, reinterpret_cast<LPARAM>(this));
+    handle = CreateFormWindow(form.layout_, Procedure, reinterpret_cast<LPARAM>(this));
     if (handle == nullptr) {
         return false;
     }
@@ -135,8 +125,8 @@ Form::Window::~Window() {
     UnblockShutdown(handle);
     // No event reaches the form while its window goes away.
     SetWindowLongPtrA(handle, DWLP_USER, 0);
-    DestroyWindow(handle);
-    TakeAway();
+    HideWhereItIs(handle);
+    std::erase(shownForms, handle);
     --loadedForms;
     // Wakes a loop that waits for a message: the handlers of sent messages run inside it.
     PostMessageA(nullptr, WM_NULL, 0, 0);
@@ -236,7 +226,8 @@ bool Form::Show() {
         return true;  // unloaded by its own load event
     }
     HWND handle = window_->handle;
-    window_->PutOnTop();
+    std::erase(shownForms, handle);
+    shownForms.push_back(handle);
     // Not ShowWindow: its first call obeys the way in which the process was started, and
     // the script that starts the copy is hidden.
     SetWindowPos(handle, HWND_TOP, 0, 0, 0, 0, SWP_SHOWWINDOW | SWP_NOMOVE | SWP_NOSIZE);
@@ -292,12 +283,7 @@ void RunMessageLoop() {
 }
 
 HWND OwnerWindow() {
-    if (topmost != nullptr) {
-        return topmost->handle;
-    }
-    static HWND hidden = CreateHiddenOwner();
-    SetForegroundWindow(hidden);
-    return hidden;
+    return shownForms.empty() ? nullptr : shownForms.back();
 }
 
 }  // namespace forms

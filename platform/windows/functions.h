@@ -1,4 +1,5 @@
-// Functions of systems newer than the oldest one that the program runs on.
+// Functions of systems newer than the oldest one that the program runs on. They are looked up
+// while it runs: imported by name, they would keep it from starting there.
 #pragma once
 
 #include <windows.h>

@@ -1,7 +1,9 @@
-// What has to be settled before anything else of the program runs.
+// Settles on Windows where libraries are looked for, what the system shows on its own behalf
+// and how controls look, because none of it can be made up for later.
+#include "platform/startup.h"
+
 #include <windows.h>
 
-#include "platform/startup.h"
 #include "platform/windows/functions.h"
 
 namespace {
@@ -49,8 +51,8 @@ void PrepareProcess() {
     LoadLibrariesFromSystemOnly();
     // A drive without a medium is a failure like any other, no box of the system's.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
-    // A removal may take seconds without looking at its messages: a window that the
-    // system greys out and offers to close would suggest that it hangs.
+    // A removal may take seconds without looking at its messages: a window that the system
+    // greys out and offers to close would suggest that it hangs.
     if (const auto disable =
             FindFunction<void(WINAPI*)()>("user32.dll", "DisableProcessWindowsGhosting")) {
         disable();  // Windows XP

@@ -61,7 +61,7 @@ Told WhatWasTold(const Outcome& outcome) {
     return told;
 }
 
-// Whether a line names a thing, or something above it.
+// Whether a line names a thing, or something above it, or a report a value in a key below it.
 bool IsNamed(const std::string& thing, const std::string& lines) {
     if (thing.starts_with(kSharedDlls)) {
         return Contains(lines, "\"" + thing.substr(kSharedDlls.size() + 1) + "\"") ||
@@ -69,6 +69,7 @@ bool IsNamed(const std::string& thing, const std::string& lines) {
     }
     bool isNamed = false;
     for (std::string name : NamesOf(thing.substr(0, thing.find('|')))) {
+        isNamed = isNamed || Contains(lines, "im Schlüssel \"" + name);
         for (; Contains(name, "\\"); name.resize(name.rfind('\\'))) {
             isNamed = isNamed || Contains(lines, "\"" + name + "\"");
         }
@@ -117,6 +118,9 @@ struct Run {
     }
 
     void NothingWithoutAWord() const {
+        if (fault.mute && after == baseline.before) {
+            return;  // it has not begun
+        }
         Lines left = told.ended ? Lines{} : LeftOver(baseline, after);
         // Where the script has run, nothing is left in the temporary folder.
         const bool scriptRan = std::any_of(calls.begin(), calls.end(),

@@ -40,7 +40,7 @@ constexpr const char* kReadWays = "5 8 234 1450 gone";
 const Row kMatrix[] = {
     // ---- whatever the process --------------------------------------------------------------
     {"*",
-     "ExitProcess GetCommandLineA GetTickCount GlobalUnlock ProcessMessages Refresh "
+     "DestroyWindow ExitProcess GetTickCount GlobalUnlock ProcessMessages Refresh "
      "SHChangeNotify SHFILEOPSTRUCTA Sleep TerminateProcess",
      "*", "", Told, "", "have no result, or none that the program could use"},
     {"*", "HeapAlloc", "*", "", Told, "", "is refused in a test of its own"},
@@ -51,7 +51,7 @@ const Row kMatrix[] = {
      "*", "8"},
 
     // ---- the first run: what it cannot make it does not start --------------------------------
-    {"first", "MessageBoxA", "Sind Sie sicher*", "8", NotBegun, "",
+    {"first", "MessageBoxA", "Sind Sie sicher*|Tessorin kann derzeit nicht*", "8", NotBegun, "",
      "who cannot be asked has not agreed"},
     {"first", "MessageBoxA", "*", "8"},
     {"first", "GetTempPathA GetSystemDirectoryA", "*", "8 less", Ends},
@@ -59,7 +59,8 @@ const Row kMatrix[] = {
     {"first", "FindFirstFileA", "*", "5 21 8 123", Ends},
     {"first", "FindFirstFileA", "*", "gone"},
     {"first", "OpenFile DeleteFileA GetFileAttributesA SetFileAttributesA", "*", kFileWays},
-    {"first", "CopyFileA", "*", "5 32 112 21 gone", Ends},
+    {"first", "CopyFileA", "*", "5 32 112 21", Ends},
+    {"first", "CopyFileA", "*", "gone"},
     {"first", "GetShortPathNameA", "*", "3 5 87", Ends},
     {"first", "GetShortPathNameA", "*", "less gone", Told, "",
      "a short form that is too long is asked for again"},
@@ -88,11 +89,16 @@ const Row kMatrix[] = {
 
     // ---- the copy: folders and files ---------------------------------------------------------
     {"copy", "GetTempPathA GetModuleFileNameA GetCurrentDirectoryA", "*", "8 less"},
-    {"copy", "GetSystemDirectoryA GetWindowsDirectoryA", "*", "8 less"},
+    {"copy", "GetSystemDirectoryA", "*", "8 less", Told, "*\\SharedDLLs*",
+     "the names of the counts begin with that folder: there are none of these names"},
+    {"copy", "GetWindowsDirectoryA", "*", "8 less", Told, "*\\command*",
+     "the new commands are Notepad's name alone"},
     {"copy", "SHGetSpecialFolderLocation SHGetPathFromIDListA", "*", "87", Told,
      "C:\\Dokumente und Einstellungen\\*\\Programme\\Tessorin*",
      "without the menu of all users the group is the one in the user's own"},
-    {"copy", "CreateFileA", "*", "5 32 112 3 123 gone"},
+    {"copy", "CreateFileA", "*", "5 32 112 3 123"},
+    {"copy", "CreateFileA", "*", "gone", Told, "C:\\windows\\Temp\\UnInstall.exe",
+     "without the script nobody deletes the copy"},
     {"copy", "FindFirstFileA", "*\\[*]", "5 21 8 123"},
     {"copy", "FindFirstFileA", "*", "5 21 8 123 gone"},
     {"copy", "FindNextFileA", "*", "5 21 8"},
@@ -110,11 +116,10 @@ const Row kMatrix[] = {
      "without the list of hives nobody knows whose there are"},
     {"copy", "RegOpenKeyExA RegQueryValueExA RegEnumKeyA RegDeleteKeyA",
      "HKEY_CURRENT_USER\\*Default* Editor\\shell\\edit\\command*", "gone", Told,
-     "*Default* Editor\\shell*|*Default* Editor|Description",
-     "nobody knows whose an editor was when the command that told it is gone"},
-    {"copy", "RegOpenKeyExA", "HKEY_CLASSES_ROOT*", kKeyWays, Told, "*\\command|",
+     "*Default* Editor*", "nobody knows whose an editor was when the command that told it is gone"},
+    {"copy", "RegOpenKeyExA", "HKEY_CLASSES_ROOT*", kKeyWays, Told, "*\\command*",
      "file types that cannot be read are none of our business; most are not ours"},
-    {"copy", "RegEnumKeyA RegQueryValueExA", "HKEY_CLASSES_ROOT*", kReadWays, Told, "*\\command|",
+    {"copy", "RegEnumKeyA RegQueryValueExA", "HKEY_CLASSES_ROOT*", kReadWays, Told, "*\\command*",
      "likewise"},
     {"copy", "RegOpenKeyExA RegDeleteKeyA RegDeleteValueA RegSetValueExA", "*", kKeyWays},
     {"copy", "RegEnumKeyA RegQueryValueExA", "*", kReadWays},

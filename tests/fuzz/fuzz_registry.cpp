@@ -2,7 +2,7 @@
 // writer gives a text that reads as the same registry.
 #include <algorithm>
 
-#include "platform/hosted/registry/text.h"
+#include "platform/regtext/regtext.h"
 #include "tests/fuzz/support.h"
 
 // NOLINTNEXTLINE(readability-identifier-naming): the fuzzer's name for it

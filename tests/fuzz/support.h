@@ -6,8 +6,8 @@
 #include <iostream>
 #include <string>
 
-#include "platform/hosted/machine.h"
-#include "tools/machine/stage.h"
+#include "platform/hosted/sandbox.h"
+#include "tools/sandbox/stage.h"
 
 namespace fuzz {
 
@@ -24,14 +24,14 @@ inline int EnterMachine() {
     namespace fs = std::filesystem;
     std::string folder = (fs::temp_directory_path() / "uninstall-fuzz-XXXXXX").string();
     Require(mkdtemp(folder.data()) != nullptr, "there is a temporary folder");
-    machine::Stage(folder, TESTS_STAGE, TESTS_STAGE "/machine.ini");
+    sandbox::Stage(folder, TESTS_STAGE, TESTS_STAGE "/machine.ini");
     const fs::path drive = fs::path(folder) / "drives/C";
     for (const char* name : {"a/b/c/d", " führend", "Programme/100%", "Programme/A&B/Leer",
                              "Programme/A/Leer", "Programme/AÇ"}) {
         fs::create_directories(drive / name);
     }
     fs::create_directory_symlink(drive / "Programme", drive / "Verweis");
-    hosted::Machine::Use(folder);
+    hosted::Sandbox::Use(folder);
     return 0;
 }
 

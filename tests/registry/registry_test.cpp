@@ -140,7 +140,10 @@ TEST_F(Registry, AsksAsOftenAsItsCallerWants) {
     NEEDS_FAULTS();
     const HKEY root = HKEY_LOCAL_MACHINE;
     const std::string closed = kArea + "\\zu";
-    fixture_.Key(kHklm + closed).Setting("denied", kHklm + closed + "=query,set,enumerate");
+    fixture_.Key(kHklm + closed);
+    for (const char* right : {":query", ":set", ":enumerate"}) {
+        fixture_.Fault("test RegOpenKeyExA * " + kHklm + closed + right + "=5");
+    }
     fixture_.Enter();
     std::string text;
     std::vector<std::string> names;

@@ -132,7 +132,11 @@ Lines RunShows(const std::string& end) {
 }
 
 std::string FatalMessage(const std::string& description, const std::string& place) {
-    return Text("fatal", {description, place});
+    std::string message = Text("fatal", {description, place});
+    if (description.empty()) {  // it tells nothing of the failure then
+        message.replace(0, message.find("\\n\\nDieser"), "Ein Fehler ist aufgetreten.");
+    }
+    return message;
 }
 
 std::string Fatal(const std::string& description, const std::string& place,

@@ -1,43 +1,6 @@
 #include "tests/support/state.h"
 
 namespace support {
-namespace {
-
-std::string NameOf(const machine::Item& item) {
-    using Kind = machine::Item::Kind;
-    if (item.kind == Kind::File || item.kind == Kind::Folder) {
-        return (item.kind == Kind::File ? "file " : "folder ") + item.place;
-    }
-    const bool isUsers = item.place.starts_with("HKEY_USERS");
-    const std::string root = isUsers ? "HKEY_USERS" : "HKEY_LOCAL_MACHINE";
-    const std::string key = (isUsers ? "HKU" : "HKLM") + item.place.substr(root.size());
-    return item.kind == Kind::Key ? "key " + key
-                                  : "value " + key + "\\" + (item.name.empty() ? "@" : item.name);
-}
-
-}  // namespace
-
-std::vector<std::string> Difference(const State& before, const State& after) {
-    std::vector<std::string> lines;
-    std::string gone;  // the last folder or key that is gone; what is below it comes behind it
-    for (const machine::Item& item : machine::Compare(before, after)) {
-        const bool isValue = item.kind == machine::Item::Kind::Value;
-        if (item.same || (!gone.empty() && (item.place + '\\').starts_with(gone))) {
-            continue;
-        }
-        std::string line = (!item.after ? "- " : item.before ? "~ " : "+ ") + NameOf(item);
-        if (item.before && item.after) {
-            line += ": " + *item.before + " -> " + *item.after;
-        } else if (isValue && item.after) {
-            line += ": " + *item.after;
-        } else if (!isValue && !item.after) {
-            gone = item.place + '\\';
-        }
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 Things ThingsOf(const State& state) {
     Things things;
     for (const auto& [path, file] : state.files) {

@@ -36,10 +36,15 @@ std::string StepsAndRepaints(const Fixture& fixture) {
 
 TEST(Removal, RepaintsAfterEachOfItsSteps) {
     NEEDS_FAULTS();
-    const std::string users = "| | | Tessorin | | | Tessorin Verlonix | | ";
     Fixture fixture;
     fixture.RecordCalls().RunCopy({"yes", "no"});
-    EXPECT_EQ(StepsAndRepaints(fixture), "?");
+    EXPECT_EQ(StepsAndRepaints(fixture),
+              "Tessorin.exe | UnInstall.exe | Büro Tessorin | "
+              "SharedDLLs|C:\\windows\\system32\\Msvbvm60.dll "
+              "SharedDLLs|C:\\windows\\system32\\MSComCtl.ocx "
+              "Tessorin.lnk | Deinstallieren.lnk | Tessorin-Website.lnk | Tessorin Website.lnk | "
+              "Tessorin | Registrierung Tessorin | Verlonix | Fenster Zuletzt geöffnet Tessorin | "
+              "Verlonix | Tessorin | Verlonix | | | Fenster Tessorin | | | | Tessorin ");
     // The same where there is no group folder.
     Fixture without;
     without.NoSetting("folders", "common-programs").NoSetting("folders", "programs");

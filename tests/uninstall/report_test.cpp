@@ -69,8 +69,8 @@ TEST(FatalReport, ReachesTheClipboardWithoutAWindow) {
         ASSERT_EQ(outcome.shown.size(), 4U);
         fixture.Enter();
         EXPECT_EQ(outcome.shown[3],
-                  Fatal(Description("Fehler beim Zugriff auf Pfad/Datei", control, 1450), "6:1:75",
-                        "Yes"));
+                  Fatal(Description("Fehler beim Zugriff auf Pfad/Datei", "frmUnInstDone", 1450),
+                        "6:1:75", "Yes"));
         EXPECT_NE(fixture.Clipboard(), "");
     }
 }

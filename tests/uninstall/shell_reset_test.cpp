@@ -38,8 +38,8 @@ TEST(ShellReset, PassesOverWhatIsMissing) {
                                          "Internet Explorer", "Default Editor"}));
 }
 
-// A second run has nothing left to change.
-TEST(ShellReset, TellsTheShellOnceIfSomethingHasChanged) {
+// Also where nothing was left to change.
+TEST(ShellReset, TellsTheShellAfterEachReset) {
     NEEDS_FAULTS();
     Fixture fixture;
     fixture.RecordCalls();
@@ -48,7 +48,7 @@ TEST(ShellReset, TellsTheShellOnceIfSomethingHasChanged) {
     fixture.Folder(kProgramFolder).RemoveKey(kSharedDlls);
     ExpectFinished(fixture.RunCopy({}), {Progress(), ResetQuestion(), Success()},
                    {"- folder " + kProgramFolder});
-    EXPECT_EQ(fixture.Calls("SHChangeNotify", ""), 1U);
+    EXPECT_EQ(fixture.Calls("SHChangeNotify", ""), 2U);
 }
 
 TEST(ShellReset, NamesWhatItMayNotWrite) {

@@ -5,7 +5,8 @@
 // would pass for a junction.
 #include <array>
 #include <charconv>
-#include <fstream>
+#include <cstdio>
+#include <sstream>
 
 #include "platform/hosted/files/files.h"
 
@@ -16,53 +17,62 @@ constexpr const char* kFile = "attributes.txt";
 constexpr std::array<std::pair<char, DWORD>, 3> kLetters{
     {{'R', FILE_ATTRIBUTE_READONLY}, {'H', FILE_ATTRIBUTE_HIDDEN}, {'S', FILE_ATTRIBUTE_SYSTEM}}};
 
-// False if the word is none: letters, then perhaps a colon and a tag in hexadecimal digits.
+// What stands before the path; false if it is nothing like that.
 bool ReadWord(const std::string& word, Kept& kept) {
     const std::size_t colon = std::min(word.find(':'), word.size());
     for (const auto& [letter, bit] : kLetters) {
         kept.attributes |= word.find(letter) < colon ? bit : 0;
     }
     const char* const end = word.data() + word.size();
-    const char* const digits = word.data() + std::min(colon + 1, word.size());
-    const bool hasTag = colon < word.size();
-    return word.find_first_not_of("RHS") >= colon &&
-           (!hasTag || std::from_chars(digits, end, kept.tag, 16).ptr == end);
+    const bool isTag = colon == word.size() ||
+                       std::from_chars(word.data() + colon + 1, end, kept.tag, 16).ptr == end;
+    return isTag && std::min(word.find_first_not_of("RHS"), word.size()) == colon;
 }
 
-std::map<std::string, Kept> Read() {
-    std::map<std::string, Kept> attributes;
-    const fs::path file = Machine::Current().Folder() / kFile;
-    std::ifstream lines(file);
-    unsigned count = 0;
-    for (std::string line; std::getline(lines, line);) {
-        ++count;
-        const std::size_t blank = line.find(' ');
-        Kept kept;
-        if (blank == std::string::npos || !ReadWord(line.substr(0, blank), kept)) {
-            Machine::Damaged(file, count, "not attributes (R, H, S), a blank and a path");
-        }
-        attributes[UpperCase(FromUtf8(line.substr(blank + 1)))] = kept;
+std::string WordOf(const Kept& kept) {
+    std::string word;
+    for (const auto& [letter, bit] : kLetters) {
+        word.append((kept.attributes & bit) != 0 ? 1 : 0, letter);
     }
-    return attributes;
+    std::array<char, 10> tag{};
+    if (kept.tag != 0) {
+        std::snprintf(tag.data(), tag.size(), ":%08X", kept.tag);
+    }
+    return word + tag.data();
 }
 
 std::map<std::string, Kept>& Known() {
-    auto& attributes = Files().attributes;
-    if (!attributes) {
-        attributes = Read();
+    FilesState& files = Files();
+    if (!std::exchange(files.attributesRead, true)) {
+        const Sandbox& sandbox = Sandbox::Current();
+        std::istringstream lines(sandbox.Read(kFile));
+        unsigned count = 0;
+        for (std::string line; std::getline(lines, line);) {
+            ++count;
+            const std::size_t blank = line.find(' ');
+            Kept kept;
+            if (blank == std::string::npos || !ReadWord(line.substr(0, blank), kept)) {
+                sandbox.Damaged(kFile, count, "not attributes (R, H, S), a blank and a path");
+            }
+            files.attributes[UpperCase(FromUtf8(line.substr(blank + 1)))] = kept;
+        }
     }
-    return *attributes;
+    return files.attributes;
 }
 
 std::string PathOf(const fs::path& host) {
-    return MachinePath(Machine::Current().Folder(), host);
+    return ProgramPath(Sandbox::Current().Folder(), host);
 }
-
-}  // namespace
 
 Kept KeptOf(const fs::path& host) {
     const auto known = Known().find(UpperCase(PathOf(host)));
     return known == Known().end() ? Kept() : known->second;
+}
+
+}  // namespace
+
+void LoadAttributes() {
+    Known();
 }
 
 DWORD KeptAttributes(const fs::path& host) {
@@ -70,23 +80,15 @@ DWORD KeptAttributes(const fs::path& host) {
 }
 
 void KeepAttributes(const fs::path& host, DWORD attributes) {
+    constexpr DWORD kKept = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
     const std::string path = PathOf(host);
-    // What lies outside the machine, behind a link, keeps none.
-    if (path.empty() || KeptAttributes(host) == (attributes & kKeptAttributes)) {
+    // What a link leads to outside of the sandbox has none.
+    if (path.empty() || KeptAttributes(host) == (attributes & kKept)) {
         return;
     }
     Kept& kept = Known()[UpperCase(path)];
-    kept.attributes = attributes & kKeptAttributes;
-    std::string line;
-    for (const auto& [letter, bit] : kLetters) {
-        line.append((attributes & bit) != 0 ? 1 : 0, letter);
-    }
-    std::array<char, 10> tag{};
-    if (kept.tag != 0) {
-        std::snprintf(tag.data(), tag.size(), ":%08X", kept.tag);
-    }
-    line += tag.data();
-    Machine::Current().AppendLine(kFile, line + ' ' + ToUtf8(path));
+    kept.attributes = attributes & kKept;
+    Sandbox::Current().AppendLine(kFile, WordOf(kept) + ' ' + ToUtf8(path));
 }
 
 DWORD AttributesOf(const Place& place) {
@@ -97,10 +99,10 @@ DWORD AttributesOf(const Place& place) {
 
 DWORD TagOf(const Place& place) {
     const DWORD kept = KeptOf(place.host).tag;
-    return kept != 0          ? kept
-           : !place.IsLink()  ? 0
-           : place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT
-                              : IO_REPARSE_TAG_SYMLINK;
+    if (kept != 0 || !place.IsLink()) {
+        return kept;
+    }
+    return place.IsFolder() ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
 }
 
 }  // namespace hosted

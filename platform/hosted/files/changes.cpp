@@ -13,17 +13,21 @@
 namespace hosted {
 namespace {
 
-constexpr std::size_t kLongestPath = MAX_PATH - 1;
 constexpr DWORD kRootFolder = 0x74;  // "the source is a root folder"
 
-// Deletes a file, a link (never what it points to) or an empty folder, unless somebody
-// stands against it. Result: a Win32 code.
+// A running program cannot be opened for writing.
+bool Runs(const fs::path& host) {
+    return !Descriptor(open(host.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC)) && errno == ETXTBSY;
+}
+
+// Deletes a file, a link (never what it points to) or an empty folder, unless it runs, is open or
+// is somebody's current folder. Result: a Win32 code.
 DWORD DeleteItem(const fs::path& host) {
+    if (Runs(host)) {
+        return ERROR_ACCESS_DENIED;
+    }
     const Descriptor item(open(host.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
     if (item && flock(item.Get(), LOCK_EX | LOCK_NB) != 0) {
-        return fs::is_directory(host) ? ERROR_SHARING_VIOLATION : ERROR_ACCESS_DENIED;
-    }
-    if (item && IsHeld(item)) {
         return ERROR_SHARING_VIOLATION;
     }
     if (std::remove(host.c_str()) != 0) {
@@ -72,18 +76,18 @@ DWORD Copy(std::string_view from, std::string_view to, bool failIfExists) {
 // What cannot be removed stays, with the folders around it; everything else goes.
 class TreeDeletion {
  public:
-    // length: of the item's path on the machine, which no function of the system takes beyond
-    // its limit. Result: the code of the first failure.
+    // length: of the item's path as the program knows it, which no function of the system takes
+    // beyond its limit. Result: the code of the first failure.
     DWORD Delete(const fs::path& host, std::size_t length) {
         if (length > kLongestPath) {
             return ERROR_FILENAME_EXCED_RANGE;
         }
         std::error_code error;  // a link to nothing leads to no folder
         const fs::path target = fs::canonical(host, error);
-        const bool isOnMachine = !MachinePath(Machine::Current().Folder(), target).empty();
+        const bool isInSandbox = !ProgramPath(Sandbox::Current().Folder(), target).empty();
         DWORD failure = ERROR_SUCCESS;
         // Links may lead in a circle, or to files that are nobody's to play with.
-        if (fs::is_directory(target, error) && isOnMachine && entered_.insert(target).second) {
+        if (fs::is_directory(target, error) && isInSandbox && entered_.insert(target).second) {
             for (const Entry& entry : List(target)) {
                 const DWORD code = Delete(target / entry.stored, length + 1 + entry.name.size());
                 failure = failure == ERROR_SUCCESS ? code : failure;
@@ -150,7 +154,6 @@ BOOL WINAPI CopyFileA(LPCSTR source, LPCSTR target, BOOL failIfExists) {
 int WINAPI SHFileOperationA(SHFILEOPSTRUCTA* operation) {
     hosted::RecordRequest(*operation);
     hosted::Call call("SHFileOperationA", operation->pFrom, hosted::Call::Changes);
-    DWORD code = call.Code();
-    call.Run([&] { return code = hosted::DeleteByShell(operation->pFrom); });
-    return static_cast<int>(code);
+    call.Run([&] { return hosted::DeleteByShell(operation->pFrom); });
+    return static_cast<int>(call.Result());
 }

@@ -1,21 +1,22 @@
-// The files of the machine. This folder turns paths of the machine into places on the disk
+// The files of the sandbox. This folder turns paths of the program into places on the disk
 // and answers for what lies there: names without regard to case, short names, attributes,
-// links, who has what open. What the kernel keeps is left to it: the files themselves, and
-// who holds them (locks on the file or folder, which end with their process).
+// links, who has what open. What the kernel keeps is left to it: the files themselves, which
+// programs run, and who holds a file (a lock on it, which ends with its process).
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "platform/hosted/call.h"
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/machine.h"
 
 namespace hosted {
 
 // ---- paths.cpp -----------------------------------------------------------------------
+constexpr std::size_t kLongestPath = MAX_PATH - 1;
+
 // What lies at a path.
 struct Place {
     DWORD code = 0;          // 0, 2 (the last name is missing), 3 (an earlier one is), 123, 206
@@ -27,7 +28,7 @@ struct Place {
     [[nodiscard]] bool IsLink() const { return fs::is_symlink(status); }
     [[nodiscard]] bool IsRoot() const { return path.ends_with('\\'); }
     // A link to a folder is one, a link to nothing too: only folders have links that can
-    // be left behind like this.
+    // be left over like this.
     [[nodiscard]] bool IsFolder() const;
 };
 // Finds a path on the disk. Links on the way are followed, one at its end is not.
@@ -50,13 +51,13 @@ std::vector<Entry> List(const fs::path& folder);
 fs::path Find(const fs::path& folder, std::string_view name);
 
 // ---- attributes.cpp ------------------------------------------------------------------
-// The attributes that the disk does not carry are kept in attributes.txt.
-constexpr DWORD kKeptAttributes =
-    FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+// What the disk does not keep of an item is in attributes.txt.
 struct Kept {
-    DWORD attributes = 0;
-    DWORD tag = 0;  // of a reparse point, 0 where the disk tells what it is
+    DWORD attributes = 0;  // read-only, hidden, system
+    DWORD tag = 0;         // of a reparse point, 0 where the disk tells what it is
 };
+// Reads the file now and not at its first use; a damaged one ends the process here.
+void LoadAttributes();
 DWORD KeptAttributes(const fs::path& host);
 void KeepAttributes(const fs::path& host, DWORD attributes);
 // All attributes of an item that exists, as GetFileAttributesA gives them.
@@ -73,7 +74,7 @@ struct Handle {
 };
 HANDLE AddHandle(Handle handle);
 // Nothing, without a file, where there is no such handle.
-Handle& HandleBehind(HANDLE handle);
+Handle& HandleOf(HANDLE handle);
 
 // Opens a file; result: a Win32 code. CREATE_NEW refuses one that is there, OPEN_EXISTING one
 // that is not, any other disposition neither.
@@ -81,26 +82,26 @@ struct Wish {
     DWORD access, share, disposition;
 };
 DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file);
-// Whether somebody has it open without letting others delete it.
-bool IsHeld(const Descriptor& file);
 
 // ---- folders.cpp ---------------------------------------------------------------------
+// Gives a text to the program as most functions do: its length, or with too small a buffer the
+// size needed, its NUL included. Call::Less: it has become longer than the buffer.
+DWORD Give(const Call& call, const std::string& text, LPSTR buffer, DWORD size);
 // The current folder: a full path without a backslash at its end unless it is a root.
 const std::string& CurrentFolder();
-DWORD SetCurrentFolder(std::string_view path);  // a Win32 code
-// Keeps others from deleting a program that runs, or a folder that is current, for as long
-// as the result lives.
-Descriptor Occupy(const fs::path& host);
+// Nobody deletes it for as long as it is current. Result: a Win32 code.
+DWORD SetCurrentFolder(std::string_view path);
 
 struct FilesState {
     std::map<HANDLE, Handle> handles;
     std::intptr_t lastHandle = 0;
     std::string currentFolder;  // empty: where the process was started
     Descriptor occupied;
-    std::optional<std::map<std::string, Kept>> attributes;  // by the path's capitals
+    std::map<std::string, Kept> attributes;  // by the path's capitals
+    bool attributesRead = false;
 };
 inline FilesState& Files() {
-    return StateIn(Machine::Current().files);
+    return StateIn(Sandbox::Current().files);
 }
 
 }  // namespace hosted

@@ -18,41 +18,39 @@ constexpr HRESULT kNoSuchFolder = static_cast<HRESULT>(0x80004005);
 
 // A folder of machine.ini; empty where it is not available.
 std::string KnownFolder(const char* name) {
-    const auto& folders = Machine::Current().GetSettings().folders;
+    const auto& folders = Sandbox::Current().GetSettings().folders;
     const auto folder = folders.find(name);
     return folder == folders.end() ? std::string() : folder->second;
 }
 
-// Writes a path as the Get...Path functions do: its length, or with too small a buffer the
-// size needed, its NUL included. "less": it has become longer than the buffer.
-DWORD Give(const Call& call, const std::string& path, LPSTR buffer, DWORD size) {
-    if (size <= path.size() || call.Less()) {
-        return std::max(static_cast<DWORD>(path.size() + 1), call.Less() ? size + 1 : 0);
-    }
-    buffer[path.copy(buffer, size)] = '\0';
-    return static_cast<DWORD>(path.size());
-}
-
-DWORD GiveKnown(Call& call, const char* name, LPSTR buffer, DWORD size) {
+DWORD GiveKnown(const char* function, const char* name, LPSTR buffer, DWORD size) {
+    Call call(function);
     const std::string path = KnownFolder(name);
-    if (path.empty()) {
-        call.Fail(ERROR_PATH_NOT_FOUND);
-    }
-    return call.Refused() || path.empty() ? 0 : Give(call, path, buffer, size);
+    const BOOL there =
+        call.Run([&] { return path.empty() ? ERROR_PATH_NOT_FOUND : ERROR_SUCCESS; });
+    return there != FALSE ? Give(call, path, buffer, size) : 0;
 }
 
 }  // namespace
+
+DWORD Give(const Call& call, const std::string& text, LPSTR buffer, DWORD size) {
+    if (size <= text.size() || call.Less()) {
+        return std::max(static_cast<DWORD>(text.size() + 1), call.Less() ? size + 1 : 0);
+    }
+    buffer[text.copy(buffer, size)] = '\0';
+    return static_cast<DWORD>(text.size());
+}
 
 // A process starts where its starter says, which is where it is on the disk; one that a
 // person starts from elsewhere, in its own folder.
 const std::string& CurrentFolder() {
     std::string& folder = Files().currentFolder;
     if (folder.empty()) {
-        const Machine& machine = Machine::Current();
+        const Sandbox& sandbox = Sandbox::Current();
         std::error_code error;
-        folder = MachinePath(machine.Folder(), fs::current_path(error));
+        folder = ProgramPath(sandbox.Folder(), fs::current_path(error));
         if (folder.empty()) {
-            const std::string module = machine.ModulePath();
+            const std::string module = sandbox.ModulePath();
             folder = module.substr(0, module.rfind('\\'));
         }
         folder += folder.empty() ? "C:\\" : folder.ends_with(':') ? "\\" : "";
@@ -66,37 +64,29 @@ DWORD SetCurrentFolder(std::string_view path) {
         return place.Exists() ? ERROR_DIRECTORY : place.code;
     }
     Files().currentFolder = place.path;
-    Files().occupied = Occupy(place.host);
+    Files().occupied = Descriptor(open(place.host.c_str(), O_RDONLY | O_CLOEXEC));
+    flock(Files().occupied.Get(), LOCK_SH);
     return ERROR_SUCCESS;
-}
-
-Descriptor Occupy(const fs::path& host) {
-    Descriptor place(open(host.c_str(), O_RDONLY | O_CLOEXEC));
-    flock(place.Get(), LOCK_SH);
-    return place;
 }
 
 }  // namespace hosted
 
 // Whether the folder exists is not looked at.
 DWORD WINAPI GetTempPathA(DWORD size, LPSTR buffer) {
-    hosted::Call call("GetTempPathA");
-    return hosted::GiveKnown(call, "temp", buffer, size);
+    return hosted::GiveKnown("GetTempPathA", "temp", buffer, size);
 }
 
 UINT WINAPI GetSystemDirectoryA(LPSTR buffer, UINT size) {
-    hosted::Call call("GetSystemDirectoryA");
-    return hosted::GiveKnown(call, "system", buffer, size);
+    return hosted::GiveKnown("GetSystemDirectoryA", "system", buffer, size);
 }
 
 UINT WINAPI GetWindowsDirectoryA(LPSTR buffer, UINT size) {
-    hosted::Call call("GetWindowsDirectoryA");
-    return hosted::GiveKnown(call, "windows", buffer, size);
+    return hosted::GiveKnown("GetWindowsDirectoryA", "windows", buffer, size);
 }
 
 DWORD WINAPI GetCurrentDirectoryA(DWORD size, LPSTR buffer) {
-    const hosted::Call call("GetCurrentDirectoryA");
-    return call.Refused() ? 0 : hosted::Give(call, hosted::CurrentFolder(), buffer, size);
+    hosted::Call call("GetCurrentDirectoryA");
+    return call.Run() != FALSE ? hosted::Give(call, hosted::CurrentFolder(), buffer, size) : 0;
 }
 
 BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
@@ -106,13 +96,11 @@ BOOL WINAPI SetCurrentDirectoryA(LPCSTR path) {
 
 // Only the two Programs folders; an unknown or unavailable one fails.
 HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLIST* list) {
-    const hosted::Call call("SHGetSpecialFolderLocation", std::to_string(folder));
+    hosted::Call call("SHGetSpecialFolderLocation", std::to_string(folder));
     *list = nullptr;
-    const std::string path = folder == CSIDL_COMMON_PROGRAMS
-                                 ? hosted::KnownFolder("common-programs")
-                             : folder == CSIDL_PROGRAMS ? hosted::KnownFolder("programs")
-                                                        : std::string();
-    if (call.Refused() || path.empty()) {
+    const std::string path =
+        hosted::KnownFolder(folder == CSIDL_COMMON_PROGRAMS ? "common-programs" : "programs");
+    if (call.Run() == FALSE || path.empty()) {
         return hosted::kNoSuchFolder;
     }
     *list = std::make_unique<ITEMIDLIST>(ITEMIDLIST{path}).release();
@@ -121,7 +109,7 @@ HRESULT WINAPI SHGetSpecialFolderLocation(HWND /*owner*/, int folder, LPITEMIDLI
 
 // path: room for MAX_PATH characters.
 BOOL WINAPI SHGetPathFromIDListA(LPCITEMIDLIST list, LPSTR path) {
-    hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : list->path.c_str());
+    hosted::Call call("SHGetPathFromIDListA", list == nullptr ? "" : list->path);
     return call.Run([&] {
         if (list == nullptr || list->path.size() >= MAX_PATH) {
             return ERROR_INVALID_PARAMETER;

@@ -1,11 +1,10 @@
-// Handles, and the open files among them. Who has a file open and how is told by locks on
-// bytes of it, which mean nothing to its content: one for each right that somebody has, one
-// for each right that somebody denies all others. The kernel knows them by the opening, not
-// by the process, as the system does.
+// Handles, and the open files among them. Who has a file open is told by the kernel's own lock
+// on it, shared by those who read and kept by one who writes: simpler than the system's six
+// rights, and never kinder to the program.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -14,36 +13,16 @@
 namespace hosted {
 namespace {
 
-constexpr std::array<std::pair<DWORD, DWORD>, 3> kRights{
-    {{GENERIC_READ, FILE_SHARE_READ}, {GENERIC_WRITE, FILE_SHARE_WRITE}, {0, FILE_SHARE_DELETE}}};
-constexpr off_t kDeletionDenied = 5;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
-// Locks a byte, or asks whether another opening of the file has locked it.
-bool Lock(const Descriptor& file, int command, off_t byte) {
-    struct flock lock {};
-    lock.l_type = command == F_OFD_SETLK ? F_RDLCK : F_WRLCK;
-    lock.l_start = byte;
-    lock.l_len = 1;
-    return fcntl(file.Get(), command, &lock) == 0 && lock.l_type != F_UNLCK;
-}
-
-// False if somebody stands against it; closing the file takes back what it has claimed.
-bool Claim(const Descriptor& file, DWORD access, DWORD share) {
-    bool free = true;
-    off_t had = 0;
-    for (const auto& [right, sharing] : kRights) {
-        const off_t denied = had + 1;
-        if ((access & right) != 0) {
-            Lock(file, F_OFD_SETLK, had);
-            free = free && !Lock(file, F_OFD_GETLK, denied);
-        }
-        if ((share & sharing) == 0) {
-            Lock(file, F_OFD_SETLK, denied);
-            free = free && !Lock(file, F_OFD_GETLK, had);
-        }
-        had += 2;
+// False if somebody has it open in a way that does not go with this.
+bool Claim(const Descriptor& file, const Wish& wish) {
+    const int lock = (wish.access & GENERIC_WRITE) != 0 ? LOCK_EX : LOCK_SH;
+    if (flock(file.Get(), lock | LOCK_NB) != 0) {
+        return false;
     }
-    return free;
+    // Who denies nobody anything only had to ask.
+    return wish.share != kShareAll || flock(file.Get(), LOCK_UN) == 0;
 }
 
 DWORD CheckPlace(const Place& place, const Wish& wish) {
@@ -68,15 +47,9 @@ HANDLE Open(Call& call, const char* path, const Wish& wish) {
 
 // It is closed even where a fault tells the program otherwise.
 BOOL Close(const char* function, HANDLE handle) {
-    Call call(function, HandleBehind(handle).name.c_str());
+    Call call(function, HandleOf(handle).name);
     const bool known = Files().handles.erase(handle) != 0;
     return call.Run([&] { return known ? ERROR_SUCCESS : ERROR_INVALID_HANDLE; });
-}
-
-// What read or write has moved; a code.
-DWORD Moved(ssize_t size, LPDWORD moved) {
-    *moved = size > 0 ? static_cast<DWORD>(size) : 0;
-    return size < 0 ? CodeOfErrno(errno) : ERROR_SUCCESS;
 }
 
 }  // namespace
@@ -89,7 +62,7 @@ HANDLE AddHandle(Handle handle) {
     return value;
 }
 
-Handle& HandleBehind(HANDLE handle) {
+Handle& HandleOf(HANDLE handle) {
     static Handle none;
     const auto found = Files().handles.find(handle);
     return found == Files().handles.end() ? none : found->second;
@@ -104,13 +77,9 @@ DWORD OpenAs(std::string_view path, const Wish& wish, Descriptor& file) {
     const int mode = (wish.access & GENERIC_WRITE) != 0 ? O_RDWR : O_RDONLY;
     file = Descriptor(open(place.host.c_str(), O_CLOEXEC | mode | create, 0666));
     if (!file) {
-        return CodeOfErrno(errno);
+        return CodeOfErrno(errno);  // of a running program, too
     }
-    return Claim(file, wish.access, wish.share) ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
-}
-
-bool IsHeld(const Descriptor& file) {
-    return Lock(file, F_OFD_GETLK, kDeletionDenied);
+    return Claim(file, wish) ? ERROR_SUCCESS : ERROR_SHARING_VIOLATION;
 }
 
 }  // namespace hosted
@@ -124,11 +93,12 @@ HANDLE WINAPI CreateFileA(LPCSTR path, DWORD access, DWORD share, void* /*securi
     return hosted::Open(call, path, {access, share, disposition});
 }
 
-// Only OF_WRITE, in the compatibility sharing mode, which shares reading and writing.
+// Only OF_WRITE, in the compatibility sharing mode, which shares reading and writing. The record
+// has no room for a longer path.
 HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
     hosted::Call call("OpenFile", path);
     if (std::strlen(path) >= OFS_MAXPATHNAME) {
-        call.Fail(ERROR_FILENAME_EXCED_RANGE);  // the record has no room for more
+        call.Run([] { return ERROR_FILENAME_EXCED_RANGE; });
         return HFILE_ERROR;
     }
     constexpr DWORD kShare = FILE_SHARE_READ | FILE_SHARE_WRITE;
@@ -136,22 +106,17 @@ HFILE WINAPI OpenFile(LPCSTR path, OFSTRUCT* /*record*/, UINT /*style*/) {
     return static_cast<HFILE>(reinterpret_cast<std::intptr_t>(handle));
 }
 
-// "less": half of what is asked for.
-BOOL WINAPI ReadFile(HANDLE file, LPVOID buffer, DWORD count, LPDWORD read, void* /*overlapped*/) {
-    const hosted::Handle& handle = hosted::HandleBehind(file);
-    hosted::Call call("ReadFile", handle.name.c_str());
-    count = call.Less() && count > 1 ? count / 2 : count;
-    return call.Run([&] { return hosted::Moved(::read(handle.file.Get(), buffer, count), read); });
-}
-
 // "less": all but a byte.
 BOOL WINAPI WriteFile(HANDLE file, LPCVOID data, DWORD count, LPDWORD written,
                       void* /*overlapped*/) {
-    const hosted::Handle& handle = hosted::HandleBehind(file);
-    hosted::Call call("WriteFile", handle.name.c_str(), hosted::Call::Changes);
+    const hosted::Handle& handle = hosted::HandleOf(file);
+    hosted::Call call("WriteFile", handle.name, hosted::Call::Changes);
     count -= call.Less() && count > 0 ? 1 : 0;
-    return call.Run(
-        [&] { return hosted::Moved(::write(handle.file.Get(), data, count), written); });
+    return call.Run([&] {
+        const ssize_t size = write(handle.file.Get(), data, count);
+        *written = size > 0 ? static_cast<DWORD>(size) : 0;
+        return size < 0 ? hosted::CodeOfErrno(errno) : ERROR_SUCCESS;
+    });
 }
 
 BOOL WINAPI CloseHandle(HANDLE handle) {

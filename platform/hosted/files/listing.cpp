@@ -1,4 +1,4 @@
-// What a folder on the disk holds, as the machine sees it: names without regard to case,
+// What a folder on the disk holds, as the program sees it: names without regard to case,
 // each with its short name.
 #include <algorithm>
 #include <tuple>

@@ -1,4 +1,4 @@
-// Paths of the machine: taken apart as the system does it, and found on the disk.
+// Paths of the program: taken apart as the system does it, and found on the disk.
 #include <algorithm>
 #include <cerrno>
 #include <sstream>
@@ -8,7 +8,6 @@
 namespace hosted {
 namespace {
 
-constexpr std::size_t kLongestPath = MAX_PATH - 1;
 constexpr DWORD kBadNetworkPath = 53;
 
 // The end of a path loses all its dots and blanks, a name on the way only a single dot.
@@ -95,7 +94,7 @@ Place Locate(std::string_view path) {
         place.path += '\\' + name;
     }
     place.path += names.empty() ? "\\" : "";
-    place.host = Machine::Current().Folder() / "drives" / drive;
+    place.host = Sandbox::Current().Folder() / "drives" / drive;
     if (place.path.size() > kLongestPath && place.Exists()) {
         place.code = ERROR_FILENAME_EXCED_RANGE;
     }
@@ -136,8 +135,8 @@ std::optional<fs::path> HostPath(std::string_view path) {
     return place.Exists() ? std::optional(place.host) : std::nullopt;
 }
 
-std::string MachinePath(const fs::path& machine, const fs::path& host) {
-    const std::string drives = (machine / "drives").native() + '/';
+std::string ProgramPath(const fs::path& sandbox, const fs::path& host) {
+    const std::string drives = (sandbox / "drives").native() + '/';
     if (!host.native().starts_with(drives)) {
         return {};
     }

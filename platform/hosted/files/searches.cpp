@@ -64,7 +64,7 @@ DWORD Search(std::string_view pattern, std::vector<WIN32_FIND_DATAA>& found) {
 
 // The short form of a path that exists; names that are short come as they are stored.
 std::string ShortPath(const Place& place) {
-    fs::path folder = Machine::Current().Folder() / "drives" / place.path.substr(0, 1);
+    fs::path folder = Sandbox::Current().Folder() / "drives" / place.path.substr(0, 1);
     std::string text = place.path.substr(0, 2);
     for (const fs::path& name : place.host.lexically_relative(folder)) {
         folder /= name;
@@ -116,12 +116,7 @@ DWORD WINAPI GetShortPathNameA(LPCSTR longPath, LPSTR buffer, DWORD size) {
     }
     std::string text = place.IsRoot() ? place.path : hosted::ShortPath(place);
     text += std::string_view(longPath).ends_with('\\') && !place.IsRoot() ? "\\" : "";
-    // "less": it has grown since its size was asked for.
-    if (size <= text.size() || call.Less()) {
-        return std::max(static_cast<DWORD>(text.size() + 1), size + 1);
-    }
-    buffer[text.copy(buffer, size)] = '\0';
-    return static_cast<DWORD>(text.size());
+    return hosted::Give(call, text, buffer, size);
 }
 
 HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
@@ -140,7 +135,7 @@ HANDLE WINAPI FindFirstFileA(LPCSTR pattern, WIN32_FIND_DATAA* data) {
 }
 
 BOOL WINAPI FindNextFileA(HANDLE handle, WIN32_FIND_DATAA* data) {
-    hosted::Handle& find = hosted::HandleBehind(handle);
-    hosted::Call call("FindNextFileA", find.name.c_str());
+    hosted::Handle& find = hosted::HandleOf(handle);
+    hosted::Call call("FindNextFileA", find.name);
     return call.Run([&] { return hosted::Next(find, *data); });
 }

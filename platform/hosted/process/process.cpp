@@ -1,27 +1,10 @@
 // What a process asks about itself, its memory and its end.
-#include "platform/hosted/process/process.h"
-
 #include <unistd.h>
 
 #include <cstdlib>
 
-#include "platform/hosted/files/files.h"
+#include "platform/hosted/call.h"
 #include "platform/hosted/registry/registry.h"
-
-namespace hosted {
-
-void SetArguments(std::string_view arguments) {
-    std::string& line = Process().commandLine;
-    line = '"' + Machine::Current().ModulePath() + '"';
-    line.append(arguments.empty() ? "" : " ").append(arguments);
-}
-
-void EnterProcess() {
-    Process().program = Occupy("/proc/self/exe");
-    SetCurrentFolder(CurrentFolder());
-}
-
-}  // namespace hosted
 
 HANDLE WINAPI GetCurrentProcess() {
     return INVALID_HANDLE_VALUE;
@@ -41,13 +24,12 @@ HANDLE WINAPI GetProcessHeap() {
 
 // The program's own memory only: what this layer needs for itself is no call of the program.
 LPVOID WINAPI HeapAlloc(HANDLE /*heap*/, DWORD /*flags*/, SIZE_T bytes) {
-    bool refused = false;
+    BOOL given = TRUE;
     if (hosted::InProgram()) {
-        const hosted::Call call("HeapAlloc");
-        refused = call.Refused();
+        given = hosted::Call("HeapAlloc").Run();
     }
     // NOLINTNEXTLINE(cppcoreguidelines-no-malloc, cppcoreguidelines-owning-memory): libc's heap
-    return refused ? nullptr : std::malloc(bytes);
+    return given != FALSE ? std::malloc(bytes) : nullptr;
 }
 
 BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
@@ -55,24 +37,16 @@ BOOL WINAPI HeapFree(HANDLE /*heap*/, DWORD /*flags*/, LPVOID memory) {
     return TRUE;
 }
 
-// The quoted path of the program, a blank, and the arguments as they were given; the
-// blank only where there are some.
-LPSTR WINAPI GetCommandLineA() {
-    const hosted::Call call("GetCommandLineA");
-    return hosted::Process().commandLine.data();
-}
-
 // The program's buffer has room for every path there is.
 DWORD WINAPI GetModuleFileNameA(HMODULE /*module*/, LPSTR buffer, DWORD size) {
-    const hosted::Call call("GetModuleFileNameA");
-    const std::string& path = hosted::Machine::Current().ModulePath();
-    const std::size_t length = call.Refused() ? 0 : path.copy(buffer, size - 1);
+    const std::string& path = hosted::Sandbox::Current().ModulePath();
+    const bool given = hosted::Call("GetModuleFileNameA").Run() != FALSE;
+    const std::size_t length = given ? path.copy(buffer, size - 1) : 0;
     buffer[length] = '\0';
     return static_cast<DWORD>(length);
 }
 
 // The interpreter here is this layer's own and reads no variable.
 BOOL WINAPI SetEnvironmentVariableA(LPCSTR name, LPCSTR /*value*/) {
-    const hosted::Call call("SetEnvironmentVariableA", name);
-    return call.Refused() ? FALSE : TRUE;
+    return hosted::Call("SetEnvironmentVariableA", name).Run();
 }

@@ -1,22 +1,27 @@
-// The processes of the machine. This folder starts the program and its script as real
+// The processes of the sandbox. This folder starts the program and its script as real
 // processes, one after the other, reads batch files as the command interpreter does, and
-// answers what a process asks about itself: its arguments, its file, its stored resources.
+// answers what a process asks about itself: its file, its stored resources.
 #pragma once
+
+#include <sys/types.h>
 
 #include <istream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/hosted/descriptor.h"
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 
 namespace hosted {
 
-// For a program that begins: the text behind its name, as GetCommandLineA gives it, and
-// that it runs, so that nobody deletes its file.
-void SetArguments(std::string_view arguments);
-void EnterProcess();
+// Starts a program of the disk in a folder, or where this process is. The descriptor that is given
+// becomes its kInherited. -1 if it is no program.
+constexpr int kInherited = 3;
+pid_t Start(std::vector<std::string> words, const fs::path& folder = {}, int inherited = -1);
+
+// The command interpreter: the file of the program, copied into the sandbox's own folder, is one.
+// Its argument is the script. It begins when its starter has ended, which closes kInherited.
+int RunInterpreter(int count, char** values);
 
 // One command of a batch file, Windows-1252.
 struct ScriptCommand {
@@ -27,17 +32,8 @@ struct ScriptCommand {
 };
 // Reads the next line of a batch file.
 std::vector<ScriptCommand> ReadScriptLine(std::istream& script);
-// Runs a batch file of the machine to its end. Like the real interpreter it opens the file
-// anew for every line, at the place where the last one ended, so the script may be deleted
-// by one of its own commands.
+// Runs a batch file to its end. Like the real interpreter it opens the file anew for every line,
+// at the place where the last one ended, so the script may be deleted by one of its own commands.
 void RunScript(std::string_view path);
-
-struct ProcessState {
-    std::string commandLine;
-    Descriptor program;  // its file, while it runs
-};
-inline ProcessState& Process() {
-    return StateIn(Machine::Current().process);
-}
 
 }  // namespace hosted

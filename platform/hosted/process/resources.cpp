@@ -1,13 +1,22 @@
 // The resources that the program carries.
 #include <algorithm>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 #include "platform/hosted/process/stored_resources.h"
 
 namespace {
 
-const hosted::StoredResource* Behind(HRSRC resource) {
+const hosted::StoredResource* ResourceOf(HRSRC resource) {
     return reinterpret_cast<const hosted::StoredResource*>(resource);
+}
+
+const hosted::StoredResource* Find(std::uintptr_t id, const char* type) {
+    for (const hosted::StoredResource& resource : hosted::StoredResources()) {
+        if (resource.id == id && hosted::EqualIgnoringCase(resource.type, type)) {
+            return &resource;
+        }
+    }
+    return nullptr;
 }
 
 }  // namespace
@@ -16,27 +25,22 @@ const hosted::StoredResource* Behind(HRSRC resource) {
 HRSRC WINAPI FindResourceA(HMODULE /*module*/, LPCSTR name, LPCSTR type) {
     const auto id = reinterpret_cast<std::uintptr_t>(name);
     hosted::Call call("FindResourceA", std::to_string(id));
-    for (const hosted::StoredResource& resource : hosted::StoredResources()) {
-        if (!call.Refused() && resource.id == id &&
-            hosted::EqualIgnoringCase(resource.type, type)) {
-            return reinterpret_cast<HRSRC>(const_cast<hosted::StoredResource*>(&resource));
-        }
-    }
-    call.Fail(call.Refused() ? call.Code() : ERROR_RESOURCE_NAME_NOT_FOUND);
-    return nullptr;
+    const hosted::StoredResource* const found = Find(id, type);
+    return call.Run([&] { return found == nullptr ? ERROR_RESOURCE_NAME_NOT_FOUND : 0; }) != FALSE
+               ? reinterpret_cast<HRSRC>(const_cast<hosted::StoredResource*>(found))
+               : nullptr;
 }
 
 HGLOBAL WINAPI LoadResource(HMODULE /*module*/, HRSRC resource) {
-    const hosted::Call call("LoadResource");
-    return call.Refused() ? nullptr : const_cast<unsigned char*>(Behind(resource)->data);
+    const bool given = hosted::Call("LoadResource").Run() != FALSE;
+    return given ? const_cast<unsigned char*>(ResourceOf(resource)->data) : nullptr;
 }
 
 LPVOID WINAPI LockResource(HGLOBAL data) {
-    const hosted::Call call("LockResource");
-    return call.Refused() ? nullptr : data;
+    return hosted::Call("LockResource").Run() != FALSE ? data : nullptr;
 }
 
 DWORD WINAPI SizeofResource(HMODULE /*module*/, HRSRC resource) {
-    const hosted::Call call("SizeofResource");
-    return call.Refused() ? 0 : static_cast<DWORD>(Behind(resource)->size);
+    const bool given = hosted::Call("SizeofResource").Run() != FALSE;
+    return given ? static_cast<DWORD>(ResourceOf(resource)->size) : 0;
 }

@@ -1,9 +1,6 @@
 // The command interpreter: as much of it as a script with "del" and "start /wait" needs.
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
@@ -84,22 +81,15 @@ BOOL Delete(const std::string& path) {
     return finds ? DeleteFileA(path.c_str()) : TRUE;
 }
 
-DWORD Start(const Place& place, std::string arguments, pid_t& process) {
-    if (!place.Exists()) {
-        return place.code;
-    }
-    std::string program = place.host;
-    const std::array<char*, 3> words{program.data(), arguments.empty() ? nullptr : arguments.data(),
-                                     nullptr};
-    const int error =
-        posix_spawn(&process, program.c_str(), nullptr, nullptr, words.data(), environ);
-    return error != 0 ? kBadProgram : ERROR_SUCCESS;
-}
-
 BOOL StartAndWait(const ScriptCommand& command) {
-    pid_t process = 0;
-    const BOOL started = Call("CreateProcessA", command.item.c_str(), Call::Changes).Run([&] {
-        return Start(LocateTarget(command.item), ToUtf8(command.arguments), process);
+    pid_t process = -1;
+    const BOOL started = Call("CreateProcessA", command.item, Call::Changes).Run([&] {
+        const Place place = LocateTarget(command.item);
+        if (!place.Exists()) {
+            return place.code;
+        }
+        process = Start({place.host, ToUtf8(command.arguments)});
+        return process < 0 ? kBadProgram : DWORD{ERROR_SUCCESS};
     });
     return started != FALSE && waitpid(process, nullptr, 0) == process ? TRUE : FALSE;
 }
@@ -108,9 +98,9 @@ void Run(const ScriptCommand& command) {
     const std::string item = ToUtf8(command.item);
     const bool deletes = command.kind == ScriptCommand::Kind::Delete;
     if (command.kind == ScriptCommand::Kind::Unknown) {
-        Machine::Current().AppendLine("log.txt", "unknown command: " + item);
+        Sandbox::Current().AppendLine("log.txt", "unknown command: " + item);
     } else if ((deletes ? Delete(command.item) : StartAndWait(command)) == FALSE) {
-        Machine::Current().AppendLine("log.txt", (deletes ? "del \"" : "start \"") + item +
+        Sandbox::Current().AppendLine("log.txt", (deletes ? "del \"" : "start \"") + item +
                                                      "\": error " + std::to_string(GetLastError()));
     }
 }

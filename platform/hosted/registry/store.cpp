@@ -1,19 +1,17 @@
-// Reading and writing the registry of a machine.
+// The registry of a sandbox: where a key is kept, and its reading and writing.
+#include "platform/hosted/registry/store.h"
+
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
-#include <memory>
+#include <set>
 
 #include "platform/hosted/registry/registry.h"
-#include "platform/hosted/registry/state.h"
 
 namespace hosted {
 namespace {
 
-fs::path FileOf(const Machine& machine) {
-    return machine.Folder() / "registry.reg";
-}
+constexpr const char* kFile = "registry.reg";
 
 bool WriteAndRename(const fs::path& file, const std::string& text) {
     // Of this process alone: two at a time must not write into one.
@@ -31,64 +29,61 @@ bool WriteAndRename(const fs::path& file, const std::string& text) {
 
 }  // namespace
 
-RegistryState::RegistryState(const Machine& machine) : user(ToUtf8(machine.GetSettings().user)) {
-    const fs::path file = FileOf(machine);
-    std::string text = "REGEDIT4";  // a machine without the file has an empty registry
-    if (fs::exists(file)) {
-        std::ifstream stream(file, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(stream), {});
-    }
+RegistryState::RegistryState(const Sandbox& sandbox) : user(sandbox.GetSettings().user) {
+    // A sandbox without the file has an empty registry.
+    const bool exists = fs::exists(sandbox.Folder() / kFile);
     try {
-        keys = regtext::Parse(text, user);
+        keys = regtext::Parse(exists ? sandbox.Read(kFile) : regtext::Format({}), user);
     } catch (const regtext::Damage& damage) {
-        machine.Damaged(file, damage.line, damage.what());
-    }
-    for (const Denial& denial : machine.GetSettings().denied) {
-        for (const std::string& place : regtext::PlacesOf(ToUtf8(denial.key), user)) {
-            refused[place] |= denial.rights;
-        }
+        sandbox.Damaged(kFile, damage.line, damage.what());
     }
     for (const char* name :
          {"HKEY_CLASSES_ROOT", "HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE", "HKEY_USERS"}) {
-        OpenedKey root = At(name);
-        root.rights = kAllRights & ~Refused(root.Winner(), kAllRights);
-        handles.emplace(kFirstRoot + handles.size(), std::move(root));
+        handles.emplace(kFirstRoot + handles.size(), OpenedKey{name});
     }
 }
 
 RegistryState& RegistryState::Ours() {
-    Machine& machine = Machine::Current();
-    if (machine.registry == nullptr) {
-        machine.registry = std::make_shared<RegistryState>(machine);
+    Sandbox& sandbox = Sandbox::Current();
+    if (sandbox.registry == nullptr) {
+        sandbox.registry = std::make_shared<RegistryState>(sandbox);
     }
-    return *machine.registry;
+    return *sandbox.registry;
 }
 
-OpenedKey RegistryState::At(std::string name) {
-    OpenedKey key;
-    key.places = regtext::PlacesOf(name, user);
-    key.name = std::move(name);
-    LookUp(key);
-    return key;
-}
-
-void RegistryState::LookUp(OpenedKey& key) {
-    if (key.changes == changes) {
-        return;
-    }
-    key.changes = changes;
-    key.subkeys.clear();
-    key.found.clear();
-    for (const std::string& place : key.places) {
-        if (const auto found = keys.find(place); found != keys.end()) {
-            key.found.push_back(found);
+std::vector<regtext::Keys::iterator> RegistryState::Find(const std::string& name) {
+    std::vector<regtext::Keys::iterator> found;
+    for (const std::string& place : regtext::PlacesOf(ToUtf8(name), user)) {
+        if (const auto key = keys.find(place); key != keys.end()) {
+            found.push_back(key);
         }
     }
+    return found;
 }
 
-REGSAM RegistryState::Refused(const std::string& place, REGSAM rights) const {
-    const auto found = refused.find(place);
-    return found == refused.end() ? 0 : found->second & rights;
+regtext::Values& RegistryState::Make(const std::string& name) {
+    const auto found = Find(name);
+    changed = true;
+    return found.empty() ? regtext::AddKey(keys, regtext::PlacesOf(ToUtf8(name), user).back())
+                         : found.front()->second;
+}
+
+std::vector<std::string> RegistryState::SubkeysOf(const std::string& name) {
+    std::set<std::string, regtext::ByName> names;
+    for (const auto& key : Find(name)) {
+        const std::size_t length = key->first.size() + 1;
+        const auto end = keys.lower_bound(regtext::EndOf(key->first));
+        for (auto below = std::next(key); below != end; ++below) {
+            if (below->first.find('\\', length) == std::string::npos) {
+                names.insert(below->first.substr(length));
+            }
+        }
+    }
+    std::vector<std::string> list;
+    for (const std::string& subkey : names) {
+        list.push_back(FromUtf8(subkey));
+    }
+    return list;
 }
 
 void LoadRegistry() {
@@ -96,34 +91,32 @@ void LoadRegistry() {
 }
 
 void SaveRegistry() {
-    const Machine& machine = Machine::Current();
-    if (machine.registry == nullptr || machine.registry->saved) {
+    const Sandbox& sandbox = Sandbox::Current();
+    if (sandbox.registry == nullptr || !sandbox.registry->changed) {
         return;
     }
-    if (!WriteAndRename(FileOf(machine), regtext::Format(machine.registry->keys))) {
-        machine.Damaged(FileOf(machine), 0, "it cannot be written");
+    if (!WriteAndRename(sandbox.Folder() / kFile, regtext::Format(sandbox.registry->keys))) {
+        sandbox.Damaged(kFile, 0, "it cannot be written");
     }
-    machine.registry->saved = true;
+    sandbox.registry->changed = false;
 }
 
 std::vector<std::string> OpenKeys() {
     std::vector<std::string> names;
-    const auto& registry = Machine::Current().registry;
-    if (registry != nullptr) {
-        const auto roots = registry->handles.lower_bound(kFirstRoot);
-        for (auto handle = registry->handles.begin(); handle != roots; ++handle) {
-            names.push_back(handle->second.name);
-        }
+    const auto& handles = RegistryState::Ours().handles;
+    for (auto handle = handles.begin(); handle->first < kFirstRoot; ++handle) {
+        names.push_back(handle->second.name);
     }
     return names;
 }
 
 void RemoveKey(std::string_view fullName) {
     RegistryState& registry = RegistryState::Ours();
-    const OpenedKey key = registry.At(ToUtf8(fullName));
-    if (!key.IsRoot() && !key.found.empty()) {
-        regtext::RemoveTree(registry.keys, std::string(key.Winner()));
-        registry.CountChange();
+    const std::string name(fullName);
+    const auto found = registry.Find(name);
+    if (!RegistryState::IsRoot(name) && !found.empty()) {
+        regtext::RemoveTree(registry.keys, std::string(found.front()->first));
+        registry.changed = true;
     }
 }
 

@@ -1,4 +1,5 @@
-// The clipboard, a file of the machine, and the memory that a text travels in.
+// The clipboard, a file of the sandbox, the window that owns it, and the memory that a text
+// travels in.
 #include <cstdlib>
 #include <fstream>
 
@@ -7,10 +8,11 @@
 namespace hosted {
 namespace {
 
-constexpr DWORD kNotOpen = 1418;  // ERROR_CLIPBOARD_NOT_OPEN
+constexpr DWORD kNotOpen = 1418;   // ERROR_CLIPBOARD_NOT_OPEN
+constexpr DWORD kNoWindow = 1400;  // ERROR_INVALID_WINDOW_HANDLE
 
 fs::path ClipboardFile() {
-    return Machine::Current().Folder() / "clipboard.txt";
+    return Sandbox::Current().Folder() / "clipboard.txt";
 }
 
 }  // namespace
@@ -18,22 +20,26 @@ fs::path ClipboardFile() {
 
 using hosted::Call;
 
-// Only windows that are never seen: one to own the clipboard for a moment.
-HWND WINAPI CreateWindowExA(DWORD, LPCSTR, LPCSTR, DWORD, int, int, int, int, HWND, void*,
+// Only windows that are never seen.
+HWND WINAPI CreateWindowExA(DWORD, LPCSTR kind, LPCSTR, DWORD, int, int, int, int, HWND, void*,
                             HINSTANCE, LPVOID) {
-    static char window;
-    const Call call("CreateWindowExA");
-    return call.Refused() ? nullptr : reinterpret_cast<HWND>(&window);
+    static std::intptr_t last = 0;
+    if (Call("CreateWindowExA", kind).Run() == FALSE) {
+        return nullptr;
+    }
+    const hosted::LayerScope layer;
+    return *hosted::Ui().others.insert(reinterpret_cast<HWND>(++last)).first;
 }
 
-BOOL WINAPI DestroyWindow(HWND /*window*/) {
-    const Call call("DestroyWindow");
-    return TRUE;
+BOOL WINAPI DestroyWindow(HWND window) {
+    Call call("DestroyWindow");
+    const bool known = hosted::Ui().others.erase(window) != 0;
+    return call.Run([&] { return known ? DWORD{ERROR_SUCCESS} : hosted::kNoWindow; });
 }
 
 BOOL WINAPI OpenClipboard(HWND opener) {
-    const Call call("OpenClipboard");
-    if (call.Refused()) {
+    Call call("OpenClipboard");
+    if (call.Run() == FALSE) {
         return FALSE;
     }
     hosted::Ui().clipboard.open = true;
@@ -43,30 +49,34 @@ BOOL WINAPI OpenClipboard(HWND opener) {
 
 BOOL WINAPI EmptyClipboard() {
     Call call("EmptyClipboard", "", Call::Changes);
-    auto& clipboard = hosted::Ui().clipboard;
-    if (call.Refused() || !clipboard.open) {
-        return call.Fail(call.Refused() ? call.Code() : hosted::kNotOpen);
-    }
-    clipboard.owner = clipboard.opener;
-    clipboard.memory.reset();
-    std::error_code error;
-    hosted::fs::remove(hosted::ClipboardFile(), error);
-    return TRUE;
+    return call.Run([]() -> DWORD {
+        auto& clipboard = hosted::Ui().clipboard;
+        if (!clipboard.open) {
+            return hosted::kNotOpen;
+        }
+        clipboard.owner = clipboard.opener;
+        clipboard.memory.reset();
+        std::error_code error;
+        hosted::fs::remove(hosted::ClipboardFile(), error);
+        return ERROR_SUCCESS;
+    });
 }
 
 // Of CF_TEXT only. The memory is the clipboard's afterwards. Opened without a window it has no
 // owner even when it was emptied, and takes nothing.
 HANDLE WINAPI SetClipboardData(UINT /*format*/, HANDLE data) {
     Call call("SetClipboardData", "", Call::Changes);
-    auto& clipboard = hosted::Ui().clipboard;
-    if (call.Refused() || !clipboard.open || clipboard.owner == nullptr) {
-        call.Fail(call.Refused() ? call.Code() : hosted::kNotOpen);
-        return nullptr;
-    }
-    std::ofstream(hosted::ClipboardFile(), std::ios::binary)
-        << hosted::ToUtf8(static_cast<const char*>(data));
-    clipboard.memory.reset(data, std::free);
-    return data;
+    const BOOL taken = call.Run([&]() -> DWORD {
+        auto& clipboard = hosted::Ui().clipboard;
+        if (!clipboard.open || clipboard.owner == nullptr) {
+            return hosted::kNotOpen;
+        }
+        std::ofstream(hosted::ClipboardFile(), std::ios::binary)
+            << hosted::ToUtf8(static_cast<const char*>(data));
+        clipboard.memory.reset(data, std::free);
+        return ERROR_SUCCESS;
+    });
+    return taken != FALSE ? data : nullptr;
 }
 
 BOOL WINAPI CloseClipboard() {
@@ -77,19 +87,18 @@ BOOL WINAPI CloseClipboard() {
 
 // Memory never moves here; what the program does wrong with it, the sanitizers find.
 HGLOBAL WINAPI GlobalAlloc(UINT /*flags*/, SIZE_T bytes) {
-    const Call call("GlobalAlloc");
-    return call.Refused() ? nullptr : std::malloc(bytes);  // NOLINT(cppcoreguidelines-no-malloc)
+    // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
+    return Call("GlobalAlloc").Run() != FALSE ? std::malloc(bytes) : nullptr;
 }
 
 LPVOID WINAPI GlobalLock(HGLOBAL memory) {
-    const Call call("GlobalLock");
-    return call.Refused() ? nullptr : memory;
+    return Call("GlobalLock").Run() != FALSE ? memory : nullptr;
 }
 
-// False with the last error code 0: it is not locked any more.
+// False, which is no failure: it is not locked any more.
 BOOL WINAPI GlobalUnlock(HGLOBAL /*memory*/) {
-    Call call("GlobalUnlock");
-    return call.Fail(ERROR_SUCCESS);
+    const Call call("GlobalUnlock");
+    return FALSE;
 }
 
 // Null for success.

@@ -2,7 +2,7 @@
 // this layer gives.
 #include <map>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 
 namespace hosted {
 namespace {
@@ -45,22 +45,21 @@ const std::map<DWORD, std::string_view>& ErrorTexts() {
 }  // namespace hosted
 
 // Only the system's own texts. The program has no arguments for their insert sequences: a
-// text with some fails unless it is asked for as it stands.
-DWORD WINAPI FormatMessageA(DWORD flags, LPCVOID, DWORD messageId, DWORD, LPSTR buffer, DWORD size,
-                            char**) {
+// text with some fails.
+DWORD WINAPI FormatMessageA(DWORD /*flags*/, LPCVOID, DWORD messageId, DWORD, LPSTR buffer,
+                            DWORD size, char**) {
     hosted::Call call("FormatMessageA");
     const auto found = hosted::ErrorTexts().find(messageId);
-    const std::string text =
-        found == hosted::ErrorTexts().end() ? "" : hosted::FromUtf8(found->second) + "\r\n";
-    const bool lacksInserts =
-        (flags & FORMAT_MESSAGE_IGNORE_INSERTS) == 0 && text.find('%') != text.npos;
-    const DWORD code = call.Refused()        ? call.Code()
-                       : text.empty()        ? hosted::kNoSuchMessage
-                       : text.size() >= size ? DWORD{ERROR_INSUFFICIENT_BUFFER}
-                       : lacksInserts        ? DWORD{ERROR_INVALID_PARAMETER}
-                                             : 0;
-    if (code != 0) {
-        call.Fail(code);
+    const bool known = found != hosted::ErrorTexts().end();
+    const std::string text = known ? hosted::FromUtf8(found->second) + "\r\n" : "";
+    const bool hasInserts = text.find('%') != std::string::npos;
+    const BOOL given = call.Run([&]() -> DWORD {
+        return !known                ? hosted::kNoSuchMessage
+               : text.size() >= size ? ERROR_INSUFFICIENT_BUFFER
+               : hasInserts          ? ERROR_INVALID_PARAMETER
+                                     : ERROR_SUCCESS;
+    });
+    if (given == FALSE) {
         return 0;
     }
     buffer[text.copy(buffer, size)] = '\0';

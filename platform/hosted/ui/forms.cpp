@@ -1,5 +1,4 @@
-// The program's forms on the hosted machine: texts, recorded in the transcript, and drawn if
-// there is a terminal to draw them in.
+// The program's forms in the sandbox: texts, printed and recorded.
 #include "platform/forms.h"
 
 #include <algorithm>
@@ -8,7 +7,6 @@
 #include <utility>
 
 #include "platform/hosted/registry/registry.h"
-#include "platform/hosted/ui/dialog.h"
 #include "platform/hosted/ui/ui.h"
 
 namespace hosted {
@@ -28,61 +26,50 @@ struct Window {
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    void RecordText(std::size_t control) const {
-        if (layout.controls[control].kind != forms::ControlKind::Button) {
-            Record("text", {layout.name, layout.controls[control].name, texts[control]});
-        }
+    [[nodiscard]] bool IsButton(std::size_t control) const {
+        return layout.controls[control].kind == forms::ControlKind::Button;
     }
-    void Draw();
+    [[nodiscard]] bool HasButton() const {
+        return std::any_of(layout.controls.begin(), layout.controls.end(), [](const auto& control) {
+            return control.kind == forms::ControlKind::Button;
+        });
+    }
+    void Show();
+    void ShowText(std::size_t control) const;
 
     const forms::Layout& layout;
     std::map<std::string_view, std::function<void()>> handlers;  // the program's, by event
     std::vector<std::string> texts;                              // by control
     bool timerRuns = false;
     bool shown = false;
-    Dialog dialog;  // as it is shown
 };
 
-// The layouts have their texts in the order in which they stand below each other.
-void Window::Draw() {
-    constexpr int kTwipsOfATextLine = 195;  // 13 pixels, as the standard dialog font has it
-    dialog = Dialog();
-    dialog.title = layout.title;
-    dialog.closeBox = layout.closeBox;
-    dialog.escape = 0;
+void Window::Show() {
+    shown = true;
+    Record("show", {layout.name, layout.title});
+    Print("\n== " + std::string(layout.title) + " ==" + (layout.closeBox ? " [x]" : "") + "\n");
     for (std::size_t i = 0; i < texts.size(); ++i) {
-        const forms::Control& control = layout.controls[i];
-        const bool field = control.kind == forms::ControlKind::TextBox;
-        if (control.kind == forms::ControlKind::Button) {
-            dialog.buttons.push_back(texts[i]);
-        } else {
-            dialog.texts.push_back(
-                {texts[i], control.kind == forms::ControlKind::CentredLabel,
-                 field ? static_cast<std::size_t>(control.place.height / kTwipsOfATextLine) : 0});
-        }
+        ShowText(i);
     }
-    Show(dialog);
+}
+
+void Window::ShowText(std::size_t control) const {
+    if (!IsButton(control)) {
+        Record("text", {layout.name, layout.controls[control].name, texts[control]});
+        Print(texts[control] + "\n");
+    }
 }
 
 namespace {
 
 // Lets the user do one thing to the window.
-std::string_view NextEvent(Window& window) {
-    static const std::map<std::string_view, std::string_view> events{
-        {"ok", "click"},    {"click", "click"}, {"enter", "click"},  {"escape", "click"},
-        {"alt+o", "click"}, {"close", "close"}, {"alt+f4", "close"},
-    };
+std::string_view NextEvent(const Window& window) {
     SaveRegistry();
-    if (const std::optional<std::string> answer = TakeAnswer()) {
-        const auto found = events.find(*answer);
-        if (found != events.end()) {
-            return found->second;
-        }
-        Record("misfit", {FromUtf8(*answer)});
-    } else if (HasTerminal() && Ask(window.dialog) == window.dialog.buttons.size()) {
-        return "close";
+    Choices choices{{"click ok enter escape alt+o", "OK"}};
+    if (window.layout.closeBox) {
+        choices.push_back({"close alt+f4", "x"});
     }
-    return "click";
+    return Ask(choices, 0) == 0 ? "click" : "close";
 }
 
 // The window may be gone afterwards.
@@ -104,7 +91,7 @@ bool HandleMessage() {
             return true;
         }
     }
-    if (windows.empty() || windows.back()->dialog.buttons.empty()) {
+    if (windows.empty() || !windows.back()->shown || !windows.back()->HasButton()) {
         return false;
     }
     Raise(*windows.back(), NextEvent(*windows.back()));
@@ -133,8 +120,7 @@ bool Form::Load() {
     if (window_ != nullptr) {
         return true;
     }
-    const hosted::Call call("CreateWindowExA", std::string(layout_.name));
-    if (call.Refused()) {
+    if (hosted::Call("CreateWindowExA", layout_.name).Run() == FALSE) {
         return false;
     }
     window_ = std::make_unique<Window>(layout_);
@@ -163,19 +149,14 @@ bool Form::Show() {
     std::erase(windows, window_.get());
     windows.push_back(window_.get());
     if (!window_->shown) {
-        window_->shown = true;
-        hosted::Record("show", {layout_.name, layout_.title});
-        for (std::size_t i = 0; i < layout_.controls.size(); ++i) {
-            window_->RecordText(i);
-        }
-        window_->Draw();
+        window_->Show();
     }
     return true;
 }
 
 // What was shown stays as it is; that it was asked for is recorded.
 void Form::Refresh() {
-    const hosted::Call call("Refresh", std::string(layout_.name));
+    const hosted::Call call("Refresh", layout_.name);
 }
 
 void Form::Unload() {
@@ -192,14 +173,12 @@ bool Form::SetText(std::size_t control, std::string_view text) {
     if (!Load()) {
         return false;
     }
-    const hosted::Call call("SetWindowTextA", std::string(layout_.controls[control].name));
-    if (call.Refused()) {
+    if (hosted::Call("SetWindowTextA", layout_.controls[control].name).Run() == FALSE) {
         return false;
     }
     window_->texts[control] = text;
     if (window_->shown) {
-        window_->RecordText(control);
-        window_->Draw();
+        window_->ShowText(control);
     }
     return true;
 }
@@ -217,15 +196,9 @@ void RunMessageLoop() {
 
 HWND OwnerWindow() {
     const LayerScope layer;
-    hosted::UiState& state = hosted::Ui();
-    if (!state.windows.empty() && state.windows.back()->shown) {
-        return reinterpret_cast<HWND>(state.windows.back());
-    }
-    if (!state.ownerWindow) {
-        const hosted::Call call("CreateWindowExA", "owner");
-        state.ownerWindow = !call.Refused();
-    }
-    return state.ownerWindow ? reinterpret_cast<HWND>(&state) : nullptr;
+    const auto& windows = hosted::Ui().windows;
+    const bool shown = !windows.empty() && windows.back()->shown;
+    return shown ? reinterpret_cast<HWND>(windows.back()) : nullptr;
 }
 
 }  // namespace forms

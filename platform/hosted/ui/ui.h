@@ -1,12 +1,13 @@
-// What a run asks and shows: the answers that answers.txt has for it, and the record of it
-// in transcript.txt.
+// What a run asks and shows: the questions with their answers, and the record of it in
+// transcript.txt.
 //
-// Each line of answers.txt is for one question, a message box or a window that waits for
-// the user: it is taken off the top by the process that asks. Letter case does not matter.
+// Each answer is a line: of answers.txt, where it is taken off the top by the process that asks,
+// and when that has none left, of the standard input. It is the word of a button ("yes", "Ja"),
+// its first letter, or empty for the default, in any letter case; tests have a few more words.
 //
 //   yes no ok abort retry ignore cancel    a button of the box
 //   ok click alt+o, close alt+f4           the button, the close box of a window
-//   enter (or an empty line), escape       these keys
+//   enter, escape                          these keys
 //
 // Each line of transcript.txt is one event, its fields separated by tabs:
 //
@@ -24,12 +25,12 @@
 
 #include <initializer_list>
 #include <memory>
-#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/hosted/machine.h"
+#include "platform/hosted/call.h"
 
 namespace hosted {
 
@@ -37,16 +38,24 @@ namespace hosted {
 // line feed inside them become \\, \t, \r and \n.
 void Record(std::string_view event, std::initializer_list<std::string_view> fields);
 
-// The answer to the question that is asked now, in lower case; nothing if there is none left.
-std::optional<std::string> TakeAnswer();
+// Prints a Windows-1252 text. Nothing in it steers a terminal.
+void Print(std::string_view text);
 
-// What this folder remembers about the machine.
+struct Choice {
+    std::string_view words;  // that choose it, with blanks between; the first is its name
+    std::string_view label;  // as a German Windows has it
+};
+using Choices = std::vector<Choice>;
+// Prints the choices, the default with a "*", and takes an answer. One that is none of them counts
+// as the default; somebody at a terminal is asked again. So is the default taken when there is no
+// answer left.
+std::size_t Ask(const Choices& choices, std::size_t byDefault);
+
+// What this folder remembers about the sandbox.
 struct UiState {
     std::vector<struct Window*> windows;  // of all loaded forms, the one shown last at the end
-    bool ownerWindow = false;             // the hidden one has been made
-
-    std::string unanswered;  // the last question that nobody answered, and how often
-    unsigned times = 0;
+    std::set<HWND> others;                // made by CreateWindowExA
+    unsigned unanswered = 0;              // questions
 
     struct Clipboard {
         bool open = false;
@@ -55,6 +64,8 @@ struct UiState {
         std::shared_ptr<void> memory;
     } clipboard;
 };
-UiState& Ui();
+inline UiState& Ui() {
+    return StateIn(Sandbox::Current().ui);
+}
 
 }  // namespace hosted

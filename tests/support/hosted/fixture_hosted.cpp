@@ -19,7 +19,7 @@
 #include <sstream>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/machine.h"
+#include "platform/hosted/sandbox.h"
 #include "platform/hosted/registry/registry.h"
 #include "tests/support/flow.h"
 
@@ -91,7 +91,7 @@ pid_t StartProcess(const fs::path& file, const std::string& arguments, const fs:
 // test may want; a process that says anything else has a fault.
 bool IsExpected(const std::string& line) {
     return line.starts_with("del \"") || line.starts_with("start \"") ||
-           line.starts_with("answer \"") || line.starts_with("unknown command: ") ||
+           line.starts_with("unknown command: ") ||
            line == "UnInstall: nobody answers, and the questions have no end.";
 }
 
@@ -128,7 +128,7 @@ State Fixture::Host::Look() const {
     if (Entered() == folder) {
         hosted::SaveRegistry();
     }
-    return machine::Look(folder);
+    return sandbox::Look(folder);
 }
 
 void Fixture::Host::Change(const std::function<void(Keys&)>& change) const {
@@ -136,13 +136,16 @@ void Fixture::Host::Change(const std::function<void(Keys&)>& change) const {
     change(keys);
     WriteBytes(folder / "registry.reg", regtext::Format(keys));
     if (Entered() == folder) {
-        hosted::Machine::Current().registry.reset();  // to be read again
+        hosted::Sandbox::Current().registry.reset();  // to be read again
     }
 }
 
 Fixture::Fixture() : host_(std::make_unique<Host>()) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
-    machine::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
+    // A question of this process must not wait for whoever has started the tests.
+    const Descriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    dup2(nothing.Get(), STDIN_FILENO);
+    sandbox::Stage(host_->folder, TESTS_STAGE, TESTS_PROGRAM);
 }
 
 Fixture::~Fixture() {
@@ -153,7 +156,7 @@ Fixture::~Fixture() {
     }
     LetGo();
     if (Entered() == host_->folder) {
-        hosted::Machine::Leave();
+        hosted::Sandbox::Leave();
         Entered().clear();
     }
     std::error_code ignored;  // what cannot be removed stays in the temporary directory
@@ -161,7 +164,7 @@ Fixture::~Fixture() {
 }
 
 fs::path Fixture::Place(const std::string& path) const {
-    return machine::HostPath(host_->folder, path);
+    return sandbox::HostPath(host_->folder, path);
 }
 
 Fixture& Fixture::Remove(const std::string& path) {
@@ -170,9 +173,9 @@ Fixture& Fixture::Remove(const std::string& path) {
 }
 
 Fixture& Fixture::Attributes(const std::string& path, const std::string& attributes) {
-    machine::Attributes all = machine::ReadAttributes(host_->folder);
+    sandbox::Attributes all = sandbox::ReadAttributes(host_->folder);
     all[path] = attributes;
-    machine::WriteAttributes(host_->folder, all);
+    sandbox::WriteAttributes(host_->folder, all);
     return *this;
 }
 
@@ -216,7 +219,7 @@ Fixture& Fixture::Link(const std::string& path, const std::string& target) {
 }
 
 void Fixture::Enter() {
-    hosted::Machine::Use(host_->folder);
+    hosted::Sandbox::Use(host_->folder);
     Entered() = host_->folder;
 }
 

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "tests/support/flow.h"
-#include "tools/machine/real.h"
+#include "tools/sandbox/real.h"
 
 namespace support {
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "tests/support/fixture.h"
-#include "tools/machine/real.h"
+#include "tools/sandbox/real.h"
 
 namespace support {
 
@@ -44,9 +44,9 @@ void Clear() {
         real::RemoveTree(place);
     }
     fs::create_directories(kTempFolder);  // the system may have spelt it otherwise
-    for (const machine::Item& item :
-         machine::Compare(TheSystem().state, {{}, real::ReadRegistry(), {}})) {
-        const bool isKey = item.kind == machine::Item::Kind::Key;
+    for (const sandbox::Item& item :
+         sandbox::Compare(TheSystem().state, {{}, real::ReadRegistry(), {}})) {
+        const bool isKey = item.kind == sandbox::Item::Kind::Key;
         if (isKey && !item.before) {
             real::RemoveKey(item.place);
         } else if (isKey) {

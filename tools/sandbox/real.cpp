@@ -1,4 +1,4 @@
-#include "tools/machine/real.h"
+#include "tools/sandbox/real.h"
 
 #include <windows.h>
 
@@ -10,13 +10,13 @@
 #include <shlwapi.h>
 
 #include "platform/handles.h"
-#include "tools/machine/stage.h"
+#include "tools/sandbox/stage.h"
 
 namespace real {
 namespace {
 
-using machine::kHklm;
-using machine::kUser;
+using sandbox::kHklm;
+using sandbox::kUser;
 
 constexpr std::pair<DWORD, char> kAttributes[] = {{FILE_ATTRIBUTE_READONLY, 'R'},
                                                   {FILE_ATTRIBUTE_HIDDEN, 'H'},
@@ -120,23 +120,23 @@ std::string Name(const fs::path& path) {
 }
 
 void Stage(const fs::path& stage, const fs::path& program) {
-    const std::string menu = machine::kGroupFolder.substr(0, machine::kGroupFolder.rfind('\\'));
+    const std::string menu = sandbox::kGroupFolder.substr(0, sandbox::kGroupFolder.rfind('\\'));
     for (const char* folders : {"User Shell Folders", "Shell Folders"}) {
         SetValue(kHklm + "Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\" + folders,
                  "Common Programs", regtext::FormatValue({1, menu + '\0'}));
     }
-    for (const auto& [key, values] : regtext::Parse(machine::ReadBytes(stage / "registry.reg"))) {
+    for (const auto& [key, values] : regtext::Parse(sandbox::ReadBytes(stage / "registry.reg"))) {
         AddKey(key);
         for (const auto& [name, value] : values) {
             SetValue(key, name, value);
         }
     }
-    for (const machine::StagedFile& file : machine::ReadStagedFiles(stage / "files.txt")) {
+    for (const sandbox::StagedFile& file : sandbox::ReadStagedFiles(stage / "files.txt")) {
         if (file.path.starts_with("C:\\windows\\system32") || file.path.ends_with("Notepad.exe")) {
             continue;  // the system has its own
         }
         const fs::path path = Path(file.path);
-        machine::Put(file, path, program);
+        sandbox::Put(file, path, program);
         SetAttributes(path, file.attributes);
     }
 }
@@ -181,14 +181,14 @@ void SetValue(const std::string& key, const std::string& name, const std::string
             ERROR_SUCCESS, key);
 }
 
-void LookAt(const fs::path& path, machine::State& state) {
+void LookAt(const fs::path& path, sandbox::State& state) {
     for (const fs::path& one : TreeAt(path)) {
         std::string letters;
         for (const auto& [bit, letter] : kAttributes) {
             letters.append((GetFileAttributesW(one.c_str()) & bit) != 0 ? 1 : 0, letter);
         }
-        const std::string content = letters.ends_with('D') ? "" : machine::ReadBytes(one);
-        state.files[Name(one)] = {letters, content.size(), machine::Digest(content)};
+        const std::string content = letters.ends_with('D') ? "" : sandbox::ReadBytes(one);
+        state.files[Name(one)] = {letters, content.size(), sandbox::Digest(content)};
     }
 }
 

@@ -1,13 +1,13 @@
-#include "tools/machine/stage.h"
+#include "tools/sandbox/stage.h"
 
 #include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-#include "tools/machine/look.h"
+#include "tools/sandbox/look.h"
 
-namespace machine {
+namespace sandbox {
 namespace {
 
 // Content of that size, another one for each path.
@@ -78,4 +78,4 @@ void Stage(const fs::path& folder, const fs::path& stage, const fs::path& progra
     WriteAttributes(folder, attributes);
 }
 
-}  // namespace machine
+}  // namespace sandbox

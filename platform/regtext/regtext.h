@@ -10,6 +10,7 @@
 //     "Bytes"=hex:01,02,03        hex(n) for a value of type n; "\" at the line's end goes on
 //
 // Nothing here asks for a platform: the tests on Windows stage and compare with it as well.
+// What it cannot read is a damage with its line, never a guess.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +24,7 @@
 namespace regtext {
 
 // The order of names: without regard to letter case (of the letters of Windows-1252, without
-// y with diaeresis), and with all that is below a key right behind it.
+// y with diaeresis), and with all that is below a key right after it.
 struct ByName {
     using is_transparent = void;
     bool operator()(std::string_view left, std::string_view right) const;
@@ -36,7 +37,7 @@ using Values = std::map<std::string, std::string, ByName>;
 // HKEY_USERS hold keys; the other two roots show what is in these.
 using Keys = std::map<std::string, Values, ByName>;
 
-// All behind it sorts behind what is below the key, too.
+// What sorts after it sorts after all that is below the key, too.
 inline std::string EndOf(std::string key) {
     return std::move(key += '\0');
 }
@@ -57,6 +58,10 @@ struct Damage : std::runtime_error {
     Damage(unsigned number, const std::string& what) : std::runtime_error(what), line(number) {}
     unsigned line;  // from 1; 0 for a value alone
 };
+
+// The number of the first line that is not UTF-8, 0 if all are; what is to be said of it.
+unsigned LineThatIsNoUtf8(std::string_view text);
+inline constexpr const char* kNoUtf8 = "the text is not UTF-8";
 
 // The keys of a text, LF and CRLF alike, and both roots that hold them. Throws Damage.
 Keys Parse(std::string_view text, std::string_view user = {});

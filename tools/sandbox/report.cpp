@@ -1,9 +1,9 @@
-#include "tools/machine/report.h"
+#include "tools/sandbox/report.h"
 
 #include <algorithm>
 #include <array>
 
-namespace machine {
+namespace sandbox {
 namespace {
 
 using Kind = Item::Kind;
@@ -41,9 +41,8 @@ struct Count {
 };
 
 struct Change {
-    std::string place, value;   // value: its name, if it is one of a key that stays
-    std::string before, after;  // what it was and is
-    Count with;                 // what went or came with it, itself included
+    Item item;
+    Count with;  // what went or came with it, itself included; empty for a change of its own
 };
 
 struct List {
@@ -60,18 +59,21 @@ struct List {
             }
         }
         trees[item.place] = changes.size();
-        changes.push_back({item.place, "", "", "", {}});
+        changes.push_back({item, {}});
         changes.back().with.Add(item.kind);
     }
 };
 
 // A value as people read it, if it is one of the usual: "text" or a decimal number.
-std::string Shown(const std::string& written) {
-    if (written.starts_with("dword:")) {
-        return std::to_string(std::stoul(written.substr(6), nullptr, 16));
+std::string Shown(const std::optional<std::string>& written) {
+    if (!written) {
+        return {};
     }
-    const std::string data = regtext::ParseValue(written).data;
-    return written.starts_with('"') ? '"' + data.substr(0, data.size() - 1) + '"' : written;
+    if (written->starts_with("dword:")) {
+        return std::to_string(std::stoul(written->substr(6), nullptr, 16));
+    }
+    const std::string data = regtext::ParseValue(*written).data;
+    return written->starts_with('"') ? '"' + data.substr(0, data.size() - 1) + '"' : *written;
 }
 
 // Characters of a UTF-8 text.
@@ -85,18 +87,13 @@ class Sorter {
  public:
     explicit Sorter(const Ours& ours) : ours_(ours) {}
 
-    void Add(Item item) {
-        if (item.kind == Kind::Value) {
-            item.before = item.before ? std::optional(Shown(*item.before)) : std::nullopt;
-            item.after = item.after ? std::optional(Shown(*item.after)) : std::nullopt;
-        }
-        const bool ours = IsOurs(item);
-        const bool isEntry = item.kind == Kind::File || item.kind == Kind::Folder;
+    void Add(const Item& item) {
+        const bool ours = ours_.Has(item);
         if (item.same && !ours) {
             untouched.Add(item.kind);
         } else if (item.same) {
-            // Of a key that is the product's alone, without those below, it may stay.
-            if (isEntry || ours_.HasTree(item.place)) {
+            // What is the product's without all that is below it may stay.
+            if (item.IsEntry() || ours_.HasTreeOf(item)) {
                 lists[kLeft].AddToTree(item);
             }
         } else {
@@ -104,12 +101,7 @@ class Sorter {
             const std::size_t what = changed ? 1 : item.before ? 0 : 2;
             List& list = lists.at(what + (ours ? 0 : kForeign));
             if (changed || (item.kind == Kind::Value && !item.withKey)) {
-                const std::string name = item.name.empty() ? "(Default)" : item.name;
-                list.changes.push_back({item.place,
-                                        isEntry ? "" : name,
-                                        item.before.value_or(""),
-                                        item.after.value_or(""),
-                                        {}});
+                list.changes.push_back({item, {}});
             } else {
                 list.AddToTree(item);
             }
@@ -120,17 +112,6 @@ class Sorter {
     Count untouched;  // of everybody else
 
  private:
-    [[nodiscard]] bool IsOurs(const Item& item) const {
-        if (item.kind == Kind::File || item.kind == Kind::Folder) {
-            return ours_.HasPath(item.place);
-        }
-        if (item.kind == Kind::Key || item.withKey) {
-            return ours_.HasKey(item.place);
-        }
-        return item.same ? ours_.HasValue(item.place, item.name)
-                         : ours_.Allows(item.place, item.name, item.after);
-    }
-
     const Ours& ours_;
 };
 
@@ -152,20 +133,22 @@ class Printer {
         if (changes.empty()) {
             return;
         }
-        std::stable_sort(changes.begin(), changes.end(),
-                         [](const auto& one, const auto& two) { return one.place < two.place; });
+        std::stable_sort(changes.begin(), changes.end(), [](const auto& one, const auto& two) {
+            return one.item.place < two.item.place;
+        });
         Line(style.empty() ? kBold : style, heading);
         std::string key;  // that the values belong to
         for (const Change& change : changes) {
-            if (change.value.empty()) {
+            const Item& item = change.item;
+            if (item.kind != Kind::Value || !change.with.Text().empty()) {
                 PrintWhole(change, style);
                 continue;
             }
-            if (key != change.place) {
-                Line(style, "  " + Brief(change.place));
-                key = change.place;
+            if (key != item.place) {
+                Line(style, "  " + Brief(item.place));
+                key = item.place;
             }
-            PrintValue(change, style);
+            PrintValue(item, style);
         }
         text_ += "\n";
     }
@@ -189,22 +172,25 @@ class Printer {
     }
 
     void PrintWhole(const Change& change, std::string_view style) {
-        std::string line = "  " + Brief(change.place);
-        const std::string count = change.with.Text();
+        std::string line = "  " + Brief(change.item.place);
         line.append(Width(line) + 2 < kColumn ? kColumn - Width(line) : 2, ' ');
-        Line("", Styled(style, line) +
-                     Styled(kDim, count.empty() ? change.before + " -> " + change.after : count));
+        const std::string count = change.with.Text();
+        Line("", Styled(style, line) + Styled(kDim, !count.empty() ? count
+                                                                   : *change.item.before + " -> " +
+                                                                         *change.item.after));
     }
 
-    void PrintValue(const Change& change, std::string_view style) {
-        const std::string start = "    " + change.value + ": ";
-        if (change.before.empty() || change.after.empty()) {
-            Line("", Styled(style, start) + Styled(kDim, change.before + change.after));
-        } else if (Width(start + change.before + change.after) < kColumn) {
-            Line("", Styled(style, start) + Styled(kDim, change.before + " -> ") + change.after);
+    void PrintValue(const Item& item, std::string_view style) {
+        const std::string start = "    " + (item.name.empty() ? "(Default)" : item.name) + ": ";
+        const std::string before = Shown(item.before);
+        const std::string after = Shown(item.after);
+        if (!item.before || !item.after) {
+            Line("", Styled(style, start) + Styled(kDim, before + after));
+        } else if (Width(start + before + after) < kColumn) {
+            Line("", Styled(style, start) + Styled(kDim, before + " -> ") + after);
         } else {
-            Line("", Styled(style, start) + Styled(kDim, change.before));
-            Line("", Styled(style, std::string(Width(start) - 3, ' ') + "-> ") + change.after);
+            Line("", Styled(style, start) + Styled(kDim, before));
+            Line("", Styled(style, std::string(Width(start) - 3, ' ') + "-> ") + after);
         }
     }
 
@@ -243,4 +229,4 @@ Report ReportOn(const State& before, const State& after, const Ours& ours, bool 
     return {printer.Text(), !areEmpty(kForeign)};
 }
 
-}  // namespace machine
+}  // namespace sandbox

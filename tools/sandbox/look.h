@@ -1,17 +1,15 @@
-// What a machine holds, and what two looks at it have different. All texts are UTF-8.
+// What a sandbox holds. All texts are UTF-8.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "platform/hosted/registry/text.h"
+#include "platform/regtext/regtext.h"
 
-namespace machine {
+namespace sandbox {
 
 namespace fs = std::filesystem;
 
@@ -33,35 +31,22 @@ struct State {
     std::string user;  // the hive that is HKEY_CURRENT_USER
 };
 
-// Everything in the folder of a hosted machine: every file of every drive and every key.
+// Everything in the folder of a sandbox: every file of every drive and every key.
 // Throws std::runtime_error with one sentence.
 State Look(const fs::path& folder);
 
 // FNV-1a of 64 bits: enough to tell two contents of a file apart.
 std::uint64_t Digest(std::string_view bytes);
 
-// A file, a folder, a key or a value of either state.
-struct Item {
-    enum class Kind { File, Folder, Key, Value } kind = Kind::File;
-    std::string place;                         // the path or the key's full name
-    std::string name;                          // of a value, "" for the default one
-    std::optional<std::string> before, after;  // what it was and is, nothing where there is none
-    bool same = false;
-    bool withKey = false;  // a value that has come or gone with its key
-};
-// All of them: files before keys, values behind their key, in the order of the names; what
-// is new comes behind the old of its kind.
-std::vector<Item> Compare(const State& before, const State& after);
-
 // Files of the disk. Both throw std::runtime_error.
 std::string ReadBytes(const fs::path& file);
 void WriteBytes(const fs::path& file, std::string_view bytes);
 
-// Where a path of the machine lies in its folder, letter case as stored.
+// Where a path of the sandbox lies in its folder, letter case as stored.
 fs::path HostPath(const fs::path& folder, const std::string& path);
-// The attributes that a machine's folder keeps, letters by path.
+// The attributes that a sandbox keeps, letters by path.
 using Attributes = std::map<std::string, std::string, regtext::ByName>;
 Attributes ReadAttributes(const fs::path& folder);
 void WriteAttributes(const fs::path& folder, const Attributes& attributes);
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,16 +1,16 @@
-#include "platform/hosted/registry/text.h"
+// Reading and writing the text form of a registry.
+#include "platform/regtext/regtext.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
 #include <utility>
 
 namespace regtext {
 namespace {
 
+constexpr std::ptrdiff_t kMostLevels = 512;  // more the system does not know either
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::uint32_t kText = 1, kBinary = 3, kNumber = 4;  // REG_SZ and so on
 
@@ -28,6 +28,30 @@ unsigned Rank(std::string_view name, std::size_t i) {
     }
     const bool small = before == 0xC5 && (byte == 0xA1 || byte == 0x93 || byte == 0xBE);
     return byte - (small ? 1U : 0U) + 1;
+}
+
+// How many bytes the first character has; 0 if it is none in UTF-8.
+std::size_t CharacterLength(std::string_view text) {
+    constexpr std::array<std::uint32_t, 5> kSmallest{0, 0, 0x80, 0x800, 0x10000};
+    const auto lead = static_cast<unsigned char>(text[0]);
+    const std::size_t length = lead < 0x80   ? 1
+                               : lead < 0xC0 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                                             : 4;
+    if (length < 2) {
+        return length;
+    }
+    std::uint32_t code = lead & (0x7FU >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if (i == text.size() || (static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80) {
+            return 0;
+        }
+        code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code < 0xE000;
+    return lead < 0xF8 && code >= kSmallest.at(length) && code <= 0x10FFFF && !isSurrogate ? length
+                                                                                           : 0;
 }
 
 bool TakePrefix(std::string_view& text, std::string_view prefix) {
@@ -104,6 +128,9 @@ class Reader {
     void ReadAll() {
         AddKey(keys_, "HKEY_LOCAL_MACHINE");
         AddKey(keys_, "HKEY_USERS");
+        if (line_ = LineThatIsNoUtf8(text_); line_ != 0) {
+            Wrong(kNoUtf8);
+        }
         TakePrefix(text_, "\xEF\xBB\xBF");  // editors like to mark UTF-8
         if (NextLine() != "REGEDIT4") {
             line_ = 1;
@@ -142,6 +169,12 @@ class Reader {
         if (places.empty()) {
             Wrong("a key name does not start with a known root");
         }
+        if (name.ends_with('\\') || name.find("\\\\") != std::string_view::npos) {
+            Wrong("a part of a key name is empty");
+        }
+        if (std::count(name.begin(), name.end(), '\\') > kMostLevels) {
+            Wrong("a key has more than 512 levels above it");
+        }
         values_ = &AddKey(keys_, places.back());
     }
 
@@ -175,22 +208,25 @@ class Reader {
 
 bool ByName::operator()(std::string_view left, std::string_view right) const {
     const std::size_t length = std::min(left.size(), right.size());
-    std::size_t i = 0;
-    // Most names begin alike, to the letter: eight bytes at a time.
-    for (std::uint64_t one = 0, other = 0; i + sizeof one <= length; i += sizeof one) {
-        std::memcpy(&one, left.data() + i, sizeof one);
-        std::memcpy(&other, right.data() + i, sizeof one);
-        if (one != other) {
-            i += static_cast<std::size_t>(std::countr_zero(one ^ other)) / 8;
-            break;
-        }
-    }
-    for (; i < length; ++i) {
-        if (left[i] != right[i] && Rank(left, i) != Rank(right, i)) {
+    for (std::size_t i = 0; i < length; ++i) {
+        if (Rank(left, i) != Rank(right, i)) {
             return Rank(left, i) < Rank(right, i);
         }
     }
     return left.size() < right.size();
+}
+
+unsigned LineThatIsNoUtf8(std::string_view text) {
+    unsigned line = 1;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t length = CharacterLength(text.substr(i));
+        if (length == 0) {
+            return line;
+        }
+        line += text[i] == '\n' ? 1 : 0;
+        i += length;
+    }
+    return 0;
 }
 
 Values& AddKey(Keys& keys, const std::string& key) {
@@ -263,7 +299,7 @@ TypedValue ParseValue(std::string_view value, Convert fromUtf8) {
         Wrong("a value is neither a text nor dword: nor hex:");
     }
     if (!value.empty()) {
-        Wrong("something stands behind a value");
+        Wrong("something stands after a value");
     }
     return result;
 }

@@ -1,13 +1,11 @@
-// What happened to a machine, for people: sorted into what was the product's and what was not.
+// What happened to a sandbox, for people: sorted into what was the product's and what was not.
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "tools/machine/look.h"
-#include "tools/machine/ours.h"
+#include "tools/sandbox/difference.h"
 
-namespace machine {
+namespace sandbox {
 
 struct Report {
     std::string text;      // UTF-8
@@ -16,4 +14,4 @@ struct Report {
 
 Report ReportOn(const State& before, const State& after, const Ours& ours, bool colours);
 
-}  // namespace machine
+}  // namespace sandbox

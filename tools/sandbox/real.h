@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/machine/look.h"
+#include "tools/sandbox/look.h"
 
 namespace real {
 
@@ -34,7 +34,7 @@ void RemoveKey(const std::string& key);
 void SetValue(const std::string& key, const std::string& name, const std::string& value);
 
 // Adds the path and all below it to the state.
-void LookAt(const fs::path& path, machine::State& state);
+void LookAt(const fs::path& path, sandbox::State& state);
 // The machine's software and every user's. Left out are a few large branches of the system that
 // the product has no keys in.
 regtext::Keys ReadRegistry();

@@ -1,13 +1,13 @@
-// Machines made from the data in tests/stage. All texts are UTF-8.
+// Sandboxes made from the data in tests/stage. All texts are UTF-8.
 #pragma once
 
 #include <filesystem>
 #include <string>
 #include <vector>
 
-namespace machine {
+namespace sandbox {
 
-// Names on the staged machine.
+// Names in the staged sandbox.
 inline const std::string kProgramFolder = "C:\\Programme\\Büro Tessorin";
 inline const std::string kTempFolder = "C:\\windows\\Temp";
 inline const std::string kGroupFolder =
@@ -49,4 +49,4 @@ void Put(const StagedFile& file, const std::filesystem::path& place,
 void Stage(const std::filesystem::path& folder, const std::filesystem::path& stage,
            const std::filesystem::path& program);
 
-}  // namespace machine
+}  // namespace sandbox

@@ -1,34 +1,34 @@
-// Machines from outside: makes one, and says what happened between two states of one.
+// Sandboxes from outside: makes one, and says what happened between two states of one.
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 
-#include "tools/machine/report.h"
-#include "tools/machine/stage.h"
+#include "tools/sandbox/report.h"
+#include "tools/sandbox/stage.h"
 
 namespace {
 
 constexpr const char* kUsage =
-    "machine stage FOLDER STAGE PROGRAM: makes the staged machine in FOLDER from the data in\n"
+    "sandbox stage FOLDER STAGE PROGRAM: makes the staged sandbox in FOLDER from the data in\n"
     "STAGE, with PROGRAM as the uninstaller in the program folder\n"
     "\n"
-    "machine report BEFORE AFTER RULES: what happened between two states of a machine; RULES\n"
+    "sandbox report BEFORE AFTER LIST: what happened between two states of a sandbox; LIST\n"
     "says what of it is the product's. The exit status is 0 if nothing else changed, 1 if\n"
     "something did.\n"
     "\n"
-    "The exit status is 2 if the machines or the files cannot be read.\n";
+    "The exit status is 2 if the sandboxes or the files cannot be read.\n";
 
 bool MayColour() {
     const char* const forbidden = std::getenv("NO_COLOR");
     return isatty(STDOUT_FILENO) != 0 && (forbidden == nullptr || *forbidden == '\0');
 }
 
-int Report(const std::string& before, const std::string& after, const std::string& rules) {
-    const machine::Ours ours(machine::ReadBytes(rules));
-    const machine::Report report =
-        ReportOn(machine::Look(before), machine::Look(after), ours, MayColour());
+int Report(const std::string& before, const std::string& after, const std::string& list) {
+    const sandbox::Ours ours(sandbox::ReadBytes(list));
+    const sandbox::Report report =
+        ReportOn(sandbox::Look(before), sandbox::Look(after), ours, MayColour());
     static_cast<void>(std::fwrite(report.text.data(), 1, report.text.size(), stdout));
     return report.foreign ? 1 : 0;
 }
@@ -40,7 +40,7 @@ int main(int count, char** words) {
     const std::vector<std::string> arguments(words + 1, words + count);
     try {
         if (arguments.size() == 4 && arguments[0] == "stage") {
-            machine::Stage(arguments[1], arguments[2], arguments[3]);
+            sandbox::Stage(arguments[1], arguments[2], arguments[3]);
             return 0;
         }
         if (arguments.size() == 4 && arguments[0] == "report") {
@@ -48,7 +48,7 @@ int main(int count, char** words) {
         }
         static_cast<void>(std::fputs(kUsage, stderr));
     } catch (const std::exception& failure) {
-        static_cast<void>(std::fprintf(stderr, "machine: %s.\n", failure.what()));
+        static_cast<void>(std::fprintf(stderr, "sandbox: %s.\n", failure.what()));
     }
     return kUnusable;
 }

@@ -1,31 +1,11 @@
-#include "tools/machine/look.h"
+#include "tools/sandbox/look.h"
 
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
 
-namespace machine {
+namespace sandbox {
 namespace {
-
-template <typename Map>
-std::optional<typename Map::mapped_type> Find(const Map& map, const std::string& name) {
-    const auto found = map.find(name);
-    return found == map.end() ? std::nullopt : std::optional(found->second);
-}
-
-// Calls visit with every name in either map and what both have for it: first those that the
-// earlier one has, then the new ones.
-template <typename Map, typename Visit>
-void ForEach(const Map& before, const Map& after, Visit visit) {
-    for (const auto& [name, old] : before) {
-        visit(name, std::optional(old), Find(after, name));
-    }
-    for (const auto& [name, now] : after) {
-        if (!before.contains(name)) {
-            visit(name, std::optional<typename Map::mapped_type>(), std::optional(now));
-        }
-    }
-}
 
 std::string PathBelow(const fs::path& drives, const fs::path& host) {
     std::string path;
@@ -64,7 +44,9 @@ State Look(const fs::path& folder) {
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(drives)) {
         const std::string path = PathBelow(drives, entry.path());
         FileState file;
-        file.attributes = Find(attributes, path).value_or("");
+        if (const auto known = attributes.find(path); known != attributes.end()) {
+            file.attributes = known->second;
+        }
         if (entry.is_symlink()) {
             file.attributes += 'L';
             file.target = fs::read_symlink(entry.path()).string();
@@ -94,29 +76,6 @@ std::uint64_t Digest(std::string_view bytes) {
     return digest;
 }
 
-std::vector<Item> Compare(const State& before, const State& after) {
-    std::vector<Item> items;
-    ForEach(before.files, after.files, [&](const auto& path, const auto& old, const auto& now) {
-        const auto text = [](const auto& file) {
-            return file ? std::optional(file->Text()) : std::nullopt;
-        };
-        const bool isFolder = (old ? *old : *now).IsFolder();
-        items.push_back({isFolder ? Item::Kind::Folder : Item::Kind::File, path, "", text(old),
-                         text(now), old == now, false});
-    });
-    ForEach(before.keys, after.keys, [&](const auto& key, const auto& old, const auto& now) {
-        const bool both = old && now;
-        const auto text = [](bool there) { return there ? std::optional("") : std::nullopt; };
-        items.push_back(
-            {Item::Kind::Key, key, "", text(old.has_value()), text(now.has_value()), both, false});
-        ForEach(old.value_or(regtext::Values()), now.value_or(regtext::Values()),
-                [&](const auto& name, const auto& was, const auto& is) {
-                    items.push_back({Item::Kind::Value, key, name, was, is, was == is, !both});
-                });
-    });
-    return items;
-}
-
 std::string ReadBytes(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
     std::ostringstream bytes;
@@ -135,7 +94,7 @@ void WriteBytes(const fs::path& file, std::string_view bytes) {
 
 fs::path HostPath(const fs::path& folder, const std::string& path) {
     if (path.size() < 2 || path[1] != ':') {
-        throw std::runtime_error("not a path of the machine: " + path);
+        throw std::runtime_error("not a path of the sandbox: " + path);
     }
     fs::path host = folder / "drives" / path.substr(0, 1);
     std::istringstream parts(path.substr(2));
@@ -165,4 +124,4 @@ void WriteAttributes(const fs::path& folder, const Attributes& attributes) {
     WriteBytes(folder / "attributes.txt", text);
 }
 
-}  // namespace machine
+}  // namespace sandbox
