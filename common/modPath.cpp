@@ -26,11 +26,11 @@ bool IsExcluded(const WIN32_FIND_DATAA& entry, DWORD mask) {
     return (entry.dwFileAttributes & kFolderMask & ~mask) != 0;
 }
 
-// The codes with which FindFirstFileA and FindNextFileA say that nothing (more) matches; 267
-// where a file stands in the place of a folder.
+// The codes with which FindFirstFileA and FindNextFileA say that nothing (more) matches. Where a
+// file stands in the place of a folder, it is 267 on Windows and 123 on Wine.
 bool MeansNothingFound(DWORD code) {
     return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND ||
-           code == ERROR_NO_MORE_FILES || code == ERROR_DIRECTORY;
+           code == ERROR_NO_MORE_FILES || code == ERROR_DIRECTORY || code == ERROR_INVALID_NAME;
 }
 
 // Goes through the matching entries until visit returns true, and tells whether it has.

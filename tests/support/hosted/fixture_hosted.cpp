@@ -19,8 +19,8 @@
 #include <sstream>
 
 #include "platform/hosted/descriptor.h"
-#include "platform/hosted/sandbox.h"
 #include "platform/hosted/registry/registry.h"
+#include "platform/hosted/sandbox.h"
 #include "tests/support/flow.h"
 
 namespace support {

@@ -142,8 +142,10 @@ Fixture& Fixture::Link(const std::string& /*path*/, const std::string& /*target*
 void Fixture::Enter() {}
 
 Outcome Fixture::Execute(const std::string& program, const std::string& arguments) {
-    const std::string path = FromUtf8(program);
-    std::string command = "\"" + path + "\"";
+    std::string path = FromUtf8(program);
+    // Quotes around a part of it are the test's own.
+    std::string command = path.find('"') == std::string::npos ? "\"" + path + "\"" : path;
+    std::erase(path, '"');
     command += arguments.empty() ? "" : " " + FromUtf8(arguments);
     STARTUPINFOA startup{};
     startup.cb = sizeof startup;
