@@ -36,7 +36,7 @@ std::string WordOf(const Kept& kept) {
     }
     std::array<char, 10> tag{};
     if (kept.tag != 0) {
-        std::snprintf(tag.data(), tag.size(), ":%08X", kept.tag);
+        static_cast<void>(std::snprintf(tag.data(), tag.size(), ":%08X", kept.tag));
     }
     return word + tag.data();
 }

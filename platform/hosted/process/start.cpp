@@ -46,6 +46,7 @@ DWORD StartScript(const char* path, const char* folder) {
 // An empty word at the end is none.
 pid_t Start(std::vector<std::string> words, const fs::path& folder, int inherited) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.empty() ? nullptr : word.data());
     }

@@ -1,6 +1,7 @@
 // The registry of a sandbox: where a key is kept, and its reading and writing.
 #include "platform/hosted/registry/store.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 #include <fstream>
@@ -79,10 +80,8 @@ std::vector<std::string> RegistryState::SubkeysOf(const std::string& name) {
             }
         }
     }
-    std::vector<std::string> list;
-    for (const std::string& subkey : names) {
-        list.push_back(FromUtf8(subkey));
-    }
+    std::vector<std::string> list(names.size());
+    std::transform(names.begin(), names.end(), list.begin(), FromUtf8);
     return list;
 }
 
