@@ -1,9 +1,9 @@
 // The registry of a sandbox: where a key is kept, and its reading and writing.
 #include "platform/hosted/registry/store.h"
 
-#include <algorithm>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <set>
 
